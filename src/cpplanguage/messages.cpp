@@ -1,0 +1,73 @@
+#include "cpplanguage/messages.h"
+
+#include "platform/appmsgmanager.h"
+
+#include <memory>
+#include <vector>
+
+namespace CppLanguage {
+
+namespace {
+
+thread_local const IDocumentPositionSource* activePositionSource = nullptr;
+
+AppMsgManager::MessageOrigin originOf(const SourceSite& site, const DocumentPosition& where) {
+    AppMsgManager::MessageOrigin origin;
+    origin.component = "QEL";
+    origin.document = where.document;
+    origin.line = where.line;
+    origin.column = where.column;
+    origin.libraryFile = site.file ? site.file : "";
+    origin.libraryLine = site.line;
+    return origin;
+}
+
+} // namespace
+
+CAppMsg makeMessage(const SourceSite& site, const char* id, std::initializer_list<MsgArg> args,
+                    const DocumentPosition& where) {
+    std::vector<CBindArgNameToVal> bound;
+    bound.reserve(args.size());
+    for (const MsgArg& arg : args)
+        bound.emplace_back(arg.name, arg.value);
+    std::vector<const CBindArgNameToVal*> pointers;
+    for (const auto& argument : bound)
+        pointers.push_back(&argument);
+    CAppMsg record;
+    AppMsgManager::LoadAppMsgManager()->Fill(record, id, originOf(site, where), pointers);
+    return record;
+}
+
+DocumentPositionScope::DocumentPositionScope(const IDocumentPositionSource& source)
+    : previous_(activePositionSource) {
+    activePositionSource = &source;
+}
+
+DocumentPositionScope::~DocumentPositionScope() {
+    activePositionSource = previous_;
+}
+
+DocumentPosition currentDocumentPosition() {
+    return activePositionSource ? activePositionSource->currentPosition() : DocumentPosition{};
+}
+
+void reportAt(const SourceSite& site, const DocumentPosition& where, const char* id,
+              std::initializer_list<MsgArg> args) {
+    const CAppMsg record = makeMessage(site, id, args, where);
+    AppMsgManager::LoadAppMsgManager()->PostMsg(record);
+}
+
+void report(const SourceSite& site, const char* id, std::initializer_list<MsgArg> args) {
+    reportAt(site, currentDocumentPosition(), id, args);
+}
+
+bool reportException(const std::exception& caught) {
+    AppMsgManager::IAppMsgManager* manager = AppMsgManager::LoadAppMsgManager();
+    std::unique_ptr<CAppMsg> record(manager->ExceptionToMsg(&caught));
+    if (!record)
+        return false;
+    manager->PostMsg(*record);
+    return true;
+}
+
+} // namespace CppLanguage

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "platform/orlostring.h"
+
+#include <memory>
+#include <vector>
+
+namespace ORLO {
+
+class File;
+
+class IFileFilter {
+public:
+    virtual ~IFileFilter() = default;
+    virtual bool accept(const File& entry) const = 0;
+    static IFileFilter& getMatchAllFileFilter();
+};
+
+// A path; it never holds the file open.
+class File {
+public:
+    explicit File(const String& path);
+    ~File() = default;
+
+    bool exists() const;
+    bool isFile() const;
+    bool isDirectory() const;
+    String getAbsolutePath() const;
+    String getParent() const;
+    String getBaseName() const;
+    const String& getPath() const { return path_; }
+
+    // Appends the direct children that pass the filter; a folder that cannot be listed adds
+    // nothing. The order is the file system's own.
+    bool listFiles(std::vector<File>& entries, IFileFilter& filter, bool recursive) const;
+
+private:
+    String path_;
+};
+
+class IFileWriter {
+public:
+    virtual ~IFileWriter() = default;
+    virtual bool open() = 0;
+    virtual void close() = 0;
+    virtual bool isOpen() const = 0;
+    virtual bool write(const String& text, int length = -1) = 0;
+};
+
+class IFileReader {
+public:
+    virtual ~IFileReader() = default;
+    virtual bool open() = 0;
+    virtual bool readAll(String& content) = 0;
+};
+
+class FileIOHelper {
+public:
+    // Neither touches the disk before open(). A writer's open truncates; the path "-" stands
+    // for standard output.
+    static std::unique_ptr<IFileWriter> getWriter(const String& path);
+    static std::unique_ptr<IFileReader> getReader(const String& path);
+};
+
+class ICollator {
+public:
+    virtual ~ICollator() = default;
+    virtual bool equals(const String& a, const String& b) const = 0;
+};
+
+class CollatorFactory {
+public:
+    // Linux file systems compare names byte for byte, so the flag changes nothing here.
+    static ICollator& getFileSystemCollator(bool);
+};
+
+// The platform's path separator, and whether a character separates path pieces on input.
+constexpr char PathSeparator = '/';
+inline bool isPathSeparator(char c) { return c == '/' || c == '\\'; }
+
+} // namespace ORLO
+
+int ORLO_mkdir(const char* path);
