@@ -1,1 +1,45 @@
-int main() { return 0; }
+#include "cli/commandline.h"
+#include "cli/commands.h"
+#include "cli/diagnostics.h"
+#include "platform/appdatamanager.h"
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char* version = "0.1.0";
+constexpr int exitUsage = 2;
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    Cli::CommandLine line;
+    try {
+        line = Cli::parseCommandLine(words);
+    } catch (const Cli::UsageError& problem) {
+        std::fprintf(stderr, "metamodel: %s\n%s\nTry 'metamodel %s--help' for more.\n",
+                     problem.what(), Cli::usageLine(problem.command()).c_str(),
+                     problem.command().empty() ? "" : (problem.command() + " ").c_str());
+        return exitUsage;
+    }
+    if (line.global.version) {
+        std::printf("metamodel %s\n", version);
+        return 0;
+    }
+    if (line.global.help || line.arguments.help) {
+        std::fputs(Cli::helpText(line.command).c_str(), stdout);
+        return 0;
+    }
+    AppDataManager::SetAppDataOverrides(line.global.folders);
+    Cli::installDiagnostics(line.global.format);
+    try {
+        return Cli::runCommand(line);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
+        return 1;
+    }
+}

@@ -1,0 +1,494 @@
+#include "metamodel/xml/xmlmetamodelhandler.h"
+
+#include "metamodel/metamodelexceptions.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+namespace MetaModel {
+
+namespace {
+
+constexpr IMetaModelEvents::ElementStatus activeStatus = IMetaModelEvents::EsActive;
+
+struct FileLevel {
+    const char* name;
+    int level;
+    int idBase;
+};
+
+constexpr FileLevel fileLevels[] = {
+    {"core", 1, 0},
+    {"builtin", 2, 1000000},
+    {"prepackaged", 3, 1500000},
+    {"client", 4, 2000000},
+};
+
+int clampToInt(long long value) {
+    if (value > INT_MAX)
+        return INT_MAX;
+    if (value < INT_MIN)
+        return INT_MIN;
+    return int(value);
+}
+
+// Reading stops at the first character that does not fit and never fails.
+int toIntDetectingBase(const String& text) {
+    return clampToInt(std::strtoll(text.c_str(), nullptr, 0));
+}
+
+int toDecimalInt(const String& text) {
+    return clampToInt(std::strtoll(text.c_str(), nullptr, 10));
+}
+
+bool isOneOf(const String& name, std::initializer_list<const char*> names) {
+    for (const char* candidate : names)
+        if (name == candidate)
+            return true;
+    return false;
+}
+
+// The list forms of the primitive types carry their list nature in the maximal cardinality.
+bool isListForm(const String& type) {
+    return isOneOf(type,
+                   {"integerList", "stringList", "dateTimeList", "bookmarkList", "referenceList"});
+}
+
+IMetaModelEvents::ElementStatus statusFromText(const String& text) {
+    if (text == "deprecated")
+        return IMetaModelEvents::EsDeprecated;
+    if (text == "obsolete")
+        return IMetaModelEvents::EsObsolete;
+    if (text == "inactive")
+        return IMetaModelEvents::EsInactive;
+    return IMetaModelEvents::EsActive;
+}
+
+bool hasAttribute(const ORLO::IXmlAttributes& attributes, const char* name) {
+    return attributes.getIndex(name) >= 0;
+}
+
+} // namespace
+
+CXMLMetaModelHandler::CXMLMetaModelHandler(IMetaModelEvents* sink) : sink_(sink) {}
+
+void CXMLMetaModelHandler::setDocumentLocator(ORLO::IXmlLocator* locator) {
+    DefaultXmlHandler::setDocumentLocator(locator);
+    locator_ = locator;
+}
+
+CppLanguage::DocumentPosition CXMLMetaModelHandler::currentPosition() const {
+    CppLanguage::DocumentPosition position;
+    position.document = sourceName_;
+    if (locator_) {
+        position.line = locator_->getLineNumber();
+        position.column = locator_->getColumnNumber();
+    }
+    return position;
+}
+
+void CXMLMetaModelHandler::fail(const char* id,
+                                std::initializer_list<CppLanguage::MsgArg> args) const {
+    CppLanguage::raiseAt<CXMLMetaModelException>(ORLO_HERE, currentPosition(), id, args);
+}
+
+void CXMLMetaModelHandler::failParse(const ORLO::XmlException& problem) const {
+    const CppLanguage::DocumentPosition where{sourceName_, problem.getLineNumber(),
+                                              problem.getColumnNumber()};
+    CppLanguage::raiseAt<CXMLMetaModelException>(ORLO_HERE, where, "QEL_MM_SAX_PARSE_EXCEPTION",
+                                                 {{"CAUSE", problem.what()}});
+}
+
+// A parser warning stops the read just as a fatal error does: a document that needs a
+// warning is not one to load.
+void CXMLMetaModelHandler::warning(const ORLO::XmlException& problem) {
+    failParse(problem);
+}
+
+void CXMLMetaModelHandler::error(const ORLO::XmlException& problem) {
+    failParse(problem);
+}
+
+void CXMLMetaModelHandler::fatalError(const ORLO::XmlException& problem) {
+    failParse(problem);
+}
+
+bool CXMLMetaModelHandler::invariant() const {
+    return context_ <= TypeProperty && descriptionState_ <= InDescription;
+}
+
+void CXMLMetaModelHandler::StartStream() {
+    sink_->Start();
+}
+
+void CXMLMetaModelHandler::EndStream() {
+    sink_->End();
+}
+
+void CXMLMetaModelHandler::resetDocumentPosition() {
+    context_ = Top;
+    fileLevel_ = 0;
+    fileNumber_ = 0;
+    currentId_ = IMetaModelEvents::NoId;
+    propertyId_ = IMetaModelEvents::NoId;
+    partial_ = false;
+    currentName_.clear();
+    propertyName_.clear();
+}
+
+// The description state survives on purpose: a full element that lacked its description
+// still expects one, even in the next document.
+void CXMLMetaModelHandler::startDocument() {
+    resetDocumentPosition();
+    elementStack_.emplace_back("<root>");
+}
+
+void CXMLMetaModelHandler::endDocument() {
+    resetDocumentPosition();
+    if (!elementStack_.empty())
+        elementStack_.pop_back();
+}
+
+String CXMLMetaModelHandler::renderTag(const String& localName,
+                                       const ORLO::IXmlAttributes& attributes) {
+    String tag("<");
+    tag += localName;
+    String name;
+    for (int i = 0, count = attributes.getLength(); i < count; ++i) {
+        attributes.getName(i, name);
+        tag += ' ';
+        tag += name;
+        tag += "=\"";
+        tag += attributes.getValue(i);
+        tag += '"';
+    }
+    tag += '>';
+    return tag;
+}
+
+void CXMLMetaModelHandler::requireAttribute(const String& tag,
+                                            const ORLO::IXmlAttributes& attributes,
+                                            const char* name) const {
+    if (!hasAttribute(attributes, name))
+        fail("QEL_MM_MISSING_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
+}
+
+void CXMLMetaModelHandler::forbidAttribute(const String& tag,
+                                           const ORLO::IXmlAttributes& attributes,
+                                           const char* name) const {
+    if (hasAttribute(attributes, name))
+        fail("QEL_MM_UNEXPECTED_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
+}
+
+void CXMLMetaModelHandler::requireOneOf(const String& tag, const ORLO::IXmlAttributes& attributes,
+                                        const char* first, const char* second) const {
+    if (!hasAttribute(attributes, first) && !hasAttribute(attributes, second))
+        fail("QEL_MM_MISSING_BOTH_ATTR",
+             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", second}, {"ATTR1", first}});
+}
+
+void CXMLMetaModelHandler::forbidBoth(const String& tag, const ORLO::IXmlAttributes& attributes,
+                                      const char* first, const char* second) const {
+    if (hasAttribute(attributes, first) && hasAttribute(attributes, second))
+        fail("QEL_MM_EXCLUSIVE_ATTR",
+             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", second}, {"ATTR1", first}});
+}
+
+String CXMLMetaModelHandler::stringAttribute(const ORLO::IXmlAttributes& attributes,
+                                             const char* name, const char* defaultValue) {
+    if (!hasAttribute(attributes, name))
+        return String(defaultValue);
+    return attributes.getValue(name);
+}
+
+int CXMLMetaModelHandler::intAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
+                                       int defaultValue) {
+    const String value = attributes.getValue(name);
+    return value.empty() ? defaultValue : toIntDetectingBase(value);
+}
+
+void CXMLMetaModelHandler::pushStatus(const ORLO::IXmlAttributes& attributes) {
+    statusStack_.push_back(hasAttribute(attributes, "status")
+                               ? statusFromText(attributes.getValue("status"))
+                               : IMetaModelEvents::EsActive);
+}
+
+CXMLMetaModelHandler::ElementStatus CXMLMetaModelHandler::popStatus() {
+    if (statusStack_.empty())
+        return IMetaModelEvents::EsActive;
+    const ElementStatus status = statusStack_.back();
+    statusStack_.pop_back();
+    return status;
+}
+
+int CXMLMetaModelHandler::readId(const String& tag, const ORLO::IXmlAttributes& attributes) const {
+    requireOneOf(tag, attributes, "id", "rid");
+    forbidBoth(tag, attributes, "id", "rid");
+    const bool absolute = hasAttribute(attributes, "id");
+    const String value = attributes.getValue(absolute ? "id" : "rid");
+    if (value.empty())
+        fail("QEL_MM_EMPTY_ID", {});
+    if (absolute)
+        return toIntDetectingBase(value);
+    if (fileLevel_ == 0)
+        return -1;
+    // The blocks are a convention among documents: no range check, so a large rid or file
+    // number runs into the next block and the validator finds the clash.
+    const long long id = (long long)fileLevels[fileLevel_ - 1].idBase + 1000LL * fileNumber_ +
+                         toIntDetectingBase(value);
+    return int(id);
+}
+
+void CXMLMetaModelHandler::readFileHeader(const String& tag,
+                                          const ORLO::IXmlAttributes& attributes) {
+    requireAttribute(tag, attributes, "file_no");
+    fileNumber_ = intAttribute(attributes, "file_no", 0);
+    const String level = stringAttribute(attributes, "file_level", "client");
+    for (const FileLevel& candidate : fileLevels)
+        if (level == candidate.name) {
+            fileLevel_ = candidate.level;
+            return;
+        }
+    fail("QEL_MM_INVALID_FILE_LEVEL", {{"LEVEL", level}});
+}
+
+void CXMLMetaModelHandler::startPartial(const String& tag, const ORLO::IXmlAttributes& attributes,
+                                        bool isType) {
+    context_ = isType ? TypeBody : CategoryBody;
+    descriptionState_ = NoDescription;
+    requireAttribute(tag, attributes, "name");
+    currentName_ = attributes.getValue("name");
+    partial_ = true;
+    forbidAttribute(tag, attributes, "id");
+    forbidAttribute(tag, attributes, "rid");
+    pushStatus(attributes);
+    const ElementStatus status = popStatus();
+    if (isType)
+        sink_->StartType(currentName_, true, String::nil(), IMetaModelEvents::NoId, status);
+    else
+        sink_->StartCategory(currentName_, true, String::nil(), IMetaModelEvents::NoId, status);
+}
+
+void CXMLMetaModelHandler::startTopElement(const String& tag,
+                                           const ORLO::IXmlAttributes& attributes) {
+    if (tag == "metaModel") {
+        readFileHeader(tag, attributes);
+    } else if (tag == "category" || tag == "primitiveType") {
+        context_ = CategoryBody;
+        descriptionState_ = ExpectDescription;
+        requireAttribute(tag, attributes, "name");
+        pushStatus(attributes);
+        currentName_ = attributes.getValue("name");
+        currentId_ = readId(tag, attributes);
+    } else if (tag == "type") {
+        context_ = TypeBody;
+        descriptionState_ = ExpectDescription;
+        keyClassSeen_ = false;
+        requireAttribute(tag, attributes, "name");
+        currentName_ = attributes.getValue("name");
+        currentId_ = readId(tag, attributes);
+        pushStatus(attributes);
+    } else if (tag == "partial_category" || tag == "partialCategory") {
+        startPartial(tag, attributes, false);
+    } else if (tag == "partial_type" || tag == "partialType") {
+        startPartial(tag, attributes, true);
+    }
+    // Anything else is a wrapper: its children are judged at top in turn.
+}
+
+void CXMLMetaModelHandler::startProperty(const String& tag,
+                                         const ORLO::IXmlAttributes& attributes) {
+    context_ = context_ == CategoryBody ? CategoryProperty : TypeProperty;
+    descriptionState_ = ExpectDescription;
+    requireAttribute(tag, attributes, "name");
+    requireAttribute(tag, attributes, "type");
+    propertyName_ = attributes.getValue("name");
+    propertyType_ = attributes.getValue("type");
+
+    const String minimal = attributes.getValue("minimalCardinality");
+    minimalCardinality_ = minimal.empty() ? 0 : toDecimalInt(minimal);
+    if (hasAttribute(attributes, "maximalCardinality")) {
+        const String maximal = attributes.getValue("maximalCardinality");
+        maximalCardinality_ = maximal == "*" ? -1 : toDecimalInt(maximal);
+    } else if (isListForm(propertyType_) || minimalCardinality_ > 1) {
+        maximalCardinality_ = -1;
+    } else {
+        maximalCardinality_ = 1;
+    }
+    if (isListForm(propertyType_))
+        propertyType_.resize(propertyType_.size() - 4);
+
+    propertyId_ = readId(tag, attributes);
+    propertyMerge_ = stringAttribute(attributes, "merge", "no");
+    pushStatus(attributes);
+}
+
+void CXMLMetaModelHandler::attributeStep(const String& tag,
+                                         const ORLO::IXmlAttributes& attributes) {
+    requireAttribute(tag, attributes, "name");
+    requireOneOf(tag, attributes, "stringValue", "intValue");
+    const String name = attributes.getValue("name");
+    if (fileLevel_ != 1 && name == "KEY_CLASS")
+        keyClassSeen_ = true;
+    const ElementStatus status = popStatus();
+    if (hasAttribute(attributes, "intValue"))
+        sink_->Attribute(name, intAttribute(attributes, "intValue", 0), status);
+    else
+        sink_->Attribute(name, attributes.getValue("stringValue"), status);
+}
+
+void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& parent,
+                                            const ORLO::IXmlAttributes& attributes) {
+    if (tag == "property") {
+        startProperty(tag, attributes);
+    } else if (tag == "attribute") {
+        pushStatus(attributes);
+        // Attributes of a category or type belong to its full declaration.
+        if (partial_)
+            fail("QEL_MM_UNEXPECTED_TAG",
+                 {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
+        attributeStep(tag, attributes);
+    } else if (tag == "tree") {
+        requireAttribute(tag, attributes, "parent");
+        requireAttribute(tag, attributes, "category");
+        pushStatus(attributes);
+        sink_->Tree(attributes.getValue("parent"), attributes.getValue("category"), popStatus());
+    } else if (tag == "inheritedCategory") {
+        requireAttribute(tag, attributes, "name");
+        pushStatus(attributes);
+        sink_->InheritedCategory(attributes.getValue("name"), popStatus());
+    } else if (tag != "comment" && tag != "classifying") {
+        fail("QEL_MM_UNEXPECTED_TAG", {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
+    }
+}
+
+void CXMLMetaModelHandler::startPropertyElement(const String& tag,
+                                                const ORLO::IXmlAttributes& attributes) {
+    // Pushed for every child; what a comment leaves behind is never read, since each event
+    // reads the status its own start tag has just pushed.
+    pushStatus(attributes);
+    if (tag == "attribute")
+        attributeStep(tag, attributes);
+    else if (tag != "comment" && tag != "classifying")
+        fail("QEL_MM_UNEXPECTED_TAG",
+             {{"PARENT", "property"}, {"TAG", renderTag(tag, attributes)}});
+}
+
+void CXMLMetaModelHandler::startElement(const String&, const String& localName, const String&,
+                                        const ORLO::IXmlAttributes& attributes) {
+    const String parent = elementStack_.empty() ? String() : elementStack_.back();
+    elementStack_.push_back(localName);
+
+    if (descriptionState_ == InDescription)
+        fail("QEL_MM_DESC_TAG_HAS_CHILD", {});
+    if (descriptionState_ == ExpectDescription) {
+        if (localName != "description")
+            fail("QEL_MM_DESC_TAG_NOT_FIRST", {{"TAG", parent}});
+        descriptionState_ = InDescription;
+        return;
+    }
+
+    switch (context_) {
+    case Top:
+        startTopElement(localName, attributes);
+        break;
+    case CategoryBody:
+    case TypeBody:
+        startBodyElement(localName, parent, attributes);
+        break;
+    case CategoryProperty:
+    case TypeProperty:
+        startPropertyElement(localName, attributes);
+        break;
+    }
+}
+
+void CXMLMetaModelHandler::characters(const String& text) {
+    // The last run wins: the parser hands plain text and each CDATA section as runs of
+    // their own.
+    if (descriptionState_ == InDescription)
+        description_ = text;
+}
+
+void CXMLMetaModelHandler::announceDescribedElement() {
+    switch (context_) {
+    case CategoryBody:
+        sink_->StartCategory(currentName_, false, description_, currentId_, popStatus());
+        break;
+    case TypeBody:
+        sink_->StartType(currentName_, false, description_, currentId_, popStatus());
+        break;
+    case CategoryProperty:
+    case TypeProperty:
+        sink_->StartProperty(propertyName_, description_, propertyType_, minimalCardinality_,
+                             maximalCardinality_, propertyMerge_, propertyId_, popStatus());
+        break;
+    case Top:
+        break;
+    }
+}
+
+void CXMLMetaModelHandler::endBodyElement(const String& localName) {
+    switch (context_) {
+    case CategoryBody: {
+        const bool full = localName == "category" || localName == "primitiveType";
+        const bool partial = localName == "partial_category" || localName == "partialCategory";
+        if (full)
+            sink_->Attribute("ROOT_PATH", rootPath_, activeStatus);
+        if (full || partial) {
+            sink_->EndCategory(partial);
+            currentId_ = IMetaModelEvents::NoId;
+            currentName_.clear();
+            partial_ = false;
+            context_ = Top;
+        }
+        break;
+    }
+    case TypeBody: {
+        const bool full = localName == "type";
+        const bool partial = localName == "partial_type" || localName == "partialType";
+        if (full) {
+            if (fileLevel_ != 1 && !keyClassSeen_)
+                sink_->Attribute("KEY_CLASS", currentId_, activeStatus);
+            sink_->Attribute("ROOT_PATH", rootPath_, activeStatus);
+        }
+        if (full || partial) {
+            sink_->EndType(partial);
+            currentId_ = IMetaModelEvents::NoId;
+            currentName_.clear();
+            partial_ = false;
+            context_ = Top;
+        }
+        break;
+    }
+    case CategoryProperty:
+    case TypeProperty:
+        if (localName == "property") {
+            sink_->EndProperty();
+            propertyId_ = IMetaModelEvents::NoId;
+            propertyName_.clear();
+            propertyType_.clear();
+            propertyMerge_.clear();
+            context_ = context_ == CategoryProperty ? CategoryBody : TypeBody;
+        }
+        break;
+    case Top:
+        break;
+    }
+}
+
+void CXMLMetaModelHandler::endElement(const String&, const String& localName, const String&) {
+    if (!elementStack_.empty())
+        elementStack_.pop_back();
+    if (descriptionState_ == InDescription) {
+        // No child can open inside a description, so this is its end.
+        announceDescribedElement();
+        descriptionState_ = NoDescription;
+        description_.clear();
+        return;
+    }
+    endBodyElement(localName);
+}
+
+} // namespace MetaModel

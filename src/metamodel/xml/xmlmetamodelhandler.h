@@ -1,0 +1,109 @@
+#pragma once
+
+#include "cpplanguage/messages.h"
+#include "metamodel/stream/metamodelevents.h"
+#include "platform/xmlsaxparser.h"
+
+#include <initializer_list>
+#include <vector>
+
+namespace MetaModel {
+
+// Turns the parser callbacks of meta-model documents into events on one sink. It holds back
+// the start of a category, type or property until its description has been read, and does
+// every conversion of the format (ids, default cardinalities, statuses, list types). It
+// judges only the shape of a document; what names and values mean is the sinks' business.
+class CXMLMetaModelHandler : public ORLO::DefaultXmlHandler,
+                             public CppLanguage::IDocumentPositionSource {
+public:
+    using ElementStatus = IMetaModelEvents::ElementStatus;
+
+    explicit CXMLMetaModelHandler(IMetaModelEvents* sink);
+
+    void setDocumentLocator(ORLO::IXmlLocator* locator) override;
+    void startDocument() override;
+    void endDocument() override;
+    void startElement(const String& nameSpace, const String& localName, const String& qualifiedName,
+                      const ORLO::IXmlAttributes& attributes) override;
+    void endElement(const String& nameSpace, const String& localName,
+                    const String& qualifiedName) override;
+    void characters(const String& text) override;
+    void warning(const ORLO::XmlException& problem) override;
+    void error(const ORLO::XmlException& problem) override;
+    void fatalError(const ORLO::XmlException& problem) override;
+
+    virtual bool invariant() const;
+    virtual void StartStream();
+    virtual void EndStream();
+
+    // Set by the reader before each document.
+    void SetRootPath(const String& rootPath) { rootPath_ = rootPath; }
+    void SetSourceName(const String& sourceName) { sourceName_ = sourceName; }
+
+    CppLanguage::DocumentPosition currentPosition() const override;
+
+private:
+    enum Context {
+        Top = 0,
+        CategoryBody = 1,
+        TypeBody = 2,
+        CategoryProperty = 3,
+        TypeProperty = 4
+    };
+    enum DescriptionState { NoDescription = 0, ExpectDescription = 1, InDescription = 2 };
+
+    [[noreturn]] void fail(const char* id, std::initializer_list<CppLanguage::MsgArg> args) const;
+    [[noreturn]] void failParse(const ORLO::XmlException& problem) const;
+
+    void requireAttribute(const String& tag, const ORLO::IXmlAttributes& attributes,
+                          const char* name) const;
+    void forbidAttribute(const String& tag, const ORLO::IXmlAttributes& attributes,
+                         const char* name) const;
+    void requireOneOf(const String& tag, const ORLO::IXmlAttributes& attributes, const char* first,
+                      const char* second) const;
+    void forbidBoth(const String& tag, const ORLO::IXmlAttributes& attributes, const char* first,
+                    const char* second) const;
+    static String stringAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
+                                  const char* defaultValue);
+    static int intAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
+                            int defaultValue);
+    void pushStatus(const ORLO::IXmlAttributes& attributes);
+    ElementStatus popStatus();
+    int readId(const String& tag, const ORLO::IXmlAttributes& attributes) const;
+    void readFileHeader(const String& tag, const ORLO::IXmlAttributes& attributes);
+    void startTopElement(const String& tag, const ORLO::IXmlAttributes& attributes);
+    void startBodyElement(const String& tag, const String& parent,
+                          const ORLO::IXmlAttributes& attributes);
+    void startPropertyElement(const String& tag, const ORLO::IXmlAttributes& attributes);
+    void startPartial(const String& tag, const ORLO::IXmlAttributes& attributes, bool isType);
+    void startProperty(const String& tag, const ORLO::IXmlAttributes& attributes);
+    void attributeStep(const String& tag, const ORLO::IXmlAttributes& attributes);
+    void announceDescribedElement();
+    void endBodyElement(const String& localName);
+    void resetDocumentPosition();
+    static String renderTag(const String& localName, const ORLO::IXmlAttributes& attributes);
+
+    IMetaModelEvents* sink_;
+    Context context_ = Top;
+    DescriptionState descriptionState_ = NoDescription;
+    String currentName_;
+    int currentId_ = IMetaModelEvents::NoId;
+    bool partial_ = false;
+    std::vector<String> elementStack_;
+    String propertyName_;
+    int propertyId_ = IMetaModelEvents::NoId;
+    String propertyType_;
+    String propertyMerge_;
+    int minimalCardinality_ = 0;
+    int maximalCardinality_ = 0;
+    String description_;
+    int fileLevel_ = 0;
+    int fileNumber_ = 0;
+    String rootPath_;
+    String sourceName_;
+    std::vector<ElementStatus> statusStack_;
+    ORLO::IXmlLocator* locator_ = nullptr;
+    bool keyClassSeen_ = false;
+};
+
+} // namespace MetaModel

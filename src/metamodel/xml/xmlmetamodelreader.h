@@ -1,0 +1,54 @@
+#pragma once
+
+#include "metamodel/stream/metamodelreader.h"
+
+#include <list>
+#include <utility>
+#include <vector>
+
+namespace ORLO {
+class XmlSAXParser;
+}
+
+namespace MetaModel {
+
+class CXMLMetaModelHandler;
+
+// Reads "MetaModel.xml" documents: every document under a list of root folders, then single
+// documents, as one stream with one Start and one End. Paths may begin with a placeholder
+// ("<app dir>", "<all users dir>", "<user dir>", "<plugins path>"), resolved at read time.
+class CXMLMetaModelReader : public CMetaModelReader {
+public:
+    // The first flag adds the installation's roots, the second the per-machine and per-user
+    // ones; the extension folder's roots are always added when there is one.
+    CXMLMetaModelReader(bool installationRoots = true, bool userRoots = true);
+
+    void AddRootPath(const String& rootPath);
+    void addFile(const String& path);
+    void addSource(const String& text, const String& sourceName);
+
+    bool invariant() const override;
+    // Reads roots and files. Nothing is consumed: a read can run again into another sink.
+    void UnsafeRead() override;
+    // Reads the in-memory sources; a faulty source is reported and the next one read.
+    virtual void readSources();
+
+    const std::list<String>& GetRootPaths() const { return rootPaths_; }
+    const std::list<String>& GetFiles() const { return files_; }
+
+    // Replaces the first kind of placeholder that the application data manager can resolve;
+    // answers whether it replaced anything.
+    static bool ResolvePlaceholders(String& path);
+    // Every document under the folder, depth first, in listing order.
+    static void CollectMetaModels(const String& folder, std::list<String>& documents);
+
+private:
+    void readDocument(CXMLMetaModelHandler& handler, ORLO::XmlSAXParser& parser, const String& path,
+                      const String& resolvedRoot, const String& symbolicRoot);
+
+    std::list<String> rootPaths_;
+    std::list<String> files_;
+    std::vector<std::pair<String, String>> sources_;
+};
+
+} // namespace MetaModel

@@ -1,0 +1,348 @@
+#include "support/tempfolder.h"
+#include "support/xmlreading.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using TestSupport::readSource;
+using TestSupport::SourceReading;
+using Lines = std::vector<std::string>;
+
+std::string document(const std::string& body,
+                     const std::string& header = R"(file_no="3" file_level="builtin")") {
+    return "<metaModel " + header + ">\n" + body + "\n</metaModel>\n";
+}
+
+Lines bodyOf(const std::string& text) {
+    SourceReading reading;
+    readSource(reading, text);
+    EXPECT_TRUE(reading.messages.messages().empty())
+        << "unexpected message " << reading.messages.ids().front();
+    return reading.events.body();
+}
+
+TEST(XmlHandler, SampleDocumentPlaysItsNineCallsWithTheDerivedRootPath) {
+    const std::string text =
+        TestSupport::readFile(METAMODEL_TEST_DATA_DIR "/xml/sample/MetaModel.xml");
+    EXPECT_EQ(bodyOf(text),
+              (Lines{
+                  "StartCategory Base full 'Root of the example' 1003001 active",
+                  "Attribute INF_TYPE int 7 active",
+                  "StartProperty size 'Size in bytes' integer 0..1 sum 1003002 active",
+                  "EndProperty",
+                  "Attribute ROOT_PATH '' active",
+                  "EndCategory full",
+                  "StartType Other partial '' -2147483648 active",
+                  "InheritedCategory Base active",
+                  "EndType partial",
+              }));
+}
+
+struct IdCase {
+    const char* header;
+    const char* idAttribute;
+    int expected;
+};
+
+TEST(XmlHandler, IdsFollowTheFileBlocksAndTheBaseDetectingConversion) {
+    const IdCase cases[] = {
+        {R"(file_no="3" file_level="builtin")", R"(rid="7")", 1003007},
+        {R"(file_no="3" file_level="client")", R"(rid="7")", 2003007},
+        {R"(file_no="3")", R"(rid="7")", 2003007}, // no level counts as client
+        {R"(file_no="2" file_level="prepackaged")", R"(rid="5")", 1502005},
+        {R"(file_no="4" file_level="core")", R"(rid="1")", 4001},
+        {R"(file_no="3" file_level="builtin")", R"(id="7")", 7},
+        {R"(file_no="3")", R"(id="0x10")", 16},
+        {R"(file_no="3")", R"(id="010")", 8},
+        {R"(file_no="3")", R"(id="12abc")", 12},
+        {R"(file_no="3")", R"(id="-5")", -5},
+        {R"(file_no="0x2" file_level="builtin")", R"(rid="1")", 1002001},
+    };
+    for (const IdCase& c : cases) {
+        const Lines body = bodyOf(document(std::string("<category name=\"C\" ") + c.idAttribute +
+                                               "><description/></category>",
+                                           c.header));
+        ASSERT_FALSE(body.empty()) << c.header << " " << c.idAttribute;
+        EXPECT_EQ(body.front(), "StartCategory C full '' " + std::to_string(c.expected) + " active")
+            << c.header << " " << c.idAttribute;
+    }
+}
+
+TEST(XmlHandler, WithoutAMetaModelRootEveryRidIsMinusOneAndTypesStillGetAKeyClass) {
+    const Lines body = bodyOf("<wrapper><type name=\"T\" rid=\"9\"><description>d</description>"
+                              "</type></wrapper>");
+    EXPECT_EQ(body, (Lines{"StartType T full 'd' -1 active", "Attribute KEY_CLASS int -1 active",
+                           "Attribute ROOT_PATH '' active", "EndType full"}));
+}
+
+TEST(XmlHandler, AWrappedMetaModelWorksAndASecondOneOverridesTheBlock) {
+    const Lines body = bodyOf("<wrapper>"
+                              "<metaModel file_no=\"1\" file_level=\"core\"/>"
+                              "<category name=\"A\" rid=\"1\"><description/></category>"
+                              "<metaModel file_no=\"2\" file_level=\"builtin\"/>"
+                              "<category name=\"B\" rid=\"1\"><description/></category>"
+                              "</wrapper>");
+    ASSERT_EQ(body.size(), 6u);
+    EXPECT_EQ(body[0], "StartCategory A full '' 1001 active");
+    EXPECT_EQ(body[3], "StartCategory B full '' 1002001 active");
+}
+
+TEST(XmlHandler, CardinalitiesDefaultFromTheTypeAsWrittenAndListFormsAreStripped) {
+    struct Case {
+        const char* attributes;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {R"(type="integer")", "integer 0..1"},
+        {R"(type="stringList")", "string 0..-1"},
+        {R"(type="stringList" maximalCardinality="3")", "string 0..3"},
+        {R"(type="integer" minimalCardinality="2")", "integer 2..-1"},
+        {R"(type="integer" minimalCardinality="1")", "integer 1..1"},
+        {R"(type="integer" minimalCardinality="010" maximalCardinality="020")", "integer 10..20"},
+        {R"(type="referenceList" maximalCardinality="*")", "reference 0..-1"},
+        {R"(type="integer" maximalCardinality="*")", "integer 0..-1"},
+        {R"(type="Folder")", "Folder 0..1"},
+        {R"(type="dateTimeList" minimalCardinality="1")", "dateTime 1..-1"},
+        {R"(type="List")", "List 0..1"},
+    };
+    for (const Case& c : cases) {
+        const Lines body =
+            bodyOf(document(std::string("<category name=\"C\" rid=\"1\"><description/>"
+                                        "<property name=\"p\" rid=\"2\" ") +
+                            c.attributes + "><description/></property></category>"));
+        ASSERT_GE(body.size(), 2u) << c.attributes;
+        EXPECT_EQ(body[1], std::string("StartProperty p '' ") + c.expected + " no 1003002 active")
+            << c.attributes;
+    }
+}
+
+TEST(XmlHandler, StatusWordsMapAndUnknownOnesCountAsActive) {
+    const Lines body = bodyOf(document(R"(<type name="T" rid="1" status="obsolete">
+<description/>
+<attribute name="a" stringValue="x" status="deprecated"/>
+<attribute name="b" intValue="5" stringValue="ignored" status="retired"/>
+<inheritedCategory name="Base" status="inactive"/>
+<tree parent="P" category="Tree" status="deprecated"/>
+<property name="p" rid="2" type="integer" status="inactive"><description/>
+<comment/>
+<attribute name="c" intValue="0x1F" status="obsolete"/>
+</property>
+</type>)"));
+    EXPECT_EQ(body, (Lines{
+                        "StartType T full '' 1003001 obsolete",
+                        "Attribute a 'x' deprecated",
+                        "Attribute b int 5 active",
+                        "InheritedCategory Base inactive",
+                        "Tree P Tree deprecated",
+                        "StartProperty p '' integer 0..1 no 1003002 inactive",
+                        "Attribute c int 31 obsolete",
+                        "EndProperty",
+                        "Attribute KEY_CLASS int 1003001 active",
+                        "Attribute ROOT_PATH '' active",
+                        "EndType full",
+                    }));
+}
+
+TEST(XmlHandler, KeyClassIsDerivedOnlyOutsideCoreAndOnlyWhenTheTypeHasNone) {
+    const std::string typeWithOwnKeyClass =
+        R"(<type name="T" rid="1"><description/><property name="p" rid="2" type="integer">
+<description/><attribute name="KEY_CLASS" intValue="77"/></property></type>)";
+    Lines body = bodyOf(document(typeWithOwnKeyClass));
+    EXPECT_EQ(std::count(body.begin(), body.end(), "Attribute KEY_CLASS int 1003001 active"), 0);
+
+    body = bodyOf(document(R"(<type name="T" rid="1"><description/></type>)",
+                           R"(file_no="1" file_level="core")"));
+    EXPECT_EQ(body, (Lines{"StartType T full '' 1001 active", "Attribute ROOT_PATH '' active",
+                           "EndType full"}));
+
+    // The flag set by a category's attribute lasts only until the next type starts.
+    body = bodyOf(document(R"(<category name="C" rid="1"><description/>
+<attribute name="KEY_CLASS" intValue="1"/></category>
+<type name="T" rid="2"><description/></type>)"));
+    EXPECT_NE(std::find(body.begin(), body.end(), "Attribute KEY_CLASS int 1003002 active"),
+              body.end());
+}
+
+TEST(XmlHandler, PartialElementsAnnounceAtTheirStartAndPropertiesInsideNeedDescriptions) {
+    const Lines body = bodyOf(document(R"(<partialCategory name="C">
+<property name="p" rid="2" type="string"><description>d</description>
+<attribute name="a" stringValue="v"/></property>
+<tree parent="P" category="K"/>
+</partialCategory>
+<partialType name="T"><classifying/></partialType>)"));
+    EXPECT_EQ(body, (Lines{
+                        "StartCategory C partial '' -2147483648 active",
+                        "StartProperty p 'd' string 0..1 no 1003002 active",
+                        "Attribute a 'v' active",
+                        "EndProperty",
+                        "Tree P K active",
+                        "EndCategory partial",
+                        "StartType T partial '' -2147483648 active",
+                        "EndType partial",
+                    }));
+}
+
+TEST(XmlHandler, OnlyTheLastTextRunOfADescriptionCounts) {
+    const Lines body = bodyOf(document(
+        "<category name=\"C\" rid=\"1\"><description>first<![CDATA[second]]>third &amp; last"
+        "</description></category>"));
+    ASSERT_FALSE(body.empty());
+    EXPECT_EQ(body.front(), "StartCategory C full 'third & last' 1003001 active");
+}
+
+struct Failure {
+    const char* name;
+    std::string text;
+    const char* id;
+    int line;
+    std::vector<std::pair<std::string, std::string>> arguments;
+};
+
+TEST(XmlHandler, ShapeFailuresCarryTheirIdArgumentsAndPosition) {
+    const Failure failures[] = {
+        {"empty id",
+         document("<category name=\"C\"\n id=\"\"><description/></category>"),
+         "QEL_MM_EMPTY_ID",
+         3,
+         {}},
+        {"no id",
+         document("<category name=\"C\"><description/></category>"),
+         "QEL_MM_MISSING_BOTH_ATTR",
+         2,
+         {{"TAG", "<category name=\"C\">"}, {"ATTR1", "id"}, {"ATTR2", "rid"}}},
+        {"both ids",
+         document("<type name=\"T\" id=\"1\" rid=\"2\"><description/></type>"),
+         "QEL_MM_EXCLUSIVE_ATTR",
+         2,
+         {{"TAG", "<type name=\"T\" id=\"1\" rid=\"2\">"}, {"ATTR1", "id"}, {"ATTR2", "rid"}}},
+        {"id on a partial",
+         document("<partial_category name=\"C\" id=\"4\"/>"),
+         "QEL_MM_UNEXPECTED_ATTR",
+         2,
+         {{"TAG", "<partial_category name=\"C\" id=\"4\">"}, {"ATTR", "id"}}},
+        {"description in a partial",
+         document("<partial_type name=\"T\">\n<description/></partial_type>"),
+         "QEL_MM_UNEXPECTED_TAG",
+         3,
+         {{"PARENT", "partial_type"}, {"TAG", "<description>"}}},
+        {"attribute directly in a partial",
+         document("<partial_type name=\"T\"><attribute name=\"a\" intValue=\"1\"/></partial_type>"),
+         "QEL_MM_UNEXPECTED_TAG",
+         2,
+         {{"PARENT", "partial_type"}, {"TAG", "<attribute name=\"a\" intValue=\"1\">"}}},
+        {"nested category",
+         document("<category name=\"A\" rid=\"1\"><description/>\n<category name=\"B\" "
+                  "rid=\"2\"/></category>"),
+         "QEL_MM_UNEXPECTED_TAG",
+         3,
+         {{"PARENT", "category"}, {"TAG", "<category name=\"B\" rid=\"2\">"}}},
+        {"unknown tag in a property",
+         document("<type name=\"T\" rid=\"1\"><description/><property name=\"p\" rid=\"2\" "
+                  "type=\"integer\"><description/><metaModel/></property></type>"),
+         "QEL_MM_UNEXPECTED_TAG",
+         2,
+         {{"PARENT", "property"}, {"TAG", "<metaModel>"}}},
+        {"comment before the description",
+         document("<category name=\"C\" rid=\"1\"><comment/><description/></category>"),
+         "QEL_MM_DESC_TAG_NOT_FIRST",
+         2,
+         {{"TAG", "category"}}},
+        {"child in a description",
+         document("<category name=\"C\" rid=\"1\"><description><b/></description></category>"),
+         "QEL_MM_DESC_TAG_HAS_CHILD",
+         2,
+         {}},
+        {"bad level",
+         document("", R"(file_no="1" file_level="kernel")"),
+         "QEL_MM_INVALID_FILE_LEVEL",
+         1,
+         {{"LEVEL", "kernel"}}},
+        {"no file number",
+         document("", R"(file_level="core")"),
+         "QEL_MM_MISSING_ATTR",
+         1,
+         {{"TAG", "<metaModel file_level=\"core\">"}, {"ATTR", "file_no"}}},
+        {"attribute without a value",
+         document("<category name=\"C\" rid=\"1\"><description/><attribute name=\"a\"/>"
+                  "</category>"),
+         "QEL_MM_MISSING_BOTH_ATTR",
+         2,
+         {{"TAG", "<attribute name=\"a\">"}, {"ATTR1", "stringValue"}, {"ATTR2", "intValue"}}},
+        {"tree without a category",
+         document("<type name=\"T\" rid=\"1\"><description/><tree parent=\"P\"/></type>"),
+         "QEL_MM_MISSING_ATTR",
+         2,
+         {{"TAG", "<tree parent=\"P\">"}, {"ATTR", "category"}}},
+        {"malformed",
+         document("<category name=\"C\" rid=\"1\">\n<description>\n</category>"),
+         "QEL_MM_SAX_PARSE_EXCEPTION",
+         4,
+         {}},
+    };
+    for (const Failure& failure : failures) {
+        SourceReading reading;
+        readSource(reading, failure.text, "/docs/bad.xml");
+        ASSERT_EQ(reading.messages.ids(), std::vector<std::string>{failure.id}) << failure.name;
+        const auto& message = reading.messages.messages().front();
+        EXPECT_STREQ(message.GetDocument(), "/docs/bad.xml") << failure.name;
+        EXPECT_EQ(message.GetLine(), failure.line) << failure.name;
+        EXPECT_GT(message.GetColumn(), 0) << failure.name;
+        EXPECT_STREQ(message.GetComponent(), "QEL") << failure.name;
+        for (const auto& [name, value] : failure.arguments)
+            EXPECT_EQ(reading.messages.argument(0, name), value) << failure.name << " " << name;
+        // A failed source leaves its stream open but the read still ends it.
+        EXPECT_EQ(reading.events.events.back(), "End") << failure.name;
+    }
+}
+
+TEST(XmlHandler, AFullElementWithoutDescriptionNeverStartsAndTheNextTagFails) {
+    SourceReading reading;
+    readSource(reading, document("<category name=\"A\" rid=\"1\"/>\n<category name=\"B\" "
+                                 "rid=\"2\"><description/></category>"));
+    EXPECT_EQ(reading.events.body(), (Lines{"Attribute ROOT_PATH '' active", "EndCategory full"}));
+    ASSERT_EQ(reading.messages.ids(), std::vector<std::string>{"QEL_MM_DESC_TAG_NOT_FIRST"});
+    EXPECT_EQ(reading.messages.argument(0, "TAG"), "metaModel");
+    EXPECT_EQ(reading.messages.messages().front().GetLine(), 3);
+}
+
+TEST(XmlHandler, ALostDescriptionAtTopIsTakenSilently) {
+    const Lines body =
+        bodyOf(document("<category name=\"A\" rid=\"1\"/><description>x</description>"
+                        "<category name=\"B\" rid=\"2\"><description/></category>"));
+    EXPECT_EQ(body, (Lines{"Attribute ROOT_PATH '' active", "EndCategory full",
+                           "StartCategory B full '' 1003002 active",
+                           "Attribute ROOT_PATH '' active", "EndCategory full"}));
+}
+
+TEST(XmlHandler, ExternalEntitiesAreNeverReadAndEntityBombsStop) {
+    TestSupport::TempFolder folder;
+    const std::string secret = folder.write("secret.txt", "TOP-SECRET");
+    SourceReading xxe;
+    readSource(xxe, "<?xml version=\"1.0\"?>\n<!DOCTYPE metaModel [<!ENTITY e SYSTEM \"file://" +
+                        secret + "\">]>\n" +
+                        document("<category name=\"C\" rid=\"1\"><description>&e;</description>"
+                                 "</category>"));
+    for (const std::string& line : xxe.events.events)
+        EXPECT_EQ(line.find("TOP-SECRET"), std::string::npos) << line;
+
+    std::string bomb = "<?xml version=\"1.0\"?>\n<!DOCTYPE lolz [<!ENTITY lol \"lol\">";
+    std::string previous = "lol";
+    for (int level = 1; level <= 9; ++level) {
+        const std::string name = "lol" + std::to_string(level);
+        bomb += "<!ENTITY " + name + " \"";
+        for (int i = 0; i < 10; ++i)
+            bomb += "&" + previous + ";";
+        bomb += "\">";
+        previous = name;
+    }
+    bomb += "]>\n" + document("<category name=\"C\" rid=\"1\"><description>&" + previous +
+                              ";</description></category>");
+    SourceReading laughs;
+    readSource(laughs, bomb);
+    EXPECT_EQ(laughs.messages.ids(), std::vector<std::string>{"QEL_MM_SAX_PARSE_EXCEPTION"});
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "metamodel/stream/metamodelevents.h"
+
+#include <string>
+#include <vector>
+
+namespace TestSupport {
+
+// A sink that writes every event down as one readable line, e.g.
+// "StartCategory Base full 'Root' 1003001 active"; SetSource is recorded as "Source <name>".
+class RecordingEvents : public MetaModel::CMetaModelEvents {
+public:
+    std::vector<std::string> events;
+
+    // The lines between Start and End without the Source lines, for documents whose stream
+    // is all that matters.
+    std::vector<std::string> body() const;
+
+protected:
+    void OnStart() override;
+    void OnEnd() override;
+    void OnStartCategory(const MetaModel::String& name, bool partial,
+                         const MetaModel::String& description, int id,
+                         const ElementStatus& status) override;
+    void OnEndCategory(bool partial) override;
+    void OnStartType(const MetaModel::String& name, bool partial,
+                     const MetaModel::String& description, int id,
+                     const ElementStatus& status) override;
+    void OnEndType(bool partial) override;
+    void OnStartProperty(const MetaModel::String& name, const MetaModel::String& description,
+                         const MetaModel::String& type, const int& minimalCardinality,
+                         const int& maximalCardinality, const MetaModel::String& merge, int id,
+                         const ElementStatus& status) override;
+    void OnEndProperty() override;
+    void OnAttribute(const MetaModel::String& name, int value,
+                     const ElementStatus& status) override;
+    void OnAttribute(const MetaModel::String& name, const MetaModel::String& value,
+                     const ElementStatus& status) override;
+    void OnInheritedCategory(const MetaModel::String& name, const ElementStatus& status) override;
+    void OnTree(const MetaModel::String& parent, const MetaModel::String& category,
+                const ElementStatus& status) override;
+
+private:
+    void sourceChanged();
+    std::string lastSource_;
+};
+
+const char* statusWord(MetaModel::IMetaModelEvents::ElementStatus status);
+
+} // namespace TestSupport
