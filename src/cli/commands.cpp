@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <unistd.h>
 
 namespace Cli {
 
@@ -42,22 +43,64 @@ bool addPaths(MetaModel::CXMLMetaModelReader& reader, const std::vector<std::str
 
 using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(const std::string&)>;
 
+// A temporary file that goes away with this object.
+class ScratchFile {
+public:
+    ScratchFile() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "metamodel-XXXXXX");
+        const int descriptor = mkstemp(pattern.data());
+        if (descriptor >= 0) {
+            close(descriptor);
+            path_ = pattern;
+        }
+    }
+    ~ScratchFile() {
+        if (!path_.empty())
+            std::remove(path_.c_str());
+    }
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+bool copyToStandardOutput(const std::string& path) {
+    std::FILE* in = std::fopen(path.c_str(), "rb");
+    if (!in)
+        return false;
+    char buffer[1 << 16];
+    size_t count;
+    while ((count = std::fread(buffer, 1, sizeof buffer, in)) > 0)
+        std::fwrite(buffer, 1, count, stdout);
+    std::fclose(in);
+    return std::fflush(stdout) == 0;
+}
+
 // Plays the documents into the sink that `makeSink` builds on the output path. A failed run
-// leaves no half-written output file behind.
+// leaves nothing half-written: a file output is removed, and standard output is only written
+// once the whole stream went through.
 int playDocuments(const CommandArguments& arguments, const SinkFactory& makeSink) {
     MetaModel::CXMLMetaModelReader reader;
     if (!addPaths(reader, arguments.operands))
         return exitFailure;
     const std::string output = arguments.value("output", "-");
+    const bool toStandardOutput = output == "-";
+    ScratchFile scratch;
+    const std::string target =
+        toStandardOutput && !scratch.path().empty() ? scratch.path() : output;
     try {
-        std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(output);
-        reader.SetEvents(sink.get());
-        reader.Read();
+        {
+            std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
+            reader.SetEvents(sink.get());
+            reader.Read();
+        }
+        if (target != output && !copyToStandardOutput(target))
+            return exitFailure;
         return exitSuccess;
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
     }
-    if (output != "-") {
+    if (!toStandardOutput) {
         std::error_code ignored;
         std::filesystem::remove(output, ignored);
     }

@@ -1,16 +1,757 @@
 #include "platform/xmlsaxparser.h"
 
+#include <libxml/SAX2.h>
+#include <libxml/entities.h>
+#include <libxml/globals.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/valid.h>
+#include <libxml/xmlerror.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <sys/stat.h>
+
 namespace ORLO {
+namespace {
+
+std::string_view view(const xmlChar* text) {
+    return text ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+std::string_view view(const xmlChar* begin, const xmlChar* end) {
+    return std::string_view(reinterpret_cast<const char*>(begin), size_t(end - begin));
+}
+
+// `prefix:local`, or `local` alone.
+void assignQualified(String& out, const xmlChar* prefix, const xmlChar* local) {
+    if (prefix) {
+        out.assign(view(prefix));
+        out.push_back(':');
+        out.append(view(local));
+    } else {
+        out.assign(view(local));
+    }
+}
+
+class Bridge;
+
+// Handlers keep the locator they were given, often past the end of the document. One locator
+// per thread, pointed at the running parse and answering 0 between parses, keeps such a late
+// call harmless.
+class Locator final : public IXmlLocator {
+public:
+    // Returns the parse it followed before, to be put back when this one ends.
+    const Bridge* follow(const Bridge* bridge) { return std::exchange(bridge_, bridge); }
+    String getPublicId() const override { return String(); }
+    String getSystemId() const override;
+    int getLineNumber() const override;
+    int getColumnNumber() const override;
+
+private:
+    const Bridge* bridge_ = nullptr;
+};
+
+thread_local Locator threadLocator;
+
+// A view over the attribute tuples libxml2 hands to startElementNs. Values are borrowed from
+// libxml2 unless they held a reference that had to be expanded.
+class Attributes final : public IXmlAttributes {
+public:
+    Attributes() = default;
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+    ~Attributes() override { release(); }
+
+    void bind(xmlParserCtxtPtr ctxt, const xmlChar** tuples, int count) {
+        tuples_ = tuples;
+        count_ = count;
+        values_.clear();
+        for (int i = 0; i < count; ++i) {
+            const xmlChar* begin = tuples[5 * i + 3];
+            const xmlChar* end = tuples[5 * i + 4];
+            if (begin && std::memchr(begin, '&', size_t(end - begin)))
+                values_.push_back(expand(ctxt, begin, end));
+            else
+                values_.push_back(begin ? view(begin, end) : std::string_view());
+        }
+    }
+
+    void release() {
+        for (xmlChar* text : owned_)
+            xmlFree(text);
+        owned_.clear();
+        count_ = 0;
+    }
+
+    int getLength() const override { return count_; }
+
+    void getName(int index, String& name) const override {
+        if (index < 0 || index >= count_) {
+            name.clear();
+            return;
+        }
+        assignQualified(name, tuples_[5 * index + 1], tuples_[5 * index]);
+    }
+
+    String getValue(const String& name) const override { return getValue(getIndex(name)); }
+
+    String getValue(int index) const override {
+        if (index < 0 || index >= count_)
+            return String();
+        return String(values_[size_t(index)]);
+    }
+
+    int getIndex(const String& name) const override {
+        const std::string_view wanted(name);
+        for (int i = 0; i < count_; ++i) {
+            const std::string_view local = view(tuples_[5 * i]);
+            const std::string_view prefix = view(tuples_[5 * i + 1]);
+            if (prefix.empty()) {
+                if (wanted == local)
+                    return i;
+            } else if (wanted.size() == prefix.size() + 1 + local.size() &&
+                       wanted.starts_with(prefix) && wanted[prefix.size()] == ':' &&
+                       wanted.ends_with(local)) {
+                return i;
+            }
+        }
+        return -1;
+    }
+
+private:
+    // Without entity substitution libxml2 leaves user entity references in attribute values
+    // as they are and turns `&amp;` into `&#38;`; the handler wants the finished value.
+    std::string_view expand(xmlParserCtxtPtr ctxt, const xmlChar* begin, const xmlChar* end) {
+        ++ctxt->depth;
+        xmlChar* expanded =
+            xmlStringLenDecodeEntities(ctxt, begin, int(end - begin), XML_SUBSTITUTE_REF, 0, 0, 0);
+        --ctxt->depth;
+        if (!expanded)
+            return view(begin, end);
+        owned_.push_back(expanded);
+        return view(expanded);
+    }
+
+    const xmlChar** tuples_ = nullptr;
+    int count_ = 0;
+    std::vector<std::string_view> values_;
+    std::vector<xmlChar*> owned_;
+};
+
+// Everything one parse needs, reached from libxml2 through the user data pointer. Every entry
+// point catches what the handler throws: a C++ exception must not cross libxml2's C frames.
+class Bridge {
+public:
+    Bridge(IXmlHandler& handler, String systemId)
+        : handler_(handler), systemId_(std::move(systemId)) {}
+
+    IXmlHandler& handler() { return handler_; }
+    xmlParserCtxtPtr context() const { return ctxt_; }
+    void attach(xmlParserCtxtPtr ctxt) { ctxt_ = ctxt; }
+    const String& systemId() const { return systemId_; }
+    bool stopped() const { return stopped_; }
+    const std::exception_ptr& failure() const { return failure_; }
+
+    template <typename Action> void guard(Action&& action) noexcept {
+        if (stopped_)
+            return;
+        try {
+            action();
+        } catch (...) {
+            failure_ = std::current_exception();
+            stopped_ = true;
+            if (ctxt_)
+                xmlStopParser(ctxt_);
+        }
+    }
+
+    void flushText() {
+        if (text_.empty())
+            return;
+        // Cleared before the call so that a throwing handler does not see the run twice.
+        pending_.swap(text_);
+        text_.clear();
+        handler_.characters(pending_);
+    }
+
+    void report(xmlErrorLevel level, std::string_view message, int line, int column) {
+        if (muted_ || level == XML_ERR_NONE)
+            return;
+        guard([&] {
+            flushText();
+            while (!message.empty() && (message.back() == '\n' || message.back() == '\r'))
+                message.remove_suffix(1);
+            const XmlException problem{String(message), line, column};
+            if (level == XML_ERR_WARNING)
+                handler_.warning(problem);
+            else if (level == XML_ERR_ERROR)
+                handler_.error(problem);
+            else
+                handler_.fatalError(problem);
+        });
+    }
+
+    // libxml2's unstructured channel hands out pieces of a line; they go out as one error.
+    void appendGeneric(const char* format, va_list args) {
+        char piece[512];
+        const int length = std::vsnprintf(piece, sizeof piece, format, args);
+        if (length <= 0)
+            return;
+        generic_.append(piece, std::min(size_t(length), sizeof piece - 1));
+        if (generic_.back() == '\n')
+            flushGeneric();
+    }
+
+    void flushGeneric() {
+        if (generic_.empty())
+            return;
+        String text;
+        text.swap(generic_);
+        const bool attached = ctxt_ && ctxt_->input;
+        report(XML_ERR_ERROR, text, attached ? ctxt_->input->line : 0,
+               attached ? ctxt_->input->col : 0);
+    }
+
+    // Re-expanding attribute values would report their problems a second time.
+    struct Mute {
+        explicit Mute(Bridge& bridge) : bridge_(bridge) { bridge_.muted_ = true; }
+        ~Mute() { bridge_.muted_ = false; }
+        Bridge& bridge_;
+    };
+
+    String text_;
+    String pending_;
+    String nameSpace_;
+    String localName_;
+    String qualifiedName_;
+    Attributes attributes_;
+    // Prefixes declared on open elements, and how many each element declared.
+    std::vector<const xmlChar*> prefixes_;
+    std::vector<int> declaredCounts_;
+
+private:
+    IXmlHandler& handler_;
+    String systemId_;
+    xmlParserCtxtPtr ctxt_ = nullptr;
+    std::exception_ptr failure_;
+    bool stopped_ = false;
+    bool muted_ = false;
+    String generic_;
+};
+
+String Locator::getSystemId() const {
+    return bridge_ ? bridge_->systemId() : String();
+}
+
+int Locator::getLineNumber() const {
+    const xmlParserCtxtPtr ctxt = bridge_ ? bridge_->context() : nullptr;
+    return ctxt && ctxt->input ? ctxt->input->line : 0;
+}
+
+int Locator::getColumnNumber() const {
+    const xmlParserCtxtPtr ctxt = bridge_ ? bridge_->context() : nullptr;
+    return ctxt && ctxt->input ? ctxt->input->col : 0;
+}
+
+class ScopedLocator {
+public:
+    explicit ScopedLocator(const Bridge& bridge) : outer_(threadLocator.follow(&bridge)) {}
+    ~ScopedLocator() { threadLocator.follow(outer_); }
+    ScopedLocator(const ScopedLocator&) = delete;
+    ScopedLocator& operator=(const ScopedLocator&) = delete;
+
+private:
+    const Bridge* outer_;
+};
+
+Bridge& bridgeOf(void* userData) {
+    return *static_cast<Bridge*>(userData);
+}
+
+String text(const xmlChar* value) {
+    return String(view(value));
+}
+
+// ---- libxml2 callbacks ------------------------------------------------------------------------
+
+void onStartDocument(void* data) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] { b.handler().startDocument(); });
+}
+
+void onEndDocument(void* data) {
+    Bridge& b = bridgeOf(data);
+    // A broken document has no proper end.
+    if (!b.context()->wellFormed)
+        return;
+    b.guard([&] {
+        b.flushText();
+        b.handler().endDocument();
+    });
+}
+
+void onInternalSubset(void* data, const xmlChar* name, const xmlChar* publicId,
+                      const xmlChar* systemId) {
+    Bridge& b = bridgeOf(data);
+    if (b.stopped())
+        return;
+    // Declared entities live in a document of libxml2's own; without one they are lost.
+    xmlParserCtxtPtr ctxt = b.context();
+    if (!ctxt->myDoc)
+        xmlSAX2StartDocument(ctxt);
+    xmlSAX2InternalSubset(ctxt, name, publicId, systemId);
+    b.guard([&] { b.handler().startDTD(text(name), text(publicId), text(systemId)); });
+}
+
+// Called once the internal subset is over. The external subset is never read.
+void onExternalSubset(void* data, const xmlChar*, const xmlChar*, const xmlChar*) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] { b.handler().endDTD(); });
+}
+
+xmlEntityPtr onGetEntity(void* data, const xmlChar* name) {
+    return xmlSAX2GetEntity(bridgeOf(data).context(), name);
+}
+
+xmlEntityPtr onGetParameterEntity(void* data, const xmlChar* name) {
+    return xmlSAX2GetParameterEntity(bridgeOf(data).context(), name);
+}
+
+void onEntityDecl(void* data, const xmlChar* name, int type, const xmlChar* publicId,
+                  const xmlChar* systemId, xmlChar* content) {
+    Bridge& b = bridgeOf(data);
+    if (b.stopped())
+        return;
+    xmlSAX2EntityDecl(b.context(), name, type, publicId, systemId, content);
+    b.guard([&] {
+        const bool parameter =
+            type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
+        String shown = parameter ? String("%") + text(name) : text(name);
+        if (type == XML_INTERNAL_GENERAL_ENTITY || type == XML_INTERNAL_PARAMETER_ENTITY)
+            b.handler().internalEntityDeclaration(shown, text(content));
+        else
+            b.handler().externalEntityDeclaration(shown, text(publicId), text(systemId));
+    });
+}
+
+void onUnparsedEntityDecl(void* data, const xmlChar* name, const xmlChar* publicId,
+                          const xmlChar* systemId, const xmlChar* notation) {
+    Bridge& b = bridgeOf(data);
+    if (b.stopped())
+        return;
+    xmlSAX2UnparsedEntityDecl(b.context(), name, publicId, systemId, notation);
+    b.guard([&] {
+        b.handler().unparsedEntityDeclaration(text(name), text(publicId), text(systemId),
+                                              text(notation));
+    });
+}
+
+void onNotationDecl(void* data, const xmlChar* name, const xmlChar* publicId,
+                    const xmlChar* systemId) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] { b.handler().notationDeclaration(text(name), text(publicId), text(systemId)); });
+}
+
+void onElementDecl(void* data, const xmlChar* name, int type, xmlElementContentPtr content) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        String model;
+        if (type == XML_ELEMENT_TYPE_EMPTY) {
+            model = "EMPTY";
+        } else if (type == XML_ELEMENT_TYPE_ANY) {
+            model = "ANY";
+        } else if (content) {
+            char buffer[5000];
+            buffer[0] = '\0';
+            xmlSnprintfElementContent(buffer, sizeof buffer, content, 1);
+            model = buffer;
+        }
+        b.handler().elementDeclaration(text(name), model);
+    });
+}
+
+String attributeType(int type, xmlEnumerationPtr values) {
+    switch (type) {
+    case XML_ATTRIBUTE_ID:
+        return "ID";
+    case XML_ATTRIBUTE_IDREF:
+        return "IDREF";
+    case XML_ATTRIBUTE_IDREFS:
+        return "IDREFS";
+    case XML_ATTRIBUTE_ENTITY:
+        return "ENTITY";
+    case XML_ATTRIBUTE_ENTITIES:
+        return "ENTITIES";
+    case XML_ATTRIBUTE_NMTOKEN:
+        return "NMTOKEN";
+    case XML_ATTRIBUTE_NMTOKENS:
+        return "NMTOKENS";
+    case XML_ATTRIBUTE_ENUMERATION:
+    case XML_ATTRIBUTE_NOTATION: {
+        String result = type == XML_ATTRIBUTE_NOTATION ? "NOTATION (" : "(";
+        for (xmlEnumerationPtr value = values; value; value = value->next) {
+            if (value != values)
+                result += '|';
+            result += text(value->name);
+        }
+        result += ')';
+        return result;
+    }
+    default:
+        return "CDATA";
+    }
+}
+
+const char* attributeMode(int mode) {
+    switch (mode) {
+    case XML_ATTRIBUTE_REQUIRED:
+        return "#REQUIRED";
+    case XML_ATTRIBUTE_IMPLIED:
+        return "#IMPLIED";
+    case XML_ATTRIBUTE_FIXED:
+        return "#FIXED";
+    default:
+        return "";
+    }
+}
+
+void onAttributeDecl(void* data, const xmlChar* element, const xmlChar* attribute, int type,
+                     int mode, const xmlChar* defaultValue, xmlEnumerationPtr values) {
+    Bridge& b = bridgeOf(data);
+    // The enumeration is ours to free, whatever happens.
+    const std::unique_ptr<xmlEnumeration, void (*)(xmlEnumerationPtr)> owned(values,
+                                                                             xmlFreeEnumeration);
+    b.guard([&] {
+        b.handler().attributeDeclaration(text(element), text(attribute),
+                                         attributeType(type, values), attributeMode(mode),
+                                         text(defaultValue));
+    });
+}
+
+void onStartElementNs(void* data, const xmlChar* localName, const xmlChar* prefix,
+                      const xmlChar* uri, int declarationCount, const xmlChar** declarations,
+                      int attributeCount, int, const xmlChar** attributes) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        b.flushText();
+        IXmlHandler& handler = b.handler();
+        b.declaredCounts_.push_back(declarationCount);
+        for (int i = 0; i < declarationCount; ++i) {
+            b.prefixes_.push_back(declarations[2 * i]);
+            handler.startXMLNamespace(text(declarations[2 * i]), text(declarations[2 * i + 1]));
+        }
+        {
+            Bridge::Mute mute(b);
+            b.attributes_.bind(b.context(), attributes, attributeCount);
+        }
+        struct Release {
+            Attributes& attributes;
+            ~Release() { attributes.release(); }
+        } release{b.attributes_};
+        b.nameSpace_.assign(view(uri));
+        b.localName_.assign(view(localName));
+        assignQualified(b.qualifiedName_, prefix, localName);
+        handler.startElement(b.nameSpace_, b.localName_, b.qualifiedName_, b.attributes_);
+    });
+}
+
+void onEndElementNs(void* data, const xmlChar* localName, const xmlChar* prefix,
+                    const xmlChar* uri) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        b.flushText();
+        b.nameSpace_.assign(view(uri));
+        b.localName_.assign(view(localName));
+        assignQualified(b.qualifiedName_, prefix, localName);
+        b.handler().endElement(b.nameSpace_, b.localName_, b.qualifiedName_);
+        if (b.declaredCounts_.empty())
+            return;
+        const int declared = b.declaredCounts_.back();
+        b.declaredCounts_.pop_back();
+        for (int i = 0; i < declared; ++i) {
+            const xmlChar* declaredPrefix = b.prefixes_.back();
+            b.prefixes_.pop_back();
+            b.handler().endXMLNamespace(text(declaredPrefix));
+        }
+    });
+}
+
+void onCharacters(void* data, const xmlChar* chars, int length) {
+    Bridge& b = bridgeOf(data);
+    // libxml2 still hands out some text after a fatal error; the document is over by then.
+    if (b.stopped() || !b.context()->wellFormed)
+        return;
+    b.guard([&] { b.text_.append(reinterpret_cast<const char*>(chars), size_t(length)); });
+}
+
+void onCdataBlock(void* data, const xmlChar* chars, int length) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        b.flushText();
+        b.handler().startCDATA();
+        if (length > 0) {
+            b.pending_.assign(reinterpret_cast<const char*>(chars), size_t(length));
+            b.handler().characters(b.pending_);
+        }
+        b.handler().endCDATA();
+    });
+}
+
+void onComment(void* data, const xmlChar* value) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        b.flushText();
+        b.handler().comment(text(value));
+    });
+}
+
+void onProcessingInstruction(void* data, const xmlChar* target, const xmlChar* value) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        b.flushText();
+        b.handler().processingInstruction(text(target), text(value));
+    });
+}
+
+// libxml2 announces every entity reference it did not turn into content of its own; internal
+// entities have already arrived as their replacement text.
+void onReference(void* data, const xmlChar* name) {
+    Bridge& b = bridgeOf(data);
+    b.guard([&] {
+        const xmlEntityPtr entity = xmlGetDocEntity(b.context()->myDoc, name);
+        if (entity && entity->etype == XML_INTERNAL_GENERAL_ENTITY)
+            return;
+        b.flushText();
+        b.handler().skippedEntity(text(name));
+    });
+}
+
+void onStructuredError(void* data, xmlErrorPtr error) {
+    if (!data || !error)
+        return;
+    bridgeOf(data).report(error->level, error->message ? error->message : "unknown XML error",
+                          error->line, error->int2);
+}
+
+void onGenericError(void* data, const char* format, ...) {
+    if (!data)
+        return;
+    va_list args;
+    va_start(args, format);
+    bridgeOf(data).appendGeneric(format, args);
+    va_end(args);
+}
+
+xmlSAXHandler makeSaxHandler() {
+    xmlSAXHandler sax;
+    std::memset(&sax, 0, sizeof sax);
+    sax.initialized = XML_SAX2_MAGIC;
+    sax.internalSubset = onInternalSubset;
+    sax.externalSubset = onExternalSubset;
+    sax.getEntity = onGetEntity;
+    sax.getParameterEntity = onGetParameterEntity;
+    sax.entityDecl = onEntityDecl;
+    sax.unparsedEntityDecl = onUnparsedEntityDecl;
+    sax.notationDecl = onNotationDecl;
+    sax.elementDecl = onElementDecl;
+    sax.attributeDecl = onAttributeDecl;
+    sax.startDocument = onStartDocument;
+    sax.endDocument = onEndDocument;
+    sax.startElementNs = onStartElementNs;
+    sax.endElementNs = onEndElementNs;
+    sax.characters = onCharacters;
+    // The same function for both keeps libxml2 from guessing which blanks are ignorable.
+    sax.ignorableWhitespace = onCharacters;
+    sax.cdataBlock = onCdataBlock;
+    sax.comment = onComment;
+    sax.processingInstruction = onProcessingInstruction;
+    sax.reference = onReference;
+    sax.serror = onStructuredError;
+    return sax;
+}
+
+bool isOurContext(xmlParserCtxtPtr ctxt) {
+    return ctxt && ctxt->sax && ctxt->sax->startElementNs == onStartElementNs;
+}
+
+// ---- scoped process and thread state ----------------------------------------------------------
+
+// The entity loader is process-wide while parses may run on several threads: the first parse
+// installs the refusing loader, the last one puts the previous loader back, and contexts that
+// are not ours keep the loader they had.
+std::mutex loaderMutex;
+int loaderUsers = 0;
+std::atomic<xmlExternalEntityLoader> previousLoader{nullptr};
+
+xmlParserInputPtr refuseExternalEntity(const char* url, const char* id, xmlParserCtxtPtr ctxt) {
+    if (ctxt && !isOurContext(ctxt)) {
+        const xmlExternalEntityLoader previous = previousLoader.load();
+        return previous ? previous(url, id, ctxt) : nullptr;
+    }
+    if (ctxt && ctxt->userData) {
+        Bridge& b = bridgeOf(ctxt->userData);
+        String message = "External entity '";
+        message += url ? url : (id ? id : "");
+        message += "' is not loaded";
+        b.report(XML_ERR_WARNING, message, ctxt->input ? ctxt->input->line : 0,
+                 ctxt->input ? ctxt->input->col : 0);
+    }
+    return nullptr;
+}
+
+class ScopedEntityLoader {
+public:
+    ScopedEntityLoader() {
+        const std::lock_guard lock(loaderMutex);
+        if (loaderUsers++ == 0) {
+            previousLoader = xmlGetExternalEntityLoader();
+            xmlSetExternalEntityLoader(refuseExternalEntity);
+        }
+    }
+    ~ScopedEntityLoader() {
+        const std::lock_guard lock(loaderMutex);
+        if (--loaderUsers == 0 && xmlGetExternalEntityLoader() == refuseExternalEntity)
+            xmlSetExternalEntityLoader(previousLoader.load());
+    }
+    ScopedEntityLoader(const ScopedEntityLoader&) = delete;
+    ScopedEntityLoader& operator=(const ScopedEntityLoader&) = delete;
+};
+
+// libxml2's error channels are per thread; messages that do not come through the context's
+// own channel must reach the handler too instead of standard error.
+class ScopedErrorChannels {
+public:
+    explicit ScopedErrorChannels(Bridge& bridge)
+        : structured_(xmlStructuredError), structuredContext_(xmlStructuredErrorContext),
+          generic_(xmlGenericError), genericContext_(xmlGenericErrorContext) {
+        xmlSetStructuredErrorFunc(&bridge, onStructuredError);
+        xmlSetGenericErrorFunc(&bridge, onGenericError);
+    }
+    ~ScopedErrorChannels() {
+        xmlSetStructuredErrorFunc(structuredContext_, structured_);
+        xmlSetGenericErrorFunc(genericContext_, generic_);
+    }
+    ScopedErrorChannels(const ScopedErrorChannels&) = delete;
+    ScopedErrorChannels& operator=(const ScopedErrorChannels&) = delete;
+
+private:
+    xmlStructuredErrorFunc structured_;
+    void* structuredContext_;
+    xmlGenericErrorFunc generic_;
+    void* genericContext_;
+};
+
+struct ContextDeleter {
+    void operator()(xmlParserCtxtPtr ctxt) const {
+        if (ctxt->myDoc) {
+            xmlFreeDoc(ctxt->myDoc);
+            ctxt->myDoc = nullptr;
+        }
+        xmlFreeParserCtxt(ctxt);
+    }
+};
+using ContextPtr = std::unique_ptr<xmlParserCtxt, ContextDeleter>;
+
+// `systemId` names the document in messages and in the locator; empty for a string.
+bool parseBuffer(IXmlHandler& handler, const char* data, size_t size, const String& systemId,
+                 const char* openFailure = nullptr) {
+    xmlInitParser();
+    Bridge bridge(handler, systemId);
+    bool wellFormed = false;
+    {
+        ScopedErrorChannels channels(bridge);
+        ScopedEntityLoader loader;
+        ScopedLocator following(bridge);
+        bridge.guard([&] { handler.setDocumentLocator(&threadLocator); });
+        if (openFailure) {
+            bridge.report(XML_ERR_FATAL, openFailure, 0, 0);
+        } else if (size == 0) {
+            bridge.report(XML_ERR_FATAL, "Document is empty", 1, 1);
+        } else if (size > size_t(INT_MAX)) {
+            bridge.report(XML_ERR_FATAL, "Document is too large", 0, 0);
+        } else if (!bridge.stopped()) {
+            ContextPtr ctxt(xmlCreateMemoryParserCtxt(data, int(size)));
+            if (!ctxt) {
+                bridge.report(XML_ERR_FATAL, "Cannot create an XML parser", 0, 0);
+            } else {
+                // The context owns its handler block; overwriting it keeps that ownership.
+                *ctxt->sax = makeSaxHandler();
+                ctxt->userData = &bridge;
+                xmlCtxtUseOptions(ctxt.get(), XML_PARSE_NONET);
+                if (!systemId.empty() && ctxt->input && !ctxt->input->filename)
+                    ctxt->input->filename =
+                        reinterpret_cast<char*>(xmlStrdup(BAD_CAST systemId.c_str()));
+                bridge.attach(ctxt.get());
+                xmlParseDocument(ctxt.get());
+                wellFormed = ctxt->wellFormed != 0;
+                bridge.flushGeneric();
+                bridge.attach(nullptr);
+            }
+        }
+    }
+    if (bridge.failure())
+        std::rethrow_exception(bridge.failure());
+    return wellFormed;
+}
+
+bool readFile(const String& path, std::string& content, String& failure) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                         std::fclose);
+    if (!file) {
+        failure = "Cannot open file '" + path + "': " + std::strerror(errno);
+        return false;
+    }
+    // Reading straight into the final buffer saves a copy on the large documents.
+    struct stat status;
+    if (fstat(fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
+        content.resize(size_t(status.st_size));
+        content.resize(std::fread(content.data(), 1, content.size(), file.get()));
+    }
+    char chunk[65536];
+    size_t got;
+    while ((got = std::fread(chunk, 1, sizeof chunk, file.get())) > 0)
+        content.append(chunk, got);
+    if (std::ferror(file.get())) {
+        failure = "Cannot read file '" + path + "': " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
 
 XmlSAXParser::XmlSAXParser(IXmlHandler* handler, const ParserType&, const bool&)
     : handler_(handler) {}
 
-bool XmlSAXParser::parseFile(const String&, const bool&, const bool&) {
-    return false;
+bool XmlSAXParser::parseFile(const String& path, const bool&, const bool&) {
+    DefaultXmlHandler ignoring;
+    IXmlHandler& handler = handler_ ? *handler_ : ignoring;
+    String systemId(path);
+    for (char& c : systemId)
+        if (c == '\\')
+            c = '/';
+    std::string content;
+    String failure;
+    if (!readFile(systemId, content, failure))
+        return parseBuffer(handler, nullptr, 0, systemId, failure.c_str());
+    return parseBuffer(handler, content.data(), content.size(), systemId);
 }
 
-bool XmlSAXParser::parseString(const String&, const bool&, const bool&) {
-    return false;
+bool XmlSAXParser::parseString(const String& text, const bool&, const bool&) {
+    DefaultXmlHandler ignoring;
+    return parseBuffer(handler_ ? *handler_ : ignoring, text.data(), text.size(), String());
 }
 
 } // namespace ORLO

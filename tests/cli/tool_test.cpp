@@ -1,0 +1,197 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using TestSupport::runTool;
+using TestSupport::TempFolder;
+
+const std::string sample = METAMODEL_TEST_DATA_DIR "/xml/sample/MetaModel.xml";
+const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> result;
+    size_t start = 0;
+    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
+        result.push_back(text.substr(start, end - start));
+    if (start < text.size())
+        result.push_back(text.substr(start));
+    return result;
+}
+
+TEST(Tool, DumpsTheSampleToItsTwoLinesOnStandardOutputOrAFile) {
+    auto run = runTool({"dump", sample});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+    EXPECT_EQ(run.err, "");
+
+    TempFolder folder;
+    run = runTool({"-q", "dump", "-o", folder.file("out.dump"), sample});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(TestSupport::readFile(folder.file("out.dump")),
+              "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+}
+
+TEST(Tool, ExportsTheSampleWithItsDerivedRootPath) {
+    TempFolder folder;
+    const auto run = runTool({"export", "--output=" + folder.file("out.xml"), sample});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const std::string root = METAMODEL_TEST_DATA_DIR "/xml/sample";
+    EXPECT_EQ(TestSupport::readFile(folder.file("out.xml")),
+              "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\r\n\r\n<metaModel>\r\n"
+              "\t<category name=\"Base\" id=\"1003001\" status=\"active\">\r\n"
+              "\t\t<description><![CDATA[Root of the example]]></description>\r\n"
+              "\t\t<attribute name=\"INF_TYPE\" intValue=\"7\" status=\"active\"/>\r\n"
+              "\t\t<property name=\"size\" type=\"integer\" minimalCardinality=\"0\" "
+              "maximalCardinality=\"1\" merge=\"sum\" status=\"active\" id=\"1003002\">\r\n"
+              "\t\t\t<description><![CDATA[Size in bytes]]></description>\r\n"
+              "\t\t</property>\r\n"
+              "\t\t<attribute name=\"ROOT_PATH\" stringValue=\"" +
+                  root +
+                  "\" status=\"active\"/>\r\n"
+                  "\t</category>\r\n"
+                  "\t<partial_type name=\"Other\" status=\"active\">\r\n"
+                  "\t\t<inheritedCategory name=\"Base\" status=\"active\"/>\r\n"
+                  "\t</partial_type>\r\n"
+                  "</metaModel>\r\n");
+}
+
+TEST(Tool, ReadsTheInstallationFirstAndKeepsItsPlaceholderInRootPath) {
+    const auto run = runTool({"export", METAMODEL_SOURCE_DIR "/examples"}, baseInstallation);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const auto first = run.out.find("<category name=\"Object\"");
+    const auto user = run.out.find("<category name=\"Reviewable\"");
+    ASSERT_NE(first, std::string::npos);
+    ASSERT_NE(user, std::string::npos);
+    EXPECT_LT(first, user);
+    EXPECT_NE(run.out.find("stringValue=\"&lt;app dir&gt;/configuration/Languages/Alpha\""),
+              std::string::npos);
+}
+
+TEST(Tool, AnEmptyIdIsReportedAtItsLineThenTheFileFailureAndExitOne) {
+    TempFolder folder;
+    const std::string bad = folder.write(
+        "MetaModel.xml",
+        "<metaModel file_no=\"1\">\n  <category name=\"A\" id=\"\">\n<description/></category>\n"
+        "</metaModel>\n");
+    auto run = runTool({"dump", "-o", folder.file("out.dump"), bad});
+    EXPECT_EQ(run.exitCode, 1);
+    const auto text = lines(run.err);
+    ASSERT_EQ(text.size(), 2u) << run.err;
+    EXPECT_EQ(text[0].rfind(bad + ":2:", 0), 0u) << text[0];
+    EXPECT_NE(text[0].find(": error: "), std::string::npos);
+    EXPECT_NE(text[0].find("[QEL_MM_EMPTY_ID]"), std::string::npos);
+    EXPECT_EQ(text[1].rfind(bad + ": error: ", 0), 0u) << text[1];
+    EXPECT_NE(text[1].find("[QEL_MM_XML_FILE_ERR]"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder.file("out.dump")))
+        << "a failed run leaves no half-written output";
+
+    run = runTool({"--format", "json", "dump", bad});
+    EXPECT_EQ(run.exitCode, 1);
+    const auto json = lines(run.err);
+    ASSERT_EQ(json.size(), 2u) << run.err;
+    EXPECT_EQ(json[0].rfind("{\"severity\":\"error\",\"id\":\"QEL_MM_EMPTY_ID\",\"component\":"
+                            "\"QEL\",\"source\":\"" +
+                                bad + "\",\"line\":2,\"column\":",
+                            0),
+              0u)
+        << json[0];
+    EXPECT_EQ(json[0].find("\"args\""), std::string::npos);
+    EXPECT_EQ(json[1].rfind("{\"severity\":\"error\",\"id\":\"QEL_MM_XML_FILE_ERR\",\"component\":"
+                            "\"QEL\",\"source\":\"" +
+                                bad + "\",\"args\":{\"FILE\":\"" + bad + "\"},\"text\":\"",
+                            0),
+              0u)
+        << json[1];
+}
+
+TEST(Tool, OutputThatCannotBeOpenedIsAMessageAndExitOne) {
+    TempFolder folder;
+    const std::string target = folder.file("missing/out");
+    auto run = runTool({"dump", "-o", target, sample});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_MM_DUMP_FILE_ERR]"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(target), std::string::npos);
+
+    run = runTool({"export", "-o", target, sample});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_MM_XML_OUTPUT_FILE_ERR]"), std::string::npos) << run.err;
+}
+
+TEST(Tool, MissingDocumentsAndFoldersAreFailuresNotSilence) {
+    TempFolder folder;
+    auto run = runTool({"dump", folder.file("nowhere/MetaModel.xml")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_MM_SAX_PARSE_EXCEPTION]"), std::string::npos) << run.err;
+
+    run = runTool({"dump", folder.file("no-such-folder")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_MM_ROOT_NOT_FOUND]"), std::string::npos) << run.err;
+}
+
+TEST(Tool, HostileDocumentsEndInAParseErrorWithoutReadingAnything) {
+    TempFolder folder;
+    const std::string secret = folder.write("secret.txt", "TOP-SECRET");
+    const std::string xxe = folder.write(
+        "xxe/MetaModel.xml",
+        "<?xml version=\"1.0\"?>\n<!DOCTYPE metaModel [<!ENTITY e SYSTEM \"file://" + secret +
+            "\">]>\n<metaModel file_no=\"1\"><category name=\"&e;\" rid=\"1\"><description/>"
+            "</category></metaModel>\n");
+    auto run = runTool({"dump", xxe});
+    EXPECT_EQ(run.out.find("TOP-SECRET"), std::string::npos);
+    EXPECT_EQ(run.err.find("TOP-SECRET"), std::string::npos);
+
+    std::string bomb = "<?xml version=\"1.0\"?>\n<!DOCTYPE metaModel [<!ENTITY a0 \"ha\">";
+    for (int level = 1; level <= 12; ++level) {
+        bomb += "<!ENTITY a" + std::to_string(level) + " \"";
+        for (int i = 0; i < 10; ++i)
+            bomb += "&a" + std::to_string(level - 1) + ";";
+        bomb += "\">";
+    }
+    bomb += "]>\n<metaModel file_no=\"1\"><category name=\"C\" rid=\"1\"><description>&a12;"
+            "</description></category></metaModel>\n";
+    run = runTool({"dump", folder.write("bomb/MetaModel.xml", bomb)});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_MM_SAX_PARSE_EXCEPTION]"), std::string::npos) << run.err;
+}
+
+TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
+    const std::vector<std::vector<std::string>> wrongCalls = {
+        {},
+        {"frobnicate"},
+        {"--bogus", "dump"},
+        {"dump", "--bogus"},
+        {"dump", "-o"},
+        {"--format", "xml", "dump"},
+        {"--production-mode", "2", "dump"},
+        {"dump", "-o", "a", "-o", "b"},
+    };
+    for (const auto& call : wrongCalls) {
+        const auto run = runTool(call);
+        EXPECT_EQ(run.exitCode, 2) << testing::PrintToString(call);
+        EXPECT_EQ(run.out, "");
+        EXPECT_NE(run.err.find("usage: metamodel"), std::string::npos) << run.err;
+    }
+}
+
+TEST(Tool, HelpDescribesEveryOption) {
+    auto run = runTool({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    for (const char* option :
+         {"--app-dir", "--user-dir", "--all-users-dir", "--plugins-dir", "--extension-dir",
+          "--production-mode", "--format", "-q", "--version", "dump", "export"})
+        EXPECT_NE(run.out.find(option), std::string::npos) << option;
+
+    run = runTool({"dump", "--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.out.find("-o, --output FILE"), std::string::npos) << run.out;
+
+    run = runTool({"--version"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out.rfind("metamodel ", 0), 0u);
+}
+
+} // namespace

@@ -1,0 +1,511 @@
+#include "platform/xmlsaxparser.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/xmlerror.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+using ORLO::String;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+// Writes every callback as one line, so a test compares the whole conversation at once.
+class Recorder : public ORLO::DefaultXmlHandler {
+public:
+    std::vector<std::string> events;
+    std::vector<std::string> problems;
+    bool recordPositions = false;
+
+    void setDocumentLocator(ORLO::IXmlLocator* locator) override {
+        DefaultXmlHandler::setDocumentLocator(locator);
+        events.push_back(locator ? "locator" : "locator(null)");
+    }
+    void startDocument() override { events.push_back("startDocument"); }
+    void endDocument() override { events.push_back("endDocument"); }
+    void startDTD(const String& name, const String& publicId, const String& systemId) override {
+        events.push_back("dtd " + name + " [" + publicId + "] [" + systemId + "]");
+    }
+    void endDTD() override { events.push_back("/dtd"); }
+    void startXMLNamespace(const String& prefix, const String& uri) override {
+        events.push_back("xmlns " + prefix + "=" + uri);
+    }
+    void endXMLNamespace(const String& prefix) override { events.push_back("/xmlns " + prefix); }
+    void startElement(const String& nameSpace, const String& localName, const String& qName,
+                      const ORLO::IXmlAttributes& attributes) override {
+        std::string line = "<{" + nameSpace + "}" + localName + " " + qName;
+        for (int i = 0; i < attributes.getLength(); ++i) {
+            String name;
+            attributes.getName(i, name);
+            line += " " + name + "=" + attributes.getValue(i);
+        }
+        if (recordPositions)
+            line +=
+                " @" + std::to_string(getLineNumber()) + ":" + std::to_string(getColumnNumber());
+        events.push_back(line);
+    }
+    void endElement(const String& nameSpace, const String& localName,
+                    const String& qName) override {
+        events.push_back("</{" + nameSpace + "}" + localName + " " + qName);
+    }
+    void characters(const String& text) override { events.push_back("text " + text); }
+    void startCDATA() override { events.push_back("cdata"); }
+    void endCDATA() override { events.push_back("/cdata"); }
+    void comment(const String& text) override { events.push_back("comment " + text); }
+    void processingInstruction(const String& target, const String& data) override {
+        events.push_back("pi " + target + " " + data);
+    }
+    void skippedEntity(const String& name) override { events.push_back("skipped " + name); }
+    void internalEntityDeclaration(const String& name, const String& value) override {
+        events.push_back("entity " + name + "=" + value);
+    }
+    void externalEntityDeclaration(const String& name, const String& publicId,
+                                   const String& systemId) override {
+        events.push_back("external entity " + name + " [" + publicId + "] [" + systemId + "]");
+    }
+    void unparsedEntityDeclaration(const String& name, const String&, const String& systemId,
+                                   const String& notation) override {
+        events.push_back("unparsed " + name + " " + systemId + " " + notation);
+    }
+    void notationDeclaration(const String& name, const String&, const String& systemId) override {
+        events.push_back("notation " + name + " " + systemId);
+    }
+    void elementDeclaration(const String& name, const String& model) override {
+        events.push_back("element " + name + " " + model);
+    }
+    void attributeDeclaration(const String& element, const String& attribute, const String& type,
+                              const String& mode, const String& value) override {
+        events.push_back("attribute " + element + " " + attribute + " " + type + " " + mode + " " +
+                         value);
+    }
+    void warning(const ORLO::XmlException& problem) override { note("warning", problem); }
+    void error(const ORLO::XmlException& problem) override { note("error", problem); }
+    void fatalError(const ORLO::XmlException& problem) override { note("fatal", problem); }
+
+    std::vector<std::string> texts() const {
+        std::vector<std::string> result;
+        for (const std::string& event : events)
+            if (event.starts_with("text "))
+                result.push_back(event.substr(5));
+        return result;
+    }
+
+private:
+    void note(const char* level, const ORLO::XmlException& problem) {
+        problems.push_back(std::string(level) + " " + std::to_string(problem.getLineNumber()) +
+                           ":" + std::to_string(problem.getColumnNumber()) + " " + problem.what());
+        events.push_back(level);
+    }
+};
+
+bool parse(Recorder& recorder, const std::string& text) {
+    ORLO::XmlSAXParser parser(&recorder, ORLO::ParserSax, false);
+    return parser.parseString(text, false, true);
+}
+
+class TempFolder {
+public:
+    TempFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "saxXXXXXX").string();
+        if (!mkdtemp(pattern.data()))
+            throw std::runtime_error("cannot make a temporary folder");
+        path_ = pattern;
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    std::string write(const std::string& name, const std::string& content) const {
+        const std::filesystem::path file = path_ / name;
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::binary) << content;
+        return file.string();
+    }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+TEST(XmlSAXParser, ReportsNamesNamespacesAndUnescapedAttributes) {
+    Recorder r;
+    EXPECT_TRUE(parse(r, "<?xml version='1.0'?>\n"
+                         "<m:root xmlns:m='urn:m' xmlns='urn:d' plain='a &amp; b &lt;c&gt;'>"
+                         "<child m:id='&#38;&#x41;&quot;' other=\"it's\"/>"
+                         "</m:root>"));
+    EXPECT_THAT(r.events,
+                ElementsAre("locator", "startDocument", "xmlns m=urn:m", "xmlns =urn:d",
+                            "<{urn:m}root m:root plain=a & b <c>",
+                            "<{urn:d}child child m:id=&A\" other=it's", "</{urn:d}child child",
+                            "</{urn:m}root m:root", "/xmlns ", "/xmlns m", "endDocument"));
+    EXPECT_THAT(r.problems, IsEmpty());
+}
+
+TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
+    struct Probe : ORLO::DefaultXmlHandler {
+        int length = -1, indexOfB = -9, indexOfMissing = -9, indexOfLocal = -9;
+        String byName, byPrefixedName, missing, outOfRange, nameOfFirst, nameOutOfRange = "x";
+        void startElement(const String&, const String&, const String&,
+                          const ORLO::IXmlAttributes& a) override {
+            length = a.getLength();
+            indexOfB = a.getIndex("p:b");
+            indexOfLocal = a.getIndex("b");
+            indexOfMissing = a.getIndex("nope");
+            byName = a.getValue(String("a"));
+            byPrefixedName = a.getValue(String("p:b"));
+            missing = a.getValue(String("nope"));
+            outOfRange = a.getValue(7);
+            a.getName(0, nameOfFirst);
+            a.getName(-1, nameOutOfRange);
+        }
+    } probe;
+    ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
+    EXPECT_TRUE(parser.parseString("<e xmlns:p='urn:p' a='1 &amp; 2' p:b='two'/>", false, true));
+    EXPECT_EQ(probe.length, 2);
+    EXPECT_EQ(probe.indexOfB, 1);
+    EXPECT_EQ(probe.indexOfLocal, -1);
+    EXPECT_LT(probe.indexOfMissing, 0);
+    EXPECT_EQ(probe.byName, "1 & 2");
+    EXPECT_EQ(probe.byPrefixedName, "two");
+    EXPECT_EQ(probe.missing, "");
+    EXPECT_EQ(probe.outOfRange, "");
+    EXPECT_EQ(probe.nameOfFirst, "a");
+    EXPECT_EQ(probe.nameOutOfRange, "");
+}
+
+TEST(XmlSAXParser, InternalEntitiesExpandInTextAndAttributes) {
+    Recorder r;
+    EXPECT_TRUE(parse(r, "<!DOCTYPE d [\n"
+                         "<!ENTITY who 'World &amp; co'>\n"
+                         "<!ENTITY amp2 '&#38;#38;'>\n"
+                         "<!ENTITY nested 'Hello &who;'>\n"
+                         "]>\n"
+                         "<d a='&nested;!' b='x&amp2;y'>[&nested;] [&nested;]</d>"));
+    EXPECT_THAT(r.events, ::testing::Contains("<{}d d a=Hello World & co! b=x&y"));
+    EXPECT_THAT(r.texts(), ElementsAre("[Hello World & co] [Hello World & co]"));
+    EXPECT_THAT(r.problems, IsEmpty());
+}
+
+TEST(XmlSAXParser, CoalescesTextBetweenMarkupEvents) {
+    Recorder r;
+    const std::string longRun(5000, 'x');
+    EXPECT_TRUE(parse(r, "<r>a &amp; b&#65;\n c<e/>x<![CDATA[y <&> ]]>z<!--note-->"
+                         "p<?tgt some data?>q<![CDATA[]]>" +
+                             longRun + "&lt;" + longRun + "</r>"));
+    EXPECT_THAT(r.events,
+                ElementsAre("locator", "startDocument", "<{}r r", "text a & bA\n c", "<{}e e",
+                            "</{}e e", "text x", "cdata", "text y <&> ", "/cdata", "text z",
+                            "comment note", "text p", "pi tgt some data", "text q", "cdata",
+                            "/cdata", "text " + longRun + "<" + longRun, "</{}r r", "endDocument"));
+}
+
+TEST(XmlSAXParser, LocatorComesFirstAndFollowsThePosition) {
+    Recorder r;
+    r.recordPositions = true;
+    EXPECT_TRUE(parse(r, "<a>\n  <b/>\n    <c\n x='1'/></a>"));
+    ASSERT_FALSE(r.events.empty());
+    EXPECT_EQ(r.events.front(), "locator");
+    EXPECT_THAT(r.events, ::testing::Contains("<{}a a @1:3"));
+    EXPECT_THAT(r.events, ::testing::Contains("<{}b b @2:5"));
+    EXPECT_THAT(r.events, ::testing::Contains("<{}c c x=1 @4:7"));
+    // Handlers keep the locator after the document; asking it then must be harmless.
+    EXPECT_EQ(r.getLineNumber(), 0);
+    EXPECT_EQ(r.getColumnNumber(), 0);
+}
+
+TEST(XmlSAXParser, ReportsDeclarationsOfTheInternalSubset) {
+    Recorder r;
+    EXPECT_TRUE(parse(r, "<!DOCTYPE r PUBLIC '-//x//y' 'nowhere.dtd' [\n"
+                         "<!ELEMENT r (a|b)*>\n"
+                         "<!ELEMENT e EMPTY>\n"
+                         "<!ATTLIST r kind (one|two) 'one' id ID #IMPLIED>\n"
+                         "<!NOTATION gif SYSTEM 'viewer'>\n"
+                         "<!ENTITY pic SYSTEM 'pic.gif' NDATA gif>\n"
+                         "<!ENTITY % pe 'x'>\n"
+                         "<!ENTITY ext SYSTEM 'ext.xml'>\n"
+                         "]><r/>"));
+    EXPECT_THAT(r.events,
+                ElementsAre("locator", "startDocument", "dtd r [-//x//y] [nowhere.dtd]",
+                            "element r (a | b)*", "element e EMPTY",
+                            "attribute r kind (one|two)  one", "attribute r id ID #IMPLIED ",
+                            "notation gif viewer", "unparsed pic pic.gif gif", "entity %pe=x",
+                            "external entity ext [] [ext.xml]", "/dtd", "<{}r r kind=one",
+                            "</{}r r", "endDocument"));
+}
+
+TEST(XmlSAXParser, ProblemsReachTheHandlerAndNotStandardError) {
+    Recorder broken;
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(parse(broken, "<a>\n<b>text</c>\n</a>"));
+    Recorder nsProblems;
+    EXPECT_TRUE(parse(nsProblems, "<?xml version='1.1'?><a><q:b/></a>"));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+
+    ASSERT_FALSE(broken.problems.empty());
+    EXPECT_EQ(broken.problems.front(),
+              "fatal 2:12 Opening and ending tag mismatch: b line 2 and c");
+    // A broken document has no end, and nothing of it arrives after the fatal error.
+    EXPECT_THAT(broken.events, ::testing::Not(::testing::Contains("endDocument")));
+    EXPECT_THAT(broken.events, ElementsAre("locator", "startDocument", "<{}a a", "text \n",
+                                           "<{}b b", "text text", "fatal"));
+
+    ASSERT_EQ(nsProblems.problems.size(), 2u) << ::testing::PrintToString(nsProblems.problems);
+    EXPECT_THAT(nsProblems.problems[0], HasSubstr("warning 1:"));
+    EXPECT_THAT(nsProblems.problems[0], HasSubstr("Unsupported version '1.1'"));
+    EXPECT_THAT(nsProblems.problems[1], HasSubstr("error 1:"));
+    EXPECT_THAT(nsProblems.problems[1], HasSubstr("Namespace prefix q"));
+}
+
+TEST(XmlSAXParser, UnstructuredLibraryMessagesReachTheHandlerAsOneError) {
+    struct Probe : Recorder {
+        void startElement(const String&, const String&, const String&,
+                          const ORLO::IXmlAttributes&) override {
+            xmlGenericError(xmlGenericErrorContext, "stray %s ", "library");
+            xmlGenericError(xmlGenericErrorContext, "message\n");
+        }
+    } probe;
+    const xmlGenericErrorFunc before = xmlGenericError;
+    ::testing::internal::CaptureStderr();
+    EXPECT_TRUE(parse(probe, "<a>\n\n<b/></a>"));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_THAT(probe.problems,
+                ElementsAre("error 1:3 stray library message", "error 3:3 stray library message"));
+    EXPECT_EQ(xmlGenericError, before);
+}
+
+TEST(XmlSAXParser, EmptyDocumentIsFatal) {
+    Recorder r;
+    EXPECT_FALSE(parse(r, ""));
+    EXPECT_THAT(r.events, ElementsAre("locator", "fatal"));
+}
+
+TEST(XmlSAXParser, ReadsFilesWithEitherSeparator) {
+    TempFolder folder;
+    const std::string path = folder.write("sub/doc.xml", "<doc>file</doc>");
+    std::string backslashed = path;
+    std::replace(backslashed.begin(), backslashed.end(), '/', '\\');
+
+    Recorder r;
+    ORLO::XmlSAXParser parser(&r, ORLO::ParserSax, false);
+    EXPECT_TRUE(parser.parseFile(path, false, true));
+    EXPECT_TRUE(parser.parseFile(backslashed, false, true));
+    EXPECT_THAT(r.texts(), ElementsAre("file", "file"));
+    EXPECT_EQ(std::count(r.events.begin(), r.events.end(), "locator"), 2);
+}
+
+TEST(XmlSAXParser, LocatorAndMessagesNameTheFile) {
+    TempFolder folder;
+    const std::string path = folder.write("named.xml", "<doc>\n<x></doc>");
+    struct Probe : Recorder {
+        String systemId;
+        void startElement(const String& n, const String& l, const String& q,
+                          const ORLO::IXmlAttributes& a) override {
+            systemId = getDocumentLocator()->getSystemId();
+            Recorder::startElement(n, l, q, a);
+        }
+    } probe;
+    ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
+    EXPECT_FALSE(parser.parseFile(path, false, true));
+    EXPECT_EQ(probe.systemId, path);
+    ASSERT_FALSE(probe.problems.empty());
+    EXPECT_THAT(probe.problems.front(), HasSubstr("fatal 2:"));
+}
+
+TEST(XmlSAXParser, UnreadableFileIsFatalAndNamesTheFile) {
+    TempFolder folder;
+    const std::string missing = (folder.path() / "missing.xml").string();
+    Recorder r;
+    ORLO::XmlSAXParser parser(&r, ORLO::ParserSax, false);
+    EXPECT_FALSE(parser.parseFile(missing, false, true));
+    ASSERT_EQ(r.problems.size(), 1u);
+    EXPECT_THAT(r.problems[0], HasSubstr("fatal 0:0"));
+    EXPECT_THAT(r.problems[0], HasSubstr(missing));
+
+    r.problems.clear();
+    EXPECT_FALSE(parser.parseFile(folder.path().string(), false, true));
+    ASSERT_EQ(r.problems.size(), 1u);
+    EXPECT_THAT(r.problems[0], HasSubstr("fatal 0:0"));
+}
+
+// ---- nothing from outside the document ---------------------------------------------------------
+
+TEST(XmlSAXParser, NeverReadsExternalEntitiesOrSubsets) {
+    TempFolder folder;
+    const std::string secret = folder.write("secret.txt", "SECRET-CONTENT");
+    const std::string dtd = folder.write("ext.dtd", "<!ATTLIST doc leaked CDATA 'SECRET-DEFAULT'>"
+                                                    "<!ENTITY inner 'SECRET-INNER'>");
+    const std::string doc =
+        folder.write("doc.xml", "<!DOCTYPE doc SYSTEM 'file://" + dtd +
+                                    "' [\n"
+                                    "<!ENTITY e SYSTEM 'file://" +
+                                    secret +
+                                    "'>\n"
+                                    "<!ENTITY passwd SYSTEM 'file:///etc/passwd'>\n"
+                                    "<!ENTITY % p SYSTEM 'file://" +
+                                    dtd + "'>\n%p;\n]>\n<doc>[&e;][&passwd;][&inner;]</doc>");
+    Recorder r;
+    ORLO::XmlSAXParser parser(&r, ORLO::ParserSax, false);
+    EXPECT_TRUE(parser.parseFile(doc, false, true));
+    for (const std::string& event : r.events) {
+        EXPECT_THAT(event, ::testing::Not(HasSubstr("SECRET")));
+        EXPECT_THAT(event, ::testing::Not(HasSubstr("root:")));
+    }
+    EXPECT_THAT(r.events, ::testing::Contains("<{}doc doc"));
+    EXPECT_THAT(r.events, ::testing::Contains("skipped e"));
+    EXPECT_THAT(r.events, ::testing::Contains("skipped passwd"));
+}
+
+TEST(XmlSAXParser, RefusingLoaderLastsForTheParseOnly) {
+    TempFolder folder;
+    const std::string readable = folder.write("plain.xml", "<x/>");
+    struct Probe : ORLO::DefaultXmlHandler {
+        std::string url;
+        xmlExternalEntityLoader during = nullptr;
+        bool loaded = true;
+        void startElement(const String&, const String&, const String&,
+                          const ORLO::IXmlAttributes&) override {
+            during = xmlGetExternalEntityLoader();
+            xmlParserInputPtr input = during(url.c_str(), nullptr, nullptr);
+            loaded = input != nullptr;
+            if (input)
+                xmlFreeInputStream(input);
+        }
+    } probe;
+    probe.url = readable;
+    const xmlExternalEntityLoader before = xmlGetExternalEntityLoader();
+    ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
+    EXPECT_TRUE(parser.parseString("<a/>", false, true));
+    EXPECT_NE(probe.during, before);
+    EXPECT_FALSE(probe.loaded);
+    EXPECT_EQ(xmlGetExternalEntityLoader(), before);
+}
+
+TEST(XmlSAXParser, EntityExpansionBombEndsInAnError) {
+    std::string bomb = "<!DOCTYPE b [\n<!ENTITY l0 'lol'>\n";
+    for (int i = 1; i <= 12; ++i) {
+        bomb += "<!ENTITY l" + std::to_string(i) + " '";
+        for (int k = 0; k < 10; ++k)
+            bomb += "&l" + std::to_string(i - 1) + ";";
+        bomb += "'>\n";
+    }
+    bomb += "]>\n<b a='&l12;'>&l12;</b>";
+    for (const std::string& document :
+         {bomb, bomb.substr(0, bomb.find("<b a=")) + "<b>&l12;</b>"}) {
+        Recorder r;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(parse(r, document));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+        EXPECT_THAT(r.events, ::testing::Contains("fatal"));
+    }
+}
+
+// ---- exceptions out of the handler ----------------------------------------------------------
+
+struct Stop {
+    int line;
+    std::string what;
+};
+
+// Throws from the callback named by `where` once the parse reaches line `line`.
+class Thrower : public Recorder {
+public:
+    Thrower(std::string where, int line) : where_(std::move(where)), line_(line) {}
+    void startElement(const String& n, const String& l, const String& q,
+                      const ORLO::IXmlAttributes& a) override {
+        Recorder::startElement(n, l, q, a);
+        maybeThrow("startElement", l);
+    }
+    void characters(const String& text) override {
+        Recorder::characters(text);
+        maybeThrow("characters", text);
+    }
+    void fatalError(const ORLO::XmlException& problem) override {
+        Recorder::fatalError(problem);
+        maybeThrow("fatalError", problem.what());
+    }
+
+private:
+    void maybeThrow(const char* callback, const std::string& what) {
+        if (where_ == callback && getLineNumber() >= line_)
+            throw Stop{getLineNumber(), what};
+    }
+    std::string where_;
+    int line_;
+};
+
+TEST(XmlSAXParser, HandlerExceptionComesOutUnchangedAndStopsTheParse) {
+    Thrower t("startElement", 3);
+    ORLO::XmlSAXParser parser(&t, ORLO::ParserSax, false);
+    try {
+        parser.parseString("<a>\n<b>one</b>\n<c x='1'>two</c>\n<d/>\n</a>", false, true);
+        FAIL() << "no exception";
+    } catch (const Stop& stop) {
+        EXPECT_EQ(stop.line, 3);
+        EXPECT_EQ(stop.what, "c");
+    }
+    ASSERT_FALSE(t.events.empty());
+    EXPECT_EQ(t.events.back(), "<{}c c x=1");
+
+    // The parser and its handler go on with the next document.
+    t.events.clear();
+    EXPECT_TRUE(parser.parseString("<a><b/></a>", false, true));
+    EXPECT_THAT(t.events, ElementsAre("locator", "startDocument", "<{}a a", "<{}b b", "</{}b b",
+                                      "</{}a a", "endDocument"));
+}
+
+TEST(XmlSAXParser, ExceptionsFromTextErrorsAndEntityContentAllStopCleanly) {
+    const xmlStructuredErrorFunc channelBefore = xmlStructuredError;
+    const xmlExternalEntityLoader loaderBefore = xmlGetExternalEntityLoader();
+    struct Case {
+        const char* where;
+        std::string document;
+        std::string lastEvent;
+    };
+    const Case cases[] = {
+        {"characters", "<a>x<b>\n\ntext <!--c--> more</b></a>", "text \n\ntext "},
+        {"fatalError", "<a>\n\n<b></a>", "fatal"},
+        // The element comes out of an entity's replacement text, parsed in a context of its own.
+        {"startElement", "<!DOCTYPE a [<!ENTITY e '<in>x</in><after/>'>]>\n<a>\n&e;<z/></a>",
+         "<{}in in"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.where);
+        Thrower t(c.where, 3);
+        ORLO::XmlSAXParser parser(&t, ORLO::ParserSax, false);
+        EXPECT_THROW(parser.parseString(c.document, false, true), Stop);
+        ASSERT_FALSE(t.events.empty());
+        EXPECT_EQ(t.events.back(), c.lastEvent);
+        EXPECT_EQ(xmlStructuredError, channelBefore);
+        EXPECT_EQ(xmlGetExternalEntityLoader(), loaderBefore);
+    }
+}
+
+TEST(XmlSAXParser, ExceptionFromAFileParseLeavesNothingBehind) {
+    TempFolder folder;
+    const std::string path = folder.write("big.xml", [] {
+        std::string doc = "<root>\n";
+        for (int i = 0; i < 2000; ++i)
+            doc += "<item n='" + std::to_string(i) + "'>v &amp; w</item>\n";
+        return doc + "</root>";
+    }());
+    Thrower t("startElement", 1500);
+    ORLO::XmlSAXParser parser(&t, ORLO::ParserSax, false);
+    EXPECT_THROW(parser.parseFile(path, false, true), Stop);
+    EXPECT_EQ(t.events.back(), "<{}item item n=1498");
+}
+
+} // namespace
