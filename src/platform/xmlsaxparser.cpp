@@ -78,7 +78,11 @@ public:
         tuples_ = tuples;
         count_ = count;
         values_.clear();
+        locals_.clear();
+        prefixes_.clear();
         for (int i = 0; i < count; ++i) {
+            locals_.push_back(view(tuples[5 * i]));
+            prefixes_.push_back(view(tuples[5 * i + 1]));
             const xmlChar* begin = tuples[5 * i + 3];
             const xmlChar* end = tuples[5 * i + 4];
             if (begin && std::memchr(begin, '&', size_t(end - begin)))
@@ -105,7 +109,7 @@ public:
         assignQualified(name, tuples_[5 * index + 1], tuples_[5 * index]);
     }
 
-    String getValue(const String& name) const override { return getValue(getIndex(name)); }
+    String getValue(std::string_view name) const override { return getValue(getIndex(name)); }
 
     String getValue(int index) const override {
         if (index < 0 || index >= count_)
@@ -113,11 +117,10 @@ public:
         return String(values_[size_t(index)]);
     }
 
-    int getIndex(const String& name) const override {
-        const std::string_view wanted(name);
+    int getIndex(std::string_view wanted) const override {
         for (int i = 0; i < count_; ++i) {
-            const std::string_view local = view(tuples_[5 * i]);
-            const std::string_view prefix = view(tuples_[5 * i + 1]);
+            const std::string_view local = locals_[size_t(i)];
+            const std::string_view prefix = prefixes_[size_t(i)];
             if (prefix.empty()) {
                 if (wanted == local)
                     return i;
@@ -147,6 +150,9 @@ private:
     const xmlChar** tuples_ = nullptr;
     int count_ = 0;
     std::vector<std::string_view> values_;
+    // Measured once per element: handlers look names up many times.
+    std::vector<std::string_view> locals_;
+    std::vector<std::string_view> prefixes_;
     std::vector<xmlChar*> owned_;
 };
 

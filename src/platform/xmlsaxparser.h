@@ -3,6 +3,7 @@
 #include "platform/orlostring.h"
 
 #include <exception>
+#include <string_view>
 
 namespace ORLO {
 
@@ -36,11 +37,12 @@ public:
     virtual ~IXmlAttributes() = default;
     virtual int getLength() const = 0;
     virtual void getName(int index, String& name) const = 0;
-    // Empty for an absent attribute.
-    virtual String getValue(const String& name) const = 0;
+    // Empty for an absent attribute. Names are views so that a lookup by a literal name
+    // costs no copy.
+    virtual String getValue(std::string_view name) const = 0;
     virtual String getValue(int index) const = 0;
     // Negative for an absent attribute.
-    virtual int getIndex(const String& name) const = 0;
+    virtual int getIndex(std::string_view name) const = 0;
 };
 
 class IXmlHandler {

@@ -3,10 +3,22 @@
 #include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 
+#include <charconv>
+#include <iterator>
+
 CDumpMetaModelEvents::CDumpMetaModelEvents(const ORLO::String& fileName) : fileName_(fileName) {}
 
+// "label<TAB>id<TAB>name<CR><LF>", built by hand: a dump writes one line per element and
+// printf-style formatting would cost more than the parse.
 void CDumpMetaModelEvents::PrintLine(const ORLO::String& label, const ORLO::String& name, int id) {
-    line_.Format("%s\t%d\t%s\r\n", label.c_str(), id, name.c_str());
+    char digits[16];
+    const auto converted = std::to_chars(std::begin(digits), std::end(digits), id);
+    line_.assign(label);
+    line_ += '\t';
+    line_.append(digits, converted.ptr);
+    line_ += '\t';
+    line_ += name;
+    line_ += "\r\n";
     writer_->write(line_);
 }
 
@@ -48,5 +60,8 @@ void CDumpMetaModelEvents::OnEndType(bool) {
 void CDumpMetaModelEvents::OnStartProperty(const ORLO::String& name, const ORLO::String&,
                                            const ORLO::String&, const int&, const int&,
                                            const ORLO::String&, int id, const ElementStatus&) {
-    PrintLine("Prop", currentOwner_ + "." + name, id);
+    qualifiedName_.assign(currentOwner_);
+    qualifiedName_ += '.';
+    qualifiedName_ += name;
+    PrintLine("Prop", qualifiedName_, id);
 }

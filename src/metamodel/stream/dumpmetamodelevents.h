@@ -33,4 +33,5 @@ private:
     ORLO::String fileName_;
     std::unique_ptr<ORLO::IFileWriter> writer_;
     ORLO::String line_;
+    ORLO::String qualifiedName_;
 };

@@ -5,8 +5,11 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace MetaModel {
+
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -42,8 +45,8 @@ int toDecimalInt(const String& text) {
     return clampToInt(std::strtoll(text.c_str(), nullptr, 10));
 }
 
-bool isOneOf(const String& name, std::initializer_list<const char*> names) {
-    for (const char* candidate : names)
+bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
+    for (std::string_view candidate : names)
         if (name == candidate)
             return true;
     return false;
@@ -56,11 +59,11 @@ bool isListForm(const String& type) {
 }
 
 IMetaModelEvents::ElementStatus statusFromText(const String& text) {
-    if (text == "deprecated")
+    if (text == "deprecated"sv)
         return IMetaModelEvents::EsDeprecated;
-    if (text == "obsolete")
+    if (text == "obsolete"sv)
         return IMetaModelEvents::EsObsolete;
-    if (text == "inactive")
+    if (text == "inactive"sv)
         return IMetaModelEvents::EsInactive;
     return IMetaModelEvents::EsActive;
 }
@@ -272,16 +275,16 @@ void CXMLMetaModelHandler::startPartial(const String& tag, const ORLO::IXmlAttri
 
 void CXMLMetaModelHandler::startTopElement(const String& tag,
                                            const ORLO::IXmlAttributes& attributes) {
-    if (tag == "metaModel") {
+    if (tag == "metaModel"sv) {
         readFileHeader(tag, attributes);
-    } else if (tag == "category" || tag == "primitiveType") {
+    } else if (tag == "category"sv || tag == "primitiveType"sv) {
         context_ = CategoryBody;
         descriptionState_ = ExpectDescription;
         requireAttribute(tag, attributes, "name");
         pushStatus(attributes);
         currentName_ = attributes.getValue("name");
         currentId_ = readId(tag, attributes);
-    } else if (tag == "type") {
+    } else if (tag == "type"sv) {
         context_ = TypeBody;
         descriptionState_ = ExpectDescription;
         keyClassSeen_ = false;
@@ -289,9 +292,9 @@ void CXMLMetaModelHandler::startTopElement(const String& tag,
         currentName_ = attributes.getValue("name");
         currentId_ = readId(tag, attributes);
         pushStatus(attributes);
-    } else if (tag == "partial_category" || tag == "partialCategory") {
+    } else if (tag == "partial_category"sv || tag == "partialCategory"sv) {
         startPartial(tag, attributes, false);
-    } else if (tag == "partial_type" || tag == "partialType") {
+    } else if (tag == "partial_type"sv || tag == "partialType"sv) {
         startPartial(tag, attributes, true);
     }
     // Anything else is a wrapper: its children are judged at top in turn.
@@ -310,7 +313,7 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
     minimalCardinality_ = minimal.empty() ? 0 : toDecimalInt(minimal);
     if (hasAttribute(attributes, "maximalCardinality")) {
         const String maximal = attributes.getValue("maximalCardinality");
-        maximalCardinality_ = maximal == "*" ? -1 : toDecimalInt(maximal);
+        maximalCardinality_ = maximal == "*"sv ? -1 : toDecimalInt(maximal);
     } else if (isListForm(propertyType_) || minimalCardinality_ > 1) {
         maximalCardinality_ = -1;
     } else {
@@ -329,7 +332,7 @@ void CXMLMetaModelHandler::attributeStep(const String& tag,
     requireAttribute(tag, attributes, "name");
     requireOneOf(tag, attributes, "stringValue", "intValue");
     const String name = attributes.getValue("name");
-    if (fileLevel_ != 1 && name == "KEY_CLASS")
+    if (fileLevel_ != 1 && name == "KEY_CLASS"sv)
         keyClassSeen_ = true;
     const ElementStatus status = popStatus();
     if (hasAttribute(attributes, "intValue"))
@@ -340,25 +343,25 @@ void CXMLMetaModelHandler::attributeStep(const String& tag,
 
 void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& parent,
                                             const ORLO::IXmlAttributes& attributes) {
-    if (tag == "property") {
+    if (tag == "property"sv) {
         startProperty(tag, attributes);
-    } else if (tag == "attribute") {
+    } else if (tag == "attribute"sv) {
         pushStatus(attributes);
         // Attributes of a category or type belong to its full declaration.
         if (partial_)
             fail("QEL_MM_UNEXPECTED_TAG",
                  {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
         attributeStep(tag, attributes);
-    } else if (tag == "tree") {
+    } else if (tag == "tree"sv) {
         requireAttribute(tag, attributes, "parent");
         requireAttribute(tag, attributes, "category");
         pushStatus(attributes);
         sink_->Tree(attributes.getValue("parent"), attributes.getValue("category"), popStatus());
-    } else if (tag == "inheritedCategory") {
+    } else if (tag == "inheritedCategory"sv) {
         requireAttribute(tag, attributes, "name");
         pushStatus(attributes);
         sink_->InheritedCategory(attributes.getValue("name"), popStatus());
-    } else if (tag != "comment" && tag != "classifying") {
+    } else if (tag != "comment"sv && tag != "classifying"sv) {
         fail("QEL_MM_UNEXPECTED_TAG", {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
     }
 }
@@ -368,9 +371,9 @@ void CXMLMetaModelHandler::startPropertyElement(const String& tag,
     // Pushed for every child; what a comment leaves behind is never read, since each event
     // reads the status its own start tag has just pushed.
     pushStatus(attributes);
-    if (tag == "attribute")
+    if (tag == "attribute"sv)
         attributeStep(tag, attributes);
-    else if (tag != "comment" && tag != "classifying")
+    else if (tag != "comment"sv && tag != "classifying"sv)
         fail("QEL_MM_UNEXPECTED_TAG",
              {{"PARENT", "property"}, {"TAG", renderTag(tag, attributes)}});
 }
@@ -383,7 +386,7 @@ void CXMLMetaModelHandler::startElement(const String&, const String& localName, 
     if (descriptionState_ == InDescription)
         fail("QEL_MM_DESC_TAG_HAS_CHILD", {});
     if (descriptionState_ == ExpectDescription) {
-        if (localName != "description")
+        if (localName != "description"sv)
             fail("QEL_MM_DESC_TAG_NOT_FIRST", {{"TAG", parent}});
         descriptionState_ = InDescription;
         return;
@@ -432,8 +435,8 @@ void CXMLMetaModelHandler::announceDescribedElement() {
 void CXMLMetaModelHandler::endBodyElement(const String& localName) {
     switch (context_) {
     case CategoryBody: {
-        const bool full = localName == "category" || localName == "primitiveType";
-        const bool partial = localName == "partial_category" || localName == "partialCategory";
+        const bool full = localName == "category"sv || localName == "primitiveType"sv;
+        const bool partial = localName == "partial_category"sv || localName == "partialCategory"sv;
         if (full)
             sink_->Attribute("ROOT_PATH", rootPath_, activeStatus);
         if (full || partial) {
@@ -446,8 +449,8 @@ void CXMLMetaModelHandler::endBodyElement(const String& localName) {
         break;
     }
     case TypeBody: {
-        const bool full = localName == "type";
-        const bool partial = localName == "partial_type" || localName == "partialType";
+        const bool full = localName == "type"sv;
+        const bool partial = localName == "partial_type"sv || localName == "partialType"sv;
         if (full) {
             if (fileLevel_ != 1 && !keyClassSeen_)
                 sink_->Attribute("KEY_CLASS", currentId_, activeStatus);
@@ -464,7 +467,7 @@ void CXMLMetaModelHandler::endBodyElement(const String& localName) {
     }
     case CategoryProperty:
     case TypeProperty:
-        if (localName == "property") {
+        if (localName == "property"sv) {
             sink_->EndProperty();
             propertyId_ = IMetaModelEvents::NoId;
             propertyName_.clear();

@@ -1,0 +1,173 @@
+#include "collections/list.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <vector>
+
+using Collections::ICursor;
+using Collections::IIterator;
+using Collections::List;
+using CppLanguage::CDeletableAutoPtr;
+
+namespace {
+
+template <class T> std::vector<T> contents(const Collections::ICollection<T>& collection) {
+    std::vector<T> out;
+    CDeletableAutoPtr<IIterator<T>> it(collection.newIterator());
+    for (; it->isValid(); it->next())
+        out.push_back(it->current());
+    return out;
+}
+
+using Ints = std::vector<int>;
+
+// Appending after a structural change shows whether the tail followed it.
+void expectTailIsLast(List<int>& list) {
+    ASSERT_TRUE(list.invariant());
+    list.addLast(99);
+    EXPECT_EQ(list.getLast(), 99);
+    EXPECT_EQ(contents(list).back(), 99);
+    list.removeLast();
+}
+
+} // namespace
+
+TEST(CollectionsList, EndsAndCursorInsertionsKeepOrderAndTail) {
+    List<int> list(1);
+    EXPECT_TRUE(list.isEmpty());
+    EXPECT_TRUE(list.invariant());
+    list.add(2);
+    list.addFirst(1);
+    list.addLast(4);
+    list.insertBefore(list.last(), 3);
+    list.insertBefore(list.first(), 0);
+    list.insertAfter(list.last(), 5);
+    EXPECT_EQ(contents(list), (Ints{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(list.size(), 6);
+    EXPECT_EQ(list.getFirst(), 0);
+    EXPECT_EQ(list.getLast(), 5);
+    expectTailIsLast(list);
+}
+
+TEST(CollectionsList, RemovalsAtEveryPositionFixHeadAndTail) {
+    List<int> list;
+    for (int i = 0; i < 6; ++i)
+        list.add(i);
+    list.removeAt(list.last()); // tail through the predecessor scan
+    expectTailIsLast(list);
+    list.removeLast();
+    expectTailIsLast(list);
+    list.removeAt(list.first());
+    list.removeAfter(list.first()); // drops 2
+    list.removeAfter(list.last());  // nothing after the tail
+    EXPECT_EQ(contents(list), (Ints{1, 3}));
+    list.removeAfter(list.first()); // drops the tail
+    expectTailIsLast(list);
+    list.removeLast();
+    EXPECT_TRUE(list.isEmpty());
+    EXPECT_TRUE(list.invariant());
+    expectTailIsLast(list);
+}
+
+TEST(CollectionsList, RemoveByValue) {
+    List<int> list;
+    for (int v : {7, 7, 1, 7, 2, 7})
+        list.add(v);
+    list.remove(7);
+    EXPECT_EQ(contents(list), (Ints{7, 1, 7, 2, 7}));
+    list.removeAll(7);
+    EXPECT_EQ(contents(list), (Ints{1, 2}));
+    expectTailIsLast(list);
+    list.removeAll(1);
+    list.removeAll(2);
+    EXPECT_TRUE(list.isEmpty());
+    EXPECT_TRUE(list.invariant());
+    list.remove(5); // absent: nothing happens
+    EXPECT_FALSE(list.contains(5));
+}
+
+TEST(CollectionsList, PreviousScansFromTheHead) {
+    List<int> list;
+    for (int i = 0; i < 3; ++i)
+        list.add(i);
+    ICursor<int>* second = list.next(list.first());
+    EXPECT_EQ(list.get(second), 1);
+    EXPECT_EQ(list.previous(second), list.first());
+    EXPECT_EQ(list.previous(list.first()), nullptr);
+    EXPECT_EQ(list.next(list.last()), nullptr);
+    EXPECT_FALSE(list.isCursor(nullptr));
+}
+
+TEST(CollectionsList, IndexAccess) {
+    List<int> list;
+    for (int i = 0; i < 4; ++i)
+        list.add(i * 10);
+    EXPECT_TRUE(list.isValidKey(3));
+    EXPECT_FALSE(list.isValidKey(4));
+    EXPECT_FALSE(list.isValidKey(-1));
+    EXPECT_EQ(list.get(2), 20);
+    EXPECT_EQ(list.at(3), 30);
+    list.put(1, 11);
+    list.removeKey(0);
+    list.removeKey(7); // no such position: ignored
+    EXPECT_EQ(contents(list), (Ints{11, 20, 30}));
+    EXPECT_FALSE(list.isHashed());
+    EXPECT_EQ(list.clone(), nullptr);
+
+    CDeletableAutoPtr<Collections::ITableIterator<int, int>> it(list.newTableIterator());
+    std::vector<int> keys;
+    for (; it->isValid(); it->next())
+        keys.push_back(it->currentKey());
+    EXPECT_EQ(keys, (Ints{0, 1, 2}));
+}
+
+TEST(CollectionsList, AccessBeyondTheElementsThrows) {
+    List<int> list;
+    EXPECT_THROW(list.getFirst(), std::out_of_range);
+    EXPECT_THROW(list.getLast(), std::out_of_range);
+    EXPECT_THROW(list.removeFirst(), std::out_of_range);
+    EXPECT_THROW(list.removeLast(), std::out_of_range);
+    list.add(1);
+    EXPECT_THROW(list.get(1), std::out_of_range);
+    EXPECT_THROW(list.put(-1, 0), std::out_of_range);
+    EXPECT_THROW(list.insertAfter(nullptr, 0), std::invalid_argument);
+
+    List<int> other;
+    other.add(1);
+    other.add(2);
+    EXPECT_THROW(list.removeAt(other.last()), std::invalid_argument);
+    EXPECT_EQ(contents(list), (Ints{1}));
+}
+
+TEST(CollectionsList, IteratorProtocol) {
+    List<int> list;
+    CDeletableAutoPtr<IIterator<int>> empty(list.newIterator());
+    EXPECT_TRUE(empty->isFirst());
+    EXPECT_FALSE(empty->isValid());
+
+    list.add(1);
+    list.add(2);
+    CDeletableAutoPtr<IIterator<int>> it(list.newIterator());
+    EXPECT_TRUE(it->isFirst());
+    it->next();
+    EXPECT_FALSE(it->isFirst());
+    EXPECT_EQ(it->current(), 2);
+    it->next();
+    it->next(); // past the end stays there
+    EXPECT_FALSE(it->isValid());
+    it->reset();
+    EXPECT_TRUE(it->isFirst());
+    EXPECT_EQ(it->current(), 1);
+}
+
+TEST(CollectionsList, AddAllOfItselfTakesTheOriginalElementsOnce) {
+    List<int> list;
+    list.add(1);
+    list.add(2);
+    list.addAll(list);
+    EXPECT_EQ(contents(list), (Ints{1, 2, 1, 2}));
+    list.clear();
+    EXPECT_TRUE(list.isEmpty());
+    EXPECT_TRUE(list.invariant());
+}

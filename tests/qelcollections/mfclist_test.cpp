@@ -1,0 +1,171 @@
+#include "qelcollections/collectionsexceptions.h"
+#include "qelcollections/mfclist.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using CppLanguage::CDeletableAutoPtr;
+using QELCollections::EmptyListException;
+using QELCollections::IEnumerator;
+using QELCollections::mfcList;
+using QELCollections::NoSuchIndexException;
+
+namespace {
+
+// The walk the model builder does.
+template <class T> std::vector<T> contents(mfcList<T>& list) {
+    std::vector<T> out;
+    CDeletableAutoPtr<IEnumerator<T>> walk(list.GetEnumerator());
+    for (; walk->HasCurrent(); walk->Next())
+        out.push_back(walk->GetCurrent());
+    return out;
+}
+
+using Ints = std::vector<int>;
+
+} // namespace
+
+TEST(QELCollectionsMfcList, InsertionsByEndAndIndex) {
+    mfcList<int> list;
+    EXPECT_TRUE(list.IsEmpty());
+    EXPECT_FALSE(list.HasIndex(0));
+    EXPECT_FALSE(list.InsertBefore(0, 1));
+    EXPECT_FALSE(list.InsertAfter(0, 1));
+    EXPECT_TRUE(list.InsertLast(2));
+    EXPECT_TRUE(list.InsertFirst(0));
+    list.Add(4);
+    EXPECT_TRUE(list.InsertAfter(0, 1));
+    EXPECT_TRUE(list.InsertBefore(3, 3));
+    EXPECT_TRUE(list.InsertAfter(4, 5));
+    EXPECT_FALSE(list.InsertAfter(6, 6));
+    EXPECT_EQ(contents(list), (Ints{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(list.GetCount(), 6u);
+    EXPECT_EQ(list.GetFirst(), 0);
+    EXPECT_EQ(list.GetLast(), 5);
+}
+
+TEST(QELCollectionsMfcList, AccessByIndexAndFallbacks) {
+    mfcList<int> list;
+    const int fallback = -1;
+    EXPECT_EQ(list.GetFirst(fallback), -1);
+    EXPECT_EQ(list.GetLast(fallback), -1);
+    EXPECT_THROW(list.GetFirst(), EmptyListException);
+    EXPECT_THROW(list.GetLast(), EmptyListException);
+
+    for (int v : {10, 20, 30})
+        list.InsertLast(v);
+    bool found = false;
+    EXPECT_EQ(list.GetAt(1, fallback, found), 20);
+    EXPECT_TRUE(found);
+    EXPECT_EQ(list.GetAt(3, fallback, found), -1);
+    EXPECT_FALSE(found);
+    EXPECT_EQ(list.GetAt(2, fallback), 30);
+    EXPECT_EQ(list[0], 10);
+    try {
+        list.GetAt(3);
+        FAIL() << "no exception";
+    } catch (const NoSuchIndexException& e) {
+        EXPECT_EQ(e.GetIndex(), 3u);
+        EXPECT_STREQ(e.what(), "no such index");
+    }
+    EXPECT_THROW(list[7], NoSuchIndexException);
+}
+
+TEST(QELCollectionsMfcList, Removals) {
+    mfcList<int> list;
+    for (int v : {5, 1, 5, 2, 5})
+        list.InsertLast(v);
+    EXPECT_EQ(list.Remove(5), 3u);
+    EXPECT_EQ(list.Remove(5), 0u);
+    EXPECT_EQ(contents(list), (Ints{1, 2}));
+
+    int removed = 0;
+    EXPECT_FALSE(list.RemoveAt(2, removed));
+    EXPECT_FALSE(list.RemoveAt(2));
+    EXPECT_EQ(contents(list), (Ints{1, 2}));
+    EXPECT_TRUE(list.RemoveAt(1, removed));
+    EXPECT_EQ(removed, 2);
+    list.InsertLast(3);
+    list.InsertLast(4);
+    EXPECT_TRUE(list.RemoveFirst(removed));
+    EXPECT_EQ(removed, 1);
+    EXPECT_TRUE(list.RemoveLast(removed));
+    EXPECT_EQ(removed, 4);
+    EXPECT_TRUE(list.RemoveLast());
+    EXPECT_TRUE(list.IsEmpty());
+    removed = 42;
+    EXPECT_FALSE(list.RemoveFirst(removed));
+    EXPECT_FALSE(list.RemoveLast(removed));
+    EXPECT_FALSE(list.RemoveFirst());
+    EXPECT_EQ(removed, 42);
+
+    // The ends must be consistent again after emptying.
+    list.InsertLast(7);
+    list.InsertFirst(6);
+    EXPECT_EQ(contents(list), (Ints{6, 7}));
+}
+
+TEST(QELCollectionsMfcList, DuplicatesAreIndependent) {
+    mfcList<std::string> list;
+    list.InsertLast("x");
+    list.InsertLast("y");
+    CDeletableAutoPtr<mfcList<std::string>> copy(list.Duplicate());
+    copy->InsertLast("z");
+    list.RemoveFirst();
+    EXPECT_EQ(contents(*copy), (std::vector<std::string>{"x", "y", "z"}));
+    EXPECT_EQ(contents(list), (std::vector<std::string>{"y"}));
+
+    CDeletableAutoPtr<QELCollections::IContainer> clone(list.Clone());
+    EXPECT_EQ(clone->GetCount(), 1u);
+    clone->Clear();
+    EXPECT_TRUE(clone->IsEmpty());
+    EXPECT_EQ(list.GetCount(), 1u);
+
+    mfcList<std::string> assigned;
+    assigned.InsertLast("old");
+    assigned = *copy;
+    copy->Clear();
+    EXPECT_EQ(contents(assigned), (std::vector<std::string>{"x", "y", "z"}));
+}
+
+TEST(QELCollectionsMfcList, NodesComeFromThePoolTenAtATime) {
+    mfcList<int> list;
+    for (int i = 0; i < 10; ++i)
+        list.InsertLast(i);
+    EXPECT_EQ(list.GetPoolBlockCount(), 1u);
+    list.InsertLast(10);
+    EXPECT_EQ(list.GetPoolBlockCount(), 2u);
+    // Freed nodes are reused before a new block is taken.
+    for (int i = 0; i < 5; ++i)
+        list.RemoveFirst();
+    for (int i = 0; i < 14; ++i)
+        list.InsertFirst(i);
+    EXPECT_EQ(list.GetCount(), 20u);
+    EXPECT_EQ(list.GetPoolBlockCount(), 2u);
+    list.Clear();
+    EXPECT_EQ(list.GetPoolBlockCount(), 0u);
+    EXPECT_TRUE(list.IsEmpty());
+    list.InsertLast(1);
+    EXPECT_EQ(contents(list), (Ints{1}));
+}
+
+TEST(QELCollectionsExceptions, FixedTextsAndOrigin) {
+    QELCollections::NoCurrentElementException noCurrent;
+    EXPECT_STREQ(noCurrent.what(), "no current element");
+    EXPECT_EQ(EmptyListException().GetMessage(), "invalid access to empty list element");
+    const QELCollections::CollectionException& base = noCurrent;
+    EXPECT_EQ(base.GetLine(), 16);
+    EXPECT_EQ(base.GetFile(), "qelcollections/collectionsexceptions.h");
+    EXPECT_EQ(base.GetDate(), "UNKNOWN DATE");
+    EXPECT_EQ(base.GetTime(), "UNKNOWN TIME");
+    EXPECT_EQ(base.GetAppMsg(), nullptr);
+    EXPECT_EQ(base.GetDetail(), "[qelcollections/collectionsexceptions.h; 16; UNKNOWN DATE "
+                                "UNKNOWN TIME] : no current element");
+    try {
+        throw NoSuchIndexException(4);
+    } catch (const CppLanguage::CRuntimeException& e) {
+        EXPECT_EQ(e.GetMessage(), "no such index");
+    }
+}
