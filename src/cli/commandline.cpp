@@ -1,5 +1,7 @@
 #include "cli/commandline.h"
 
+#include <algorithm>
+#include <optional>
 #include <sstream>
 
 namespace Cli {
@@ -118,22 +120,31 @@ std::string CommandArguments::value(const std::string& name, const std::string& 
     return found == values.end() || found->second.empty() ? fallback : found->second.back();
 }
 
-const std::vector<CommandSpec>& commandSpecs() {
-    static const std::vector<CommandSpec> specs = {
-        {"dump",
-         "write the flat index of the documents: one line per category, type and property",
-         {{"output", 'o', "FILE", "write to FILE instead of standard output (\"-\")"}},
-         "[PATH...]"},
-        {"export",
-         "write the documents back as one meta-model document",
-         {{"output", 'o', "FILE", "write to FILE instead of standard output (\"-\")"}},
-         "[PATH...]"},
-    };
+namespace {
+
+std::vector<CommandSpec>& registry() {
+    static std::vector<CommandSpec> commands;
+    return commands;
+}
+
+} // namespace
+
+CommandRegistration::CommandRegistration(CommandSpec spec) {
+    registry().push_back(std::move(spec));
+}
+
+std::vector<const CommandSpec*> commandSpecs() {
+    std::vector<const CommandSpec*> specs;
+    for (const CommandSpec& spec : registry())
+        specs.push_back(&spec);
+    std::stable_sort(specs.begin(), specs.end(), [](const CommandSpec* a, const CommandSpec* b) {
+        return a->order < b->order;
+    });
     return specs;
 }
 
 const CommandSpec* findCommand(const std::string& name) {
-    for (const CommandSpec& spec : commandSpecs())
+    for (const CommandSpec& spec : registry())
         if (name == spec.name)
             return &spec;
     return nullptr;
@@ -222,10 +233,10 @@ std::string helpText(const std::string& command) {
         return out.str();
     }
     out << "Reads, checks and writes meta-model documents.\n\nCommands:\n";
-    for (const CommandSpec& spec : commandSpecs()) {
-        std::string name = std::string("  ") + spec.name;
+    for (const CommandSpec* spec : commandSpecs()) {
+        std::string name = std::string("  ") + spec->name;
         name.resize(12, ' ');
-        out << name << spec.summary << '\n';
+        out << name << spec->summary << '\n';
     }
     out << "\nGlobal options:\n";
     describeOptions(out, globalOptionSpecs());

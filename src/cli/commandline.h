@@ -3,6 +3,7 @@
 #include "cli/diagnostics.h"
 #include "platform/appdatamanager.h"
 
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -30,11 +31,23 @@ struct OptionSpec {
     bool repeatable = false;
 };
 
+struct GlobalOptions;
+struct CommandArguments;
+
 struct CommandSpec {
     const char* name;
     const char* summary;
     std::vector<OptionSpec> options;
     const char* operands; // e.g. "[PATH...]"
+    // Where the command stands in the help, smallest first.
+    int order = 0;
+    // Runs the command; answers the exit status.
+    std::function<int(const GlobalOptions&, const CommandArguments&)> run;
+};
+
+// Each command registers itself from its own source file with a static object of this type.
+struct CommandRegistration {
+    explicit CommandRegistration(CommandSpec spec);
 };
 
 struct GlobalOptions {
@@ -60,7 +73,8 @@ struct CommandLine {
     CommandArguments arguments;
 };
 
-const std::vector<CommandSpec>& commandSpecs();
+// The registered commands in help order.
+std::vector<const CommandSpec*> commandSpecs();
 const CommandSpec* findCommand(const std::string& name);
 
 // Throws UsageError for anything it cannot take.

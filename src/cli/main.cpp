@@ -1,5 +1,4 @@
 #include "cli/commandline.h"
-#include "cli/commands.h"
 #include "cli/diagnostics.h"
 #include "platform/appdatamanager.h"
 
@@ -37,7 +36,7 @@ int main(int argc, char** argv) {
     AppDataManager::SetAppDataOverrides(line.global.folders);
     Cli::installDiagnostics(line.global.format);
     try {
-        return Cli::runCommand(line);
+        return Cli::findCommand(line.command)->run(line.global, line.arguments);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
         return 1;

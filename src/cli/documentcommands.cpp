@@ -1,4 +1,5 @@
-#include "cli/commands.h"
+#include "cli/commandline.h"
+#include "cli/documentpaths.h"
 
 #include "cpplanguage/messages.h"
 #include "metamodel/stream/dumpmetamodelevents.h"
@@ -18,28 +19,6 @@ namespace {
 
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
-
-bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() &&
-           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
-// The built-in roots first, then each PATH: a document when it ends in MetaModel.xml, a root
-// folder otherwise. A folder that is not there would silently add nothing, so it is refused.
-bool addPaths(MetaModel::CXMLMetaModelReader& reader, const std::vector<std::string>& paths) {
-    bool allThere = true;
-    for (const std::string& path : paths) {
-        if (endsWith(path, "MetaModel.xml")) {
-            reader.addFile(path);
-        } else if (ORLO::File(path).isDirectory()) {
-            reader.AddRootPath(path);
-        } else {
-            CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_NOT_FOUND", {{"PATH", path}});
-            allThere = false;
-        }
-    }
-    return allThere;
-}
 
 using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(const std::string&)>;
 
@@ -81,7 +60,7 @@ bool copyToStandardOutput(const std::string& path) {
 // once the whole stream went through.
 int playDocuments(const CommandArguments& arguments, const SinkFactory& makeSink) {
     MetaModel::CXMLMetaModelReader reader;
-    if (!addPaths(reader, arguments.operands))
+    if (!addDocumentPaths(reader, arguments.operands))
         return exitFailure;
     const std::string output = arguments.value("output", "-");
     const bool toStandardOutput = output == "-";
@@ -113,14 +92,31 @@ template <class Sink> struct OwnedSink {
     }
 };
 
-} // namespace
+const OptionSpec outputOption{"output", 'o', "FILE",
+                              "write to FILE instead of standard output (\"-\")"};
 
-int runCommand(const CommandLine& line) {
-    if (line.command == "dump")
-        return playDocuments(line.arguments, OwnedSink<CDumpMetaModelEvents>{});
-    if (line.command == "export")
-        return playDocuments(line.arguments, OwnedSink<MetaModel::CXMLMetaModelEvents>{});
-    throw UsageError("unknown command '" + line.command + "'", "");
-}
+const CommandRegistration dump({
+    "dump",
+    "write the flat index of the documents: one line per category, type and property",
+    {outputOption},
+    "[PATH...]",
+    10,
+    [](const GlobalOptions&, const CommandArguments& arguments) {
+        return playDocuments(arguments, OwnedSink<CDumpMetaModelEvents>{});
+    },
+});
+
+const CommandRegistration exportDocument({
+    "export",
+    "write the documents back as one meta-model document",
+    {outputOption},
+    "[PATH...]",
+    20,
+    [](const GlobalOptions&, const CommandArguments& arguments) {
+        return playDocuments(arguments, OwnedSink<MetaModel::CXMLMetaModelEvents>{});
+    },
+});
+
+} // namespace
 
 } // namespace Cli
