@@ -2,15 +2,20 @@
 
 #include "platform/orlostring.h"
 
-#include <optional>
+#include <optional> // not used here, but src/cli relies on it transitively
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace CppLanguage {
 
-enum MsgSeverity { SeverityMessage = 0, SeverityInfo = 1, SeverityWarning = 2, SeverityError = 4,
-                   SeverityFatal = 8 };
+enum MsgSeverity {
+    SeverityMessage = 0,
+    SeverityInfo = 1,
+    SeverityWarning = 2,
+    SeverityError = 4,
+    SeverityFatal = 8
+};
 
 const char* severityWord(int severity);
 
@@ -80,7 +85,7 @@ public:
     void SetLibraryLine(int line) { libraryLine_ = line; }
     const char* GetText() const override { return get(text_); }
     void SetText(const char* text) { set(text_, text); }
-    bool HasText() const override { return text_ && !text_->empty(); }
+    bool HasText() const override { return text_.present && !text_.text.empty(); }
     int GetKind() const override { return kind_; }
     void SetKind(int kind) { kind_ = kind; }
     bool IsKindOne() const override { return kind_ == 1; }
@@ -97,25 +102,29 @@ public:
     }
 
 private:
-    static const char* get(const std::optional<std::string>& field) {
-        return field ? field->c_str() : nullptr;
+    // A text that may be absent. Not std::optional: GCC's flow analysis then reports reads of
+    // a reset field as uninitialised in every caller that inlines the getters.
+    struct OwnedText {
+        std::string text;
+        bool present = false;
+    };
+    static const char* get(const OwnedText& field) {
+        return field.present ? field.text.c_str() : nullptr;
     }
-    static void set(std::optional<std::string>& field, const char* text) {
-        if (text)
-            field = text;
-        else
-            field.reset();
+    static void set(OwnedText& field, const char* text) {
+        field.present = text != nullptr;
+        field.text = text ? text : "";
     }
 
     unsigned flags_ = 0;
-    std::optional<std::string> id_;
+    OwnedText id_;
     int line_ = 0;
     int column_ = 0;
-    std::optional<std::string> component_;
-    std::optional<std::string> document_;
-    std::optional<std::string> libraryFile_;
+    OwnedText component_;
+    OwnedText document_;
+    OwnedText libraryFile_;
     int libraryLine_ = 0;
-    std::optional<std::string> text_;
+    OwnedText text_;
     int kind_ = -1;
     int severity_ = -1;
     unsigned displayFlags_ = 0;

@@ -50,8 +50,10 @@ public:
 // Declares a failure class that adds nothing but its type.
 #define CPPLANGUAGE_DECLARE_EXCEPTION(Name, Base)                                                  \
     class Name : public Base {                                                                     \
+        using BaseException = Base;                                                                \
+                                                                                                   \
     public:                                                                                        \
-        using Base::Base;                                                                          \
+        using BaseException::BaseException;                                                        \
     }
 
 } // namespace CppLanguage

@@ -5,34 +5,68 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 #include <vector>
 
 namespace AppMsgManager {
 
 namespace {
 
+const CppLanguage::CBindArgNameToVal*
+findArgument(std::string_view name,
+             std::span<const CppLanguage::CBindArgNameToVal* const> arguments) {
+    const CppLanguage::CBindArgNameToVal* bound = nullptr;
+    for (const auto* argument : arguments)
+        if (argument && argument->GetName() && name == argument->GetName())
+            bound = argument;
+    return bound;
+}
+
+// Appends the expansion of `pattern` to `text`; answers whether every placeholder in it had a
+// non-empty value. An unbound placeholder stays as written, so that a wrong argument name
+// shows in the text instead of vanishing.
+bool expandPlain(std::string_view pattern,
+                 std::span<const CppLanguage::CBindArgNameToVal* const> arguments,
+                 std::string& text) {
+    bool complete = true;
+    for (size_t i = 0; i < pattern.size();) {
+        if (pattern[i] == '{') {
+            if (const size_t close = pattern.find('}', i + 1); close != pattern.npos) {
+                const std::string_view name = pattern.substr(i + 1, close - i - 1);
+                if (const auto* bound = findArgument(name, arguments)) {
+                    text += bound->GetValue();
+                    complete = complete && !bound->GetValue().empty();
+                } else {
+                    text += pattern.substr(i, close - i + 1);
+                    complete = false;
+                }
+                i = close + 1;
+                continue;
+            }
+        }
+        text += pattern[i++];
+    }
+    return complete;
+}
+
+// A bracketed part is kept, without its brackets, only when all its placeholders have values:
+// one text then reads well at sites that give an argument and at sites that do not.
 std::string expand(const char* pattern,
                    std::span<const CppLanguage::CBindArgNameToVal* const> arguments) {
     std::string text;
-    for (const char* p = pattern; *p;) {
-        if (*p == '{') {
-            const char* close = p + 1;
-            while (*close && *close != '}')
-                ++close;
-            if (*close == '}') {
-                const std::string_view name(p + 1, size_t(close - p - 1));
-                const CppLanguage::CBindArgNameToVal* bound = nullptr;
-                for (const auto* argument : arguments)
-                    if (argument && name == argument->GetName())
-                        bound = argument;
-                if (bound) {
-                    text += bound->GetValue();
-                    p = close + 1;
-                    continue;
-                }
-            }
+    std::string_view rest(pattern);
+    while (!rest.empty()) {
+        const size_t open = rest.find('[');
+        const size_t close = open == rest.npos ? rest.npos : rest.find(']', open + 1);
+        if (close == rest.npos) {
+            expandPlain(rest, arguments, text);
+            break;
         }
-        text += *p++;
+        expandPlain(rest.substr(0, open), arguments, text);
+        std::string optional;
+        if (expandPlain(rest.substr(open + 1, close - open - 1), arguments, optional))
+            text += optional;
+        rest.remove_prefix(close + 1);
     }
     return text;
 }
@@ -147,7 +181,7 @@ public:
         // happened, so they go into the text.
         std::string text = std::string("Unknown message ") + (id ? id : "(null)");
         for (const auto* argument : arguments)
-            if (argument)
+            if (argument && argument->GetName())
                 text += std::string(" ") + argument->GetName() + "='" + argument->GetValue() + "'";
         record.SetSeverity(CppLanguage::SeverityError);
         record.SetText(text.c_str());

@@ -1,0 +1,104 @@
+#include "cpplanguage/exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace ExceptionsTest {
+CPPLANGUAGE_DECLARE_EXCEPTION(CReaderFailure, CppLanguage::CRuntimeException);
+CPPLANGUAGE_DECLARE_EXCEPTION(CDeeperFailure, CReaderFailure);
+} // namespace ExceptionsTest
+
+namespace {
+
+using CppLanguage::CAppMsg;
+using CppLanguage::COrloException;
+using CppLanguage::CRuntimeException;
+using ExceptionsTest::CDeeperFailure;
+using ExceptionsTest::CReaderFailure;
+
+CAppMsg sampleRecord() {
+    CAppMsg record;
+    record.SetId("QEL_MM_UNDEF_CAT_NAM");
+    record.SetText("Category 'X' is not defined.");
+    record.SetSeverity(CppLanguage::SeverityError);
+    record.AddArgument("CAT_NAM", "X");
+    return record;
+}
+
+TEST(Exceptions, FieldsDetailAndWhat) {
+    const CRuntimeException failure("src/reader.cpp", 42, "May 30 2019", "13:58:40", "it broke");
+    EXPECT_STREQ(failure.what(), "it broke");
+    EXPECT_EQ(failure.GetFile(), "src/reader.cpp");
+    EXPECT_EQ(failure.GetLine(), 42);
+    EXPECT_EQ(failure.GetDate(), "May 30 2019");
+    EXPECT_EQ(failure.GetTime(), "13:58:40");
+    EXPECT_EQ(failure.GetMessage(), "it broke");
+    EXPECT_EQ(failure.GetDetail(), "[src/reader.cpp; 42; May 30 2019 13:58:40] : it broke");
+    EXPECT_EQ(failure.GetNested(), nullptr);
+    EXPECT_EQ(failure.GetAppMsg(), nullptr);
+
+    // A text with printf directives is data, not a format.
+    const CRuntimeException percent("f", -1, "d", "t", "100%s %d");
+    EXPECT_EQ(percent.GetDetail(), "[f; -1; d t] : 100%s %d");
+}
+
+TEST(Exceptions, DescriptionNamesTheDynamicClass) {
+    const CReaderFailure failure("a.cpp", 7, "Jan  1 2024", "00:00:01", "bad");
+    const COrloException& asRoot = failure;
+    EXPECT_EQ(asRoot.GetDescription(),
+              "Exception ExceptionsTest::CReaderFailure thrown at [a.cpp; 7; Jan  1 2024 "
+              "00:00:01] : bad");
+
+    try {
+        throw CDeeperFailure("b.cpp", 8, "d", "t", "deeper");
+    } catch (const CRuntimeException& caught) {
+        EXPECT_EQ(caught.GetDescription(),
+                  "Exception ExceptionsTest::CDeeperFailure thrown at [b.cpp; 8; d t] : deeper");
+    }
+
+    const CRuntimeException root("c.cpp", 1, "d", "t", "m");
+    EXPECT_EQ(root.GetDescription(),
+              "Exception CppLanguage::CRuntimeException thrown at [c.cpp; 1; d t] : m");
+}
+
+TEST(Exceptions, KeepsItsOwnCopyOfTheRecordAndCopiesShareIt) {
+    CAppMsg record = sampleRecord();
+    const CReaderFailure failure("f.cpp", 3, "d", "t", record.GetText(), &record);
+    ASSERT_NE(failure.GetAppMsg(), nullptr);
+    EXPECT_NE(failure.GetAppMsg(), &record);
+
+    // The caller's record goes out of scope at a raise; the exception must not depend on it.
+    record.SetText("changed afterwards");
+    record.SetId(nullptr);
+    EXPECT_STREQ(failure.GetAppMsg()->GetText(), "Category 'X' is not defined.");
+    EXPECT_STREQ(failure.GetAppMsg()->GetId(), "QEL_MM_UNDEF_CAT_NAM");
+    const CppLanguage::MsgArguments arguments = {{"CAT_NAM", "X"}};
+    EXPECT_EQ(failure.GetAppMsg()->GetArguments(), arguments);
+
+    const CReaderFailure copy = failure;
+    EXPECT_EQ(copy.GetAppMsg(), failure.GetAppMsg());
+    EXPECT_EQ(copy.GetDetail(), failure.GetDetail());
+
+    // The shared record outlives the exception it came from.
+    const CppLanguage::IAppMsg* shared = nullptr;
+    std::optional<CReaderFailure> survivor;
+    {
+        const CReaderFailure original("g.cpp", 4, "d", "t", "m", &record);
+        shared = original.GetAppMsg();
+        survivor.emplace(original);
+    }
+    ASSERT_EQ(survivor->GetAppMsg(), shared);
+    EXPECT_STREQ(survivor->GetAppMsg()->GetText(), "changed afterwards");
+}
+
+TEST(Exceptions, NullSourceTextsBecomeEmpty) {
+    const CRuntimeException failure(nullptr, 0, nullptr, nullptr, ORLO::String(nullptr),
+                                    static_cast<const CppLanguage::IAppMsg*>(nullptr));
+    EXPECT_EQ(failure.GetFile(), "");
+    EXPECT_EQ(failure.GetDetail(), "[; 0;  ] : ");
+    EXPECT_EQ(failure.GetAppMsg(), nullptr);
+}
+
+} // namespace

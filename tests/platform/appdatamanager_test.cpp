@@ -1,0 +1,273 @@
+#include "platform/appdatamanager.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using AppDataManager::AppDataOverrides;
+using AppDataManager::LoadAppDataManager;
+
+// Every variable the manager reads; each test starts with all of them unset and gets the
+// process's own values back afterwards.
+constexpr const char* variables[] = {"METAMODEL_APP_DIR",
+                                     "METAMODEL_USER_DIR",
+                                     "METAMODEL_ALL_USERS_DIR",
+                                     "METAMODEL_PLUGINS_DIR",
+                                     "METAMODEL_EXTENSION_DIR",
+                                     "METAMODEL_PRODUCTION_MODE",
+                                     "XDG_DATA_HOME",
+                                     "HOME",
+                                     "TMPDIR"};
+
+class AppDataTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* name : variables) {
+            const char* value = std::getenv(name);
+            saved_[name] = value ? std::optional<std::string>(value) : std::nullopt;
+            unsetenv(name);
+        }
+        AppDataManager::SetAppDataOverrides({});
+    }
+    void TearDown() override {
+        for (const auto& [name, value] : saved_) {
+            if (value)
+                setenv(name.c_str(), value->c_str(), 1);
+            else
+                unsetenv(name.c_str());
+        }
+        AppDataManager::SetAppDataOverrides({});
+        AppDataManager::SetAppDataManager(nullptr);
+    }
+
+    static const AppDataManager::IPaths& paths() { return *LoadAppDataManager()->GetPaths(); }
+
+    using FolderQuery = int (AppDataManager::IPaths::*)(char*, int, bool) const;
+    // The folder as the library asks for it, or "<failed>".
+    static std::string folder(FolderQuery query, int size = 1024, bool create = false) {
+        std::string buffer(size_t(size) + 1, '\x7f');
+        if (!(paths().*query)(buffer.data(), size, create))
+            return "<failed>";
+        return buffer.c_str();
+    }
+    static std::string appDir() { return folder(&AppDataManager::IPaths::GetApplicationFolder); }
+    static std::string userDir() { return folder(&AppDataManager::IPaths::GetUserFolder); }
+    static std::string allUsersDir() {
+        return folder(&AppDataManager::IPaths::GetCommonDataFolder);
+    }
+    static std::string tempDir(int size = 1024) {
+        std::string buffer(size_t(size), '\x7f');
+        if (!paths().GetTemporaryFolder(buffer.data(), 0, size, '\\'))
+            return "<failed>";
+        return buffer.c_str();
+    }
+    static int productionMode() {
+        return LoadAppDataManager()->GetSettings()->GetInt("global", "ProductionMode", 1, 0);
+    }
+
+private:
+    std::map<std::string, std::optional<std::string>> saved_;
+};
+
+TEST_F(AppDataTest, ApplicationFolderComesFromEnvironmentThenInstallationThenSourceTree) {
+    setenv("METAMODEL_APP_DIR", "/opt/mm/share//", 1);
+    EXPECT_EQ(appDir(), "/opt/mm/share");
+
+    AppDataOverrides overrides;
+    overrides.appDir = "/from/option";
+    AppDataManager::SetAppDataOverrides(overrides);
+    EXPECT_EQ(appDir(), "/from/option");
+
+    AppDataManager::SetAppDataOverrides({});
+    setenv("METAMODEL_APP_DIR", "", 1);
+    const fs::path beside =
+        (fs::read_symlink("/proc/self/exe").parent_path() / ".." / "share" / "metamodel")
+            .lexically_normal();
+    const std::string expected = fs::is_directory(beside)
+                                     ? beside.string()
+                                     : std::string(METAMODEL_SOURCE_DIR) + "/share/metamodel";
+    EXPECT_EQ(appDir(), expected);
+    EXPECT_TRUE(fs::is_directory(appDir()));
+}
+
+TEST_F(AppDataTest, UserFolderFallsBackFromVariableToXdgToHome) {
+    setenv("HOME", "/home/someone/", 1);
+    EXPECT_EQ(userDir(), "/home/someone/.local/share/metamodel");
+    // A relative XDG_DATA_HOME is invalid and is passed over.
+    setenv("XDG_DATA_HOME", "relative/data", 1);
+    EXPECT_EQ(userDir(), "/home/someone/.local/share/metamodel");
+    setenv("XDG_DATA_HOME", "/xdg/data", 1);
+    EXPECT_EQ(userDir(), "/xdg/data/metamodel");
+    setenv("METAMODEL_USER_DIR", "/explicit/user", 1);
+    EXPECT_EQ(userDir(), "/explicit/user");
+    AppDataOverrides overrides;
+    overrides.userDir = "/option/user";
+    AppDataManager::SetAppDataOverrides(overrides);
+    EXPECT_EQ(userDir(), "/option/user");
+}
+
+TEST_F(AppDataTest, CommonPluginAndExtensionFolders) {
+    EXPECT_EQ(allUsersDir(), "/var/lib/metamodel");
+    setenv("METAMODEL_ALL_USERS_DIR", "/srv/mm", 1);
+    EXPECT_EQ(allUsersDir(), "/srv/mm");
+
+    ORLO::String plugins = "stale", extension = "stale";
+    paths().GetPluginFolder(plugins);
+    paths().GetExtensionFolder(extension);
+    EXPECT_EQ(plugins, "");
+    EXPECT_EQ(extension, "");
+
+    setenv("METAMODEL_PLUGINS_DIR", "/plug", 1);
+    setenv("METAMODEL_EXTENSION_DIR", "/ext", 1);
+    paths().GetPluginFolder(plugins);
+    paths().GetExtensionFolder(extension);
+    EXPECT_EQ(plugins, "/plug");
+    EXPECT_EQ(extension, "/ext");
+
+    AppDataOverrides overrides;
+    overrides.allUsersDir = "/o/all";
+    overrides.pluginsDir = "/o/plug";
+    overrides.extensionDir = "/o/ext";
+    AppDataManager::SetAppDataOverrides(overrides);
+    paths().GetPluginFolder(plugins);
+    paths().GetExtensionFolder(extension);
+    EXPECT_EQ(allUsersDir(), "/o/all");
+    EXPECT_EQ(plugins, "/o/plug");
+    EXPECT_EQ(extension, "/o/ext");
+}
+
+TEST_F(AppDataTest, TemporaryFolderAlwaysEndsWithOneSlash) {
+    EXPECT_EQ(tempDir(), "/tmp/");
+    setenv("TMPDIR", "/var/tmp", 1);
+    EXPECT_EQ(tempDir(), "/var/tmp/");
+    setenv("TMPDIR", "/scratch/", 1);
+    EXPECT_EQ(tempDir(), "/scratch/");
+    AppDataOverrides overrides;
+    overrides.tempDir = "/o/tmp";
+    AppDataManager::SetAppDataOverrides(overrides);
+    EXPECT_EQ(tempDir(), "/o/tmp/");
+}
+
+TEST_F(AppDataTest, BufferFormsAnswerZeroWhenTheFolderDoesNotFit) {
+    // The folder forms take the size less one: "/abcd" needs size 5.
+    setenv("METAMODEL_ALL_USERS_DIR", "/abcd", 1);
+    EXPECT_EQ(folder(&AppDataManager::IPaths::GetCommonDataFolder, 5), "/abcd");
+    EXPECT_EQ(folder(&AppDataManager::IPaths::GetCommonDataFolder, 4), "<failed>");
+    EXPECT_EQ(paths().GetCommonDataFolder(nullptr, 1024, false), 0);
+
+    // The temporary folder takes the whole buffer size: "/abc/" needs six bytes.
+    setenv("TMPDIR", "/abc", 1);
+    EXPECT_EQ(tempDir(6), "/abc/");
+    EXPECT_EQ(tempDir(5), "<failed>");
+    EXPECT_EQ(paths().GetTemporaryFolder(nullptr, 0, 1024, '\\'), 0);
+}
+
+TEST_F(AppDataTest, CreateFlagMakesTheFolder) {
+    const fs::path root =
+        fs::path(::testing::TempDir()) / ("appdata-create-" + std::to_string(::getpid()));
+    fs::remove_all(root);
+    const std::string wanted = (root / "user" / "data").string();
+    setenv("METAMODEL_USER_DIR", wanted.c_str(), 1);
+    EXPECT_EQ(folder(&AppDataManager::IPaths::GetUserFolder, 1024, false), wanted);
+    EXPECT_FALSE(fs::exists(wanted));
+    EXPECT_EQ(folder(&AppDataManager::IPaths::GetUserFolder, 1024, true), wanted);
+    EXPECT_TRUE(fs::is_directory(wanted));
+
+    // A folder that cannot be made is a failure, not a silent answer.
+    const std::string blocked = (root / "file" / "below").string();
+    { std::ofstream((root / "file").string()) << "x"; }
+    setenv("METAMODEL_USER_DIR", blocked.c_str(), 1);
+    EXPECT_EQ(folder(&AppDataManager::IPaths::GetUserFolder, 1024, true), "<failed>");
+    fs::remove_all(root);
+}
+
+TEST_F(AppDataTest, ProductionModeSetting) {
+    const auto* settings = LoadAppDataManager()->GetSettings();
+    EXPECT_EQ(productionMode(), 1);
+    setenv("METAMODEL_PRODUCTION_MODE", "0", 1);
+    EXPECT_EQ(productionMode(), 0);
+    setenv("METAMODEL_PRODUCTION_MODE", "yes", 1);
+    EXPECT_EQ(productionMode(), 1);
+    setenv("METAMODEL_PRODUCTION_MODE", "0x", 1);
+    EXPECT_EQ(productionMode(), 1);
+
+    AppDataOverrides overrides;
+    overrides.hasProductionMode = true;
+    overrides.productionMode = 1;
+    setenv("METAMODEL_PRODUCTION_MODE", "0", 1);
+    AppDataManager::SetAppDataOverrides(overrides);
+    EXPECT_EQ(productionMode(), 1);
+
+    // Other settings are not stored: they answer the caller's default.
+    EXPECT_EQ(settings->GetInt("global", "Other", 7, 0), 7);
+    EXPECT_EQ(settings->GetInt("local", "ProductionMode", 7, 0), 7);
+    EXPECT_EQ(settings->GetInt(nullptr, nullptr, -3, 0), -3);
+}
+
+struct SplitParts {
+    std::string drive, directory, name, extension;
+};
+
+SplitParts split(const char* path, int size = 1025) {
+    std::string drive(size_t(size), 'D'), directory(size_t(size), 'D'), name(size_t(size), 'D'),
+        extension(size_t(size), 'D');
+    LoadAppDataManager()->GetPaths()->SplitPath(path, drive.data(), directory.data(), name.data(),
+                                                extension.data(), size);
+    return {drive.c_str(), directory.c_str(), name.c_str(), extension.c_str()};
+}
+
+void expectSplit(const char* path, const SplitParts& expected) {
+    const SplitParts parts = split(path);
+    EXPECT_EQ(parts.drive, "") << path;
+    EXPECT_EQ(parts.directory, expected.directory) << path;
+    EXPECT_EQ(parts.name, expected.name) << path;
+    EXPECT_EQ(parts.extension, expected.extension) << path;
+}
+
+TEST_F(AppDataTest, SplitPathCutsAtTheLastSeparatorAndTheLastPoint) {
+    expectSplit("/a/b/MetaModel.xml", {"", "/a/b/", "MetaModel", ".xml"});
+    expectSplit("C:\\x\\y.tar.gz", {"", "C:\\x\\", "y.tar", ".gz"});
+    expectSplit("a\\b/c", {"", "a\\b/", "c", ""});
+    expectSplit("dir.d/file", {"", "dir.d/", "file", ""});
+    expectSplit("file.txt", {"", "", "file", ".txt"});
+    expectSplit("a/b/", {"", "a/b/", "", ""});
+    expectSplit("/x/.hidden", {"", "/x/", "", ".hidden"});
+    expectSplit("", {"", "", "", ""});
+    expectSplit(nullptr, {"", "", "", ""});
+}
+
+TEST_F(AppDataTest, SplitPathSkipsNullBuffersAndCutsLongParts) {
+    char directory[8];
+    LoadAppDataManager()->GetPaths()->SplitPath("/a/b.c", nullptr, directory, nullptr, nullptr);
+    EXPECT_STREQ(directory, "/a/");
+
+    const SplitParts parts = split("/long/folder/name.ext", 5);
+    EXPECT_EQ(parts.directory, "/lon");
+    EXPECT_EQ(parts.name, "name");
+    EXPECT_EQ(parts.extension, ".ext");
+}
+
+TEST_F(AppDataTest, HostManagerReplacesTheDefaultUntilReset) {
+    class NoManager : public AppDataManager::IAppDataManager {
+    public:
+        const AppDataManager::ISettings* GetSettings() const override { return nullptr; }
+        const AppDataManager::IPaths* GetPaths() const override { return nullptr; }
+    } host;
+    AppDataManager::SetAppDataManager(&host);
+    EXPECT_EQ(LoadAppDataManager(), &host);
+    AppDataManager::SetAppDataManager(nullptr);
+    ASSERT_NE(LoadAppDataManager(), &host);
+    EXPECT_NE(LoadAppDataManager()->GetPaths(), nullptr);
+    EXPECT_NE(LoadAppDataManager()->GetSettings(), nullptr);
+}
+
+} // namespace
