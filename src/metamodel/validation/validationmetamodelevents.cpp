@@ -1,0 +1,331 @@
+#include "metamodel/validation/validationmetamodelevents.h"
+
+#include "metamodel/metamodelexceptions.h"
+#include "metamodel/validation/wordvalidators.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace MetaModel {
+
+namespace {
+
+bool hasOnlyNameCharacters(const String& name) {
+    return std::all_of(name.begin(), name.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == '_';
+    });
+}
+
+// Types above this id are the user's own; only they are held to the user name rules.
+constexpr int lastBuiltinId = 2000000;
+
+struct ReservedPropertyName {
+    std::string_view name;
+    int id;
+};
+
+constexpr ReservedPropertyName reservedPropertyNames[] = {
+    {"name", 3},
+    {"fullName", 125},
+    {"source", 113},
+    {"lastModifiedDate", 105},
+    {"lastModifiedCRC", 106},
+    {"projectRelationKind", 1055},
+};
+
+} // namespace
+
+CValidationMetaModelEvents::CValidationMetaModelEvents(bool throwAtEnd) : throwAtEnd_(throwAtEnd) {}
+
+CValidationMetaModelEvents::~CValidationMetaModelEvents() = default;
+
+bool CValidationMetaModelEvents::checkCategoryName(const String& name) {
+    return hasOnlyNameCharacters(name);
+}
+
+bool CValidationMetaModelEvents::checkUserPropertyName(const String& name) {
+    return hasOnlyNameCharacters(name);
+}
+
+bool CValidationMetaModelEvents::checkUserCategoryName(const String& name) {
+    return !name.starts_with("ORLO_");
+}
+
+bool CValidationMetaModelEvents::checkPropertyReservedName(const String& name, const int& id) {
+    for (const ReservedPropertyName& reserved : reservedPropertyNames)
+        if (name == reserved.name)
+            return id == reserved.id;
+    return true;
+}
+
+CValidationMetaModelEvents::Location CValidationMetaModelEvents::currentLocation() {
+    CppLanguage::DocumentPosition position = CppLanguage::currentDocumentPosition();
+    if (position.document.empty())
+        position.document = GetSource();
+    Location location;
+    location.line = position.line;
+    location.column = position.column;
+    if (position.document.empty())
+        return location;
+    // Documents come one after another, so the last one seen is almost always the one.
+    if (documents_.empty() || documents_.back() != position.document)
+        documents_.emplace_back(position.document);
+    location.document = int(documents_.size() - 1);
+    return location;
+}
+
+CppLanguage::DocumentPosition
+CValidationMetaModelEvents::positionOf(const Location& location) const {
+    CppLanguage::DocumentPosition position;
+    if (location.document >= 0)
+        position.document = documents_[size_t(location.document)];
+    position.line = location.line;
+    position.column = location.column;
+    return position;
+}
+
+String CValidationMetaModelEvents::describe(const Location& location) const {
+    if (location.document < 0)
+        return String();
+    String text = documents_[size_t(location.document)];
+    if (location.line > 0) {
+        text += ':';
+        text += std::to_string(location.line);
+        text += ':';
+        text += std::to_string(location.column);
+    }
+    return text;
+}
+
+void CValidationMetaModelEvents::error(const Location& location, const char* id,
+                                       std::initializer_list<CppLanguage::MsgArg> args) {
+    CppLanguage::reportAt(ORLO_HERE, positionOf(location), id, args);
+    ++errorCount_;
+    valid_ = false;
+}
+
+void CValidationMetaModelEvents::warning(const Location& location, const char* id,
+                                         std::initializer_list<CppLanguage::MsgArg> args) {
+    CppLanguage::reportAt(ORLO_HERE, positionOf(location), id, args);
+}
+
+void CValidationMetaModelEvents::OnStart() {
+    types_.clear();
+    categories_.clear();
+    currentItem_ = nullptr;
+    currentProperty_ = nullptr;
+    currentDeclaration_.reset();
+    valid_ = true;
+    errorCount_ = 0;
+    // The id sets survive on purpose: an object is meant for one stream, and one used again
+    // reports every id of the first stream that comes back.
+}
+
+bool CValidationMetaModelEvents::startElement(Records& own, const Records& other,
+                                              const char* nameConflict, const char* idConflict,
+                                              const String& name, bool partial,
+                                              const String& description, int id) {
+    const Location location = currentLocation();
+    const auto declared = own.find(name);
+    if (other.count(name) != 0 ||
+        (!partial && declared != own.end() && declared->second.declared)) {
+        // The declaration is dropped: what follows attaches to the record before it.
+        error(location, nameConflict, {{"ID", id}, {"NAM", name}});
+        return false;
+    }
+    TypeOrCategory& item = declared != own.end() ? declared->second : own[name];
+    currentItem_ = &item;
+    currentDeclaration_ = std::make_unique<TypeOrCategory>();
+    if (!partial && !declaredIds_.insert(id).second)
+        error(location, idConflict, {{"ID", id}, {"NAM", name}});
+    item.name = name;
+    if (partial) {
+        item.partiallyDeclared = true;
+    } else {
+        item.declared = true;
+        item.id = id;
+        item.location = location;
+    }
+    item.description = description;
+    currentProperty_ = nullptr;
+    return true;
+}
+
+void CValidationMetaModelEvents::OnStartCategory(const String& name, bool partial,
+                                                 const String& description, int id,
+                                                 const ElementStatus&) {
+    // Categories answer to no name rule at all; only types do.
+    startElement(categories_, types_, "QEL_MM_CONFLICT_CAT_NAM", "QEL_MM_CONFLICT_CAT_ID", name,
+                 partial, description, id);
+}
+
+void CValidationMetaModelEvents::OnStartType(const String& name, bool partial,
+                                             const String& description, int id,
+                                             const ElementStatus&) {
+    const bool accepted = startElement(types_, categories_, "QEL_MM_CONFLICT_TYP_NAM",
+                                       "QEL_MM_CONFLICT_TYP_ID", name, partial, description, id);
+    if (!accepted || partial || currentItem_->id <= lastBuiltinId)
+        return;
+    const Location location = currentLocation();
+    if (!checkCategoryName(name))
+        warning(location, "QEL_MM_INVALID_CHARCNAME", {{"NAME", name}});
+    if (!checkUserCategoryName(name))
+        warning(location, "QEL_MM_RESERVED_CNAME", {{"NAME", name}});
+}
+
+void CValidationMetaModelEvents::OnStartProperty(const String& name, const String& description,
+                                                 const String& type, const int& minimalCardinality,
+                                                 const int& maximalCardinality, const String& merge,
+                                                 int id, const ElementStatus&) {
+    const Location location = currentLocation();
+    if (!currentItem_)
+        return;
+    TypeOrCategory& owner = *currentItem_;
+    for (const auto& [propertyId, property] : owner.properties)
+        if (property.name == name) {
+            // Dropped: its attributes land on the owner.
+            error(location, "QEL_MM_CONFLICT_PROP_NAM", {{"ID", id}, {"NAM", name}});
+            return;
+        }
+    if (!propertyIds_.insert(id).second)
+        error(location, "QEL_MM_CONFLICT_PROP_ID", {{"ID", id}, {"NAM", name}});
+
+    PropertyRecord record;
+    record.id = id;
+    record.name = name;
+    record.description = description;
+    record.type = type;
+    record.merge = merge;
+    record.location = location;
+    currentProperty_ = &owner.properties.emplace(id, std::move(record)).first->second;
+
+    // The owner's id decides, and an owner seen only partially so far has id 0.
+    if (owner.id > lastBuiltinId && !checkUserPropertyName(name))
+        warning(location, "QEL_MM_INVALID_CHARPNAME", {{"CTXT", owner.name}, {"NAME", name}});
+    if (!checkPropertyReservedName(name, id))
+        error(location, "QEL_MM_RESERVED_PNAME", {{"CTXT", owner.name}, {"NAME", name}});
+    const bool cardinalitiesFit =
+        minimalCardinality >= 0 && maximalCardinality != 0 &&
+        (maximalCardinality == -1 || minimalCardinality <= maximalCardinality);
+    if (!cardinalitiesFit)
+        error(location, "QEL_MM_INVALID_PROP_CARD",
+              {{"MAX_CARD", maximalCardinality},
+               {"MIN_CARD", minimalCardinality},
+               {"CTXT", owner.name},
+               {"NAME", name}});
+}
+
+void CValidationMetaModelEvents::OnEndProperty() {
+    currentProperty_ = nullptr;
+}
+
+void CValidationMetaModelEvents::attribute(const String& name, const AttributeValue& value) {
+    std::map<String, AttributeValue>* attributes = nullptr;
+    const String* context = nullptr;
+    if (currentProperty_) {
+        attributes = &currentProperty_->attributes;
+        context = &currentProperty_->name;
+    } else if (currentItem_) {
+        attributes = &currentItem_->attributes;
+        context = &currentItem_->name;
+    } else {
+        return;
+    }
+    if (!attributes->emplace(name, value).second)
+        error(currentLocation(), "QEL_MM_DUPLICATE_ATTRIBUTE",
+              {{"CTXT", *context}, {"NAME", name}});
+}
+
+void CValidationMetaModelEvents::OnAttribute(const String& name, int value, const ElementStatus&) {
+    attribute(name, AttributeValue{String(), value});
+}
+
+void CValidationMetaModelEvents::OnAttribute(const String& name, const String& value,
+                                             const ElementStatus&) {
+    attribute(name, AttributeValue{value, 0});
+}
+
+void CValidationMetaModelEvents::OnInheritedCategory(const String& name, const ElementStatus&) {
+    if (!currentItem_)
+        return;
+    InheritanceRecord record{name, currentLocation()};
+    // Only the current block counts: the same parent named by a full and a partial
+    // declaration is legal.
+    std::vector<InheritanceRecord>& block = currentDeclaration_->inherited;
+    if (std::any_of(block.begin(), block.end(),
+                    [&](const InheritanceRecord& seen) { return seen.name == name; }))
+        error(record.location, "QEL_MM_TWICE_INHERITANCE",
+              {{"CATEGORY", currentItem_->name}, {"INHERITED", name}});
+    currentItem_->inherited.push_back(record);
+    block.push_back(std::move(record));
+}
+
+void CValidationMetaModelEvents::OnTree(const String& parent, const String& category,
+                                        const ElementStatus&) {
+    if (currentItem_)
+        currentItem_->trees.push_back(TreeRecord{parent, category, currentLocation()});
+}
+
+void CValidationMetaModelEvents::checkInheritance(const TypeOrCategory& item) {
+    // Only a category can be inherited, even where a type of that name is known.
+    for (const InheritanceRecord& link : item.inherited)
+        if (categories_.count(link.name) == 0)
+            error(link.location, "QEL_MM_UNKNOWN_EXTEND",
+                  {{"CTXT", item.name},
+                   {"UNKNOWN", link.name},
+                   {"LOCATION", describe(link.location)}});
+}
+
+void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
+    for (const auto& [id, property] : item.properties) {
+        if (!isPropertyTypeWord(property.type) && categories_.count(property.type) == 0 &&
+            types_.count(property.type) == 0)
+            error(property.location, "QEL_MM_INVALID_PROP_TYP",
+                  {{"CTXT", item.name}, {"PROP_NAM", property.name}});
+        if (!isMergeWord(property.merge))
+            error(property.location, "QEL_MM_INVALID_PROP_MERGE",
+                  {{"CTXT", item.name}, {"PROP_MRG", property.merge}, {"PROP_NAM", property.name}});
+    }
+}
+
+void CValidationMetaModelEvents::checkTrees(const TypeOrCategory& item) {
+    for (const TreeRecord& link : item.trees) {
+        if (categories_.count(link.category) == 0)
+            error(link.location, "QEL_MM_UNKNOWN_TREE_CAT",
+                  {{"CTXT", item.name},
+                   {"UNKNOWN", link.category},
+                   {"LOCATION", describe(link.location)}});
+        if (types_.count(link.parent) == 0)
+            error(link.location, "QEL_MM_UNKNOWN_TREE_PARENT",
+                  {{"CTXT", item.name},
+                   {"UNKNOWN", link.parent},
+                   {"LOCATION", describe(link.location)}});
+    }
+}
+
+void CValidationMetaModelEvents::checkCategory(const TypeOrCategory& item) {
+    // A name only ever declared partially has no location of its own to point at.
+    if (!item.declared)
+        error(Location{}, "QEL_MM_ONLY_PARTIAL_DECL",
+              {{"UNKNOWN", item.name}, {"LOCATION", describe(item.location)}});
+}
+
+void CValidationMetaModelEvents::OnEnd() {
+    // Trees are judged on types only and partial-only declarations on categories only.
+    for (const auto& [name, item] : types_) {
+        checkInheritance(item);
+        checkProperties(item);
+        checkTrees(item);
+    }
+    for (const auto& [name, item] : categories_) {
+        checkInheritance(item);
+        checkProperties(item);
+        checkCategory(item);
+    }
+    if (throwAtEnd_ && !valid_)
+        CppLanguage::raiseAt<CSemanticMetaModelException>(ORLO_HERE, {}, "QEL_MM_EXIST_ERR",
+                                                          {{"NUMBER", errorCount_}});
+}
+
+} // namespace MetaModel

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "cpplanguage/messages.h"
+#include "metamodel/stream/metamodelevents.h"
+
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+namespace MetaModel {
+
+// Judges a stream while it runs and at its end, without building anything: conflicts of names
+// and ids, name rules, cardinalities, duplicate attributes and inheritance links; at the end
+// the references that only the whole stream can resolve. Every breach is reported and the
+// run goes on, so one run shows every fault of a document set. Errors make the stream
+// invalid; warnings are only said.
+class CValidationMetaModelEvents : public CMetaModelEvents {
+public:
+    // With throwAtEnd a faulty stream ends in CSemanticMetaModelException at its End.
+    explicit CValidationMetaModelEvents(bool throwAtEnd = true);
+    ~CValidationMetaModelEvents() override;
+
+    bool isValid() const { return valid_; }
+    int errorCount() const { return errorCount_; }
+
+    static bool checkCategoryName(const String& name);
+    static bool checkUserPropertyName(const String& name);
+    static bool checkUserCategoryName(const String& name);
+    static bool checkPropertyReservedName(const String& name, const int& id);
+
+protected:
+    void OnStart() override;
+    void OnEnd() override;
+    void OnStartCategory(const String& name, bool partial, const String& description, int id,
+                         const ElementStatus& status) override;
+    void OnStartType(const String& name, bool partial, const String& description, int id,
+                     const ElementStatus& status) override;
+    void OnStartProperty(const String& name, const String& description, const String& type,
+                         const int& minimalCardinality, const int& maximalCardinality,
+                         const String& merge, int id, const ElementStatus& status) override;
+    void OnEndProperty() override;
+    void OnAttribute(const String& name, int value, const ElementStatus& status) override;
+    void OnAttribute(const String& name, const String& value, const ElementStatus& status) override;
+    void OnInheritedCategory(const String& name, const ElementStatus& status) override;
+    void OnTree(const String& parent, const String& category, const ElementStatus& status) override;
+
+private:
+    // Where in the stream something stood; kept small since every property has one.
+    struct Location {
+        int document = -1; // index into documents_, -1 for none
+        int line = 0;
+        int column = 0;
+    };
+
+    struct AttributeValue {
+        String text;
+        int number = 0;
+    };
+
+    struct InheritanceRecord {
+        String name;
+        Location location;
+    };
+
+    struct TreeRecord {
+        String parent;
+        String category;
+        Location location;
+    };
+
+    struct PropertyRecord {
+        int id = 0;
+        String name;
+        String description;
+        String type;
+        String merge;
+        std::map<String, AttributeValue> attributes;
+        Location location;
+    };
+
+    struct TypeOrCategory {
+        int id = 0;
+        bool declared = false;
+        bool partiallyDeclared = false;
+        Location location;
+        String name;
+        String description;
+        std::vector<InheritanceRecord> inherited;
+        std::vector<TreeRecord> trees;
+        std::map<String, AttributeValue> attributes;
+        // By ascending property id; a second record of a taken id is not kept.
+        std::map<int, PropertyRecord> properties;
+    };
+
+    using Records = std::map<String, TypeOrCategory>;
+
+    // Answers whether the declaration was accepted.
+    bool startElement(Records& own, const Records& other, const char* nameConflict,
+                      const char* idConflict, const String& name, bool partial,
+                      const String& description, int id);
+    void attribute(const String& name, const AttributeValue& value);
+    void checkInheritance(const TypeOrCategory& item);
+    void checkProperties(const TypeOrCategory& item);
+    void checkTrees(const TypeOrCategory& item);
+    void checkCategory(const TypeOrCategory& item);
+
+    Location currentLocation();
+    CppLanguage::DocumentPosition positionOf(const Location& location) const;
+    String describe(const Location& location) const;
+    void error(const Location& location, const char* id,
+               std::initializer_list<CppLanguage::MsgArg> args);
+    void warning(const Location& location, const char* id,
+                 std::initializer_list<CppLanguage::MsgArg> args);
+
+    Records types_;
+    Records categories_;
+    std::set<int> declaredIds_;
+    std::set<int> propertyIds_;
+    TypeOrCategory* currentItem_ = nullptr;
+    std::unique_ptr<TypeOrCategory> currentDeclaration_;
+    PropertyRecord* currentProperty_ = nullptr;
+    bool valid_ = true;
+    const bool throwAtEnd_;
+    int errorCount_ = 0;
+    std::vector<String> documents_;
+};
+
+} // namespace MetaModel

@@ -1,0 +1,258 @@
+#include "metamodel/metamodelexceptions.h"
+#include "metamodel/validation/validationmetamodelevents.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
+#include "support/messagecapture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using MetaModel::CValidationMetaModelEvents;
+using Ids = std::vector<std::string>;
+
+// Documents held in memory, validated in one stream without the exception at the end.
+struct Validation {
+    explicit Validation(const std::vector<std::string>& documents) : events(false) {
+        MetaModel::CXMLMetaModelReader reader(false, false);
+        int number = 0;
+        for (const std::string& document : documents)
+            reader.addSource(document, "doc" + std::to_string(++number) + ".xml");
+        reader.SetEvents(&events);
+        reader.readSources();
+    }
+    TestSupport::MessageCapture messages;
+    CValidationMetaModelEvents events;
+
+    std::string arg(size_t index, const char* name) const { return messages.argument(index, name); }
+    int line(size_t index) const { return messages.messages().at(index).GetLine(); }
+    std::string document(size_t index) const {
+        const char* text = messages.messages().at(index).GetDocument();
+        return text ? text : "";
+    }
+};
+
+std::string document(const std::string& body, int fileNumber = 1,
+                     const std::string& level = "builtin") {
+    return "<metaModel file_no=\"" + std::to_string(fileNumber) + "\" file_level=\"" + level +
+           "\">\n" + body + "\n</metaModel>";
+}
+
+std::string category(const std::string& name, int rid, const std::string& body = "") {
+    return "<category name=\"" + name + "\" rid=\"" + std::to_string(rid) + "\"><description/>" +
+           body + "</category>";
+}
+
+std::string type(const std::string& name, const std::string& idAttribute,
+                 const std::string& body = "") {
+    return "<type name=\"" + name + "\" " + idAttribute + "><description/>" + body + "</type>";
+}
+
+std::string property(const std::string& name, int rid, const std::string& attributes = "",
+                     const std::string& body = "") {
+    return "<property name=\"" + name + "\" rid=\"" + std::to_string(rid) + "\" " +
+           (attributes.empty() ? "type=\"integer\"" : attributes) + "><description/>" + body +
+           "</property>";
+}
+
+TEST(StreamValidation, PartialAndFullDeclarationsCombineInAnyOrderAcrossDocuments) {
+    const Validation v({
+        document("<partial_category name=\"C\">" + property("p", 1) + "</partial_category>", 1),
+        document(category("C", 1, "<inheritedCategory name=\"Base\"/>") + category("Base", 2), 2),
+        document("<partial_category name=\"C\"><inheritedCategory name=\"Base\"/>"
+                 "</partial_category>",
+                 3),
+    });
+    EXPECT_EQ(v.messages.ids(), Ids{});
+    EXPECT_TRUE(v.events.isValid());
+}
+
+TEST(StreamValidation, NameAndIdConflictsAreErrorsAtTheDeclaration) {
+    const Validation v({
+        document(category("C", 1) + "\n" + "<partial_category name=\"T\"/>\n" +
+                     type("T", "rid=\"1\"") + "\n" + category("C", 5) + "\n" + category("D", 6) +
+                     "\n" + type("U", "id=\"1002006\"") + "\n" + "<partial_type name=\"U\"/>" +
+                     "\n" + "<partial_category name=\"U\"/>",
+                 2),
+    });
+    // The type T meets the category T and is dropped, so its derived attributes land on the
+    // partial category T; so does the ROOT_PATH of the second C, which collides there.
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_CONFLICT_TYP_NAM", "QEL_MM_CONFLICT_CAT_NAM",
+                                     "QEL_MM_DUPLICATE_ATTRIBUTE", "QEL_MM_CONFLICT_TYP_ID",
+                                     "QEL_MM_CONFLICT_CAT_NAM", "QEL_MM_ONLY_PARTIAL_DECL"}));
+    EXPECT_EQ(v.arg(0, "NAM"), "T");
+    EXPECT_EQ(v.arg(0, "ID"), "1002001");
+    EXPECT_EQ(v.line(0), 4);
+    EXPECT_EQ(v.document(0), "doc1.xml");
+    EXPECT_EQ(v.arg(1, "NAM"), "C");
+    EXPECT_EQ(v.line(1), 5);
+    EXPECT_EQ(v.arg(2, "CTXT"), "T");
+    EXPECT_EQ(v.arg(2, "NAME"), "ROOT_PATH");
+    EXPECT_EQ(v.arg(3, "NAM"), "U");
+    EXPECT_EQ(v.arg(3, "ID"), "1002006");
+    EXPECT_EQ(v.arg(4, "NAM"), "U");
+    EXPECT_EQ(v.line(4), 9);
+    EXPECT_EQ(v.arg(5, "UNKNOWN"), "T");
+    EXPECT_EQ(v.arg(5, "LOCATION"), "");
+    EXPECT_FALSE(v.events.isValid());
+    EXPECT_EQ(v.events.errorCount(), 6);
+}
+
+TEST(StreamValidation, UserTypeNamesDrawWarningsThatLeaveTheSetValid) {
+    const Validation v({document(
+        type("ORLO_Kept", "id=\"2000000\"") + type("ORLO_Reserved", "id=\"2000001\"") +
+            type("has-hyphen", "id=\"2000002\"") + type("orlo_lower", "id=\"2000003\"") +
+            type("ORLO_bad-too", "id=\"2000004\"") + "<partial_type name=\"ORLO_partial\"/>",
+        1, "client")});
+    // ORLO_partial is only partial: a type draws no message for that.
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_RESERVED_CNAME", "QEL_MM_INVALID_CHARCNAME",
+                                     "QEL_MM_INVALID_CHARCNAME", "QEL_MM_RESERVED_CNAME"}));
+    EXPECT_EQ(v.arg(0, "NAME"), "ORLO_Reserved");
+    EXPECT_STREQ(v.messages.messages()[0].GetSeverityText(), "warning");
+    EXPECT_TRUE(v.events.isValid());
+    EXPECT_EQ(v.events.errorCount(), 0);
+}
+
+TEST(StreamValidation, PropertyRulesNameReservedNamesCardinalitiesAndIds) {
+    const std::string cardinalities[][2] = {{"0", "1"},  {"1", "1"}, {"0", "*"},
+                                            {"7", "*"},  {"0", "0"}, {"-1", "*"},
+                                            {"-1", "5"}, {"2", "1"}, {"0", "-2"}};
+    std::string body;
+    int rid = 10;
+    for (const auto& [minimal, maximal] : cardinalities) {
+        body += property("c" + std::to_string(rid), rid,
+                         "type=\"integer\" minimalCardinality=\"" + minimal +
+                             "\" maximalCardinality=\"" + maximal + "\"");
+        ++rid;
+    }
+    const Validation v(
+        {document("<category name=\"Reserved\" id=\"2000500\"><description/>"
+                  "<property name=\"name\" id=\"3\" type=\"string\"><description/></property>"
+                  "<property name=\"fullName\" id=\"4\" type=\"string\"><description/></property>"
+                  "<property name=\"x-y\" id=\"5\" type=\"string\"><description/></property>"
+                  "<property name=\"other\" id=\"3\" type=\"string\"><description/></property>"
+                  "</category>" +
+                      category("Cards", 1, body),
+                  1, "client")});
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_RESERVED_PNAME", "QEL_MM_INVALID_CHARPNAME",
+                                     "QEL_MM_CONFLICT_PROP_ID", "QEL_MM_INVALID_PROP_CARD",
+                                     "QEL_MM_INVALID_PROP_CARD", "QEL_MM_INVALID_PROP_CARD",
+                                     "QEL_MM_INVALID_PROP_CARD", "QEL_MM_INVALID_PROP_CARD"}));
+    EXPECT_EQ(v.arg(0, "NAME"), "fullName");
+    EXPECT_EQ(v.arg(0, "CTXT"), "Reserved");
+    EXPECT_EQ(v.arg(3, "MIN_CARD"), "0");
+    EXPECT_EQ(v.arg(3, "MAX_CARD"), "0");
+    EXPECT_EQ(v.arg(4, "MIN_CARD"), "-1");
+    EXPECT_EQ(v.arg(4, "MAX_CARD"), "-1");
+    EXPECT_EQ(v.arg(7, "MIN_CARD"), "0");
+    EXPECT_EQ(v.arg(7, "MAX_CARD"), "-2");
+    EXPECT_EQ(v.events.errorCount(), 7);
+}
+
+TEST(StreamValidation, ARejectedPropertyHandsItsAttributesToTheOwner) {
+    const Validation v({document(category(
+        "C", 1,
+        "<attribute name=\"A\" intValue=\"1\"/>" + property("p", 2) +
+            property("p", 3, "", "<attribute name=\"A\" stringValue=\"x\"/>") +
+            property(
+                "q", 4, "",
+                "<attribute name=\"B\" intValue=\"1\"/><attribute name=\"B\" intValue=\"2\"/>")))});
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_CONFLICT_PROP_NAM", "QEL_MM_DUPLICATE_ATTRIBUTE",
+                                     "QEL_MM_DUPLICATE_ATTRIBUTE"}));
+    EXPECT_EQ(v.arg(1, "CTXT"), "C");
+    EXPECT_EQ(v.arg(1, "NAME"), "A");
+    EXPECT_EQ(v.arg(2, "CTXT"), "q");
+}
+
+TEST(StreamValidation, InheritanceRepeatsCountPerBlockAndUnknownParentsAtTheEnd) {
+    const Validation v({document(
+        category("C", 1,
+                 "<inheritedCategory name=\"Ghost\"/>\n<inheritedCategory name=\"Ghost\"/>") +
+        "\n<partial_category name=\"C\"><inheritedCategory name=\"Base\"/></partial_category>" +
+        "\n" + category("Base", 2, "<inheritedCategory name=\"T\"/>") + "\n" +
+        type("T", "rid=\"3\"", "<inheritedCategory name=\"Base\"/>"))});
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_TWICE_INHERITANCE", "QEL_MM_UNKNOWN_EXTEND",
+                                     "QEL_MM_UNKNOWN_EXTEND", "QEL_MM_UNKNOWN_EXTEND"}));
+    EXPECT_EQ(v.arg(0, "CATEGORY"), "C");
+    EXPECT_EQ(v.arg(0, "INHERITED"), "Ghost");
+    // Categories by name: Base (which inherits a type) before C.
+    EXPECT_EQ(v.arg(1, "CTXT"), "Base");
+    EXPECT_EQ(v.arg(1, "UNKNOWN"), "T");
+    EXPECT_EQ(v.arg(2, "CTXT"), "C");
+    EXPECT_EQ(v.line(1), 5);
+    EXPECT_EQ(v.line(2), 2);
+    EXPECT_EQ(v.line(3), 3);
+    EXPECT_EQ(v.arg(3, "LOCATION"),
+              "doc1.xml:3:" + std::to_string(v.messages.messages()[3].GetColumn()));
+}
+
+TEST(StreamValidation, PropertyTypesAndMergesResolveAgainstTheWholeStream) {
+    const Validation v(
+        {document(category("C", 1,
+                           "\n" + property("later", 2, "type=\"Later\"") + "\n" +
+                               property("caps", 3, "type=\"Integer\"") + "\n" +
+                               property("list", 4, "type=\"stringList\" merge=\"bitor\"") + "\n" +
+                               property("bad", 5, "type=\"nothing\" merge=\"average\"") + "\n" +
+                               property("empty", 6, "type=\"integer\" merge=\"\"")) +
+                  "\n" + type("Later", "rid=\"7\""))});
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_INVALID_PROP_TYP", "QEL_MM_INVALID_PROP_TYP",
+                                     "QEL_MM_INVALID_PROP_MERGE", "QEL_MM_INVALID_PROP_MERGE"}));
+    EXPECT_EQ(v.arg(0, "PROP_NAM"), "caps");
+    EXPECT_EQ(v.line(0), 4);
+    EXPECT_EQ(v.arg(2, "PROP_MRG"), "average");
+    EXPECT_EQ(v.arg(2, "CTXT"), "C");
+    EXPECT_EQ(v.arg(3, "PROP_MRG"), "");
+}
+
+TEST(StreamValidation, TreesAreJudgedOnTypesOnly) {
+    const Validation v(
+        {document(category("Tree", 1, "<tree parent=\"Nope\" category=\"Nope\"/>") +
+                  type("Folder", "rid=\"2\"", "<tree parent=\"Folder\" category=\"Tree\"/>") +
+                  type("File", "rid=\"3\"", "<tree parent=\"Tree\" category=\"Folder\"/>"))});
+    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_UNKNOWN_TREE_CAT", "QEL_MM_UNKNOWN_TREE_PARENT"}));
+    EXPECT_EQ(v.arg(0, "CTXT"), "File");
+    EXPECT_EQ(v.arg(0, "UNKNOWN"), "Folder");
+    EXPECT_EQ(v.arg(1, "UNKNOWN"), "Tree");
+}
+
+TEST(StreamValidation, AFaultyStreamEndsInTheCountOfItsErrorsWarningsLeftOut) {
+    MetaModel::CXMLMetaModelReader reader(false, false);
+    reader.addSource(
+        document(type("ORLO_T", "id=\"2000001\"",
+                      "<inheritedCategory name=\"A\"/><inheritedCategory name=\"A\"/>"),
+                 1, "client"),
+        "one.xml");
+    CValidationMetaModelEvents events;
+    TestSupport::MessageCapture messages;
+    reader.SetEvents(&events);
+    try {
+        reader.readSources();
+        FAIL() << "no exception";
+    } catch (const MetaModel::CSemanticMetaModelException& failure) {
+        ASSERT_NE(failure.GetAppMsg(), nullptr);
+        EXPECT_STREQ(failure.GetAppMsg()->GetId(), "QEL_MM_EXIST_ERR");
+        EXPECT_EQ(failure.GetAppMsg()->GetArguments().at(0),
+                  (std::pair<std::string, std::string>{"NUMBER", "3"}));
+    }
+    EXPECT_EQ(messages.ids(), (Ids{"QEL_MM_RESERVED_CNAME", "QEL_MM_TWICE_INHERITANCE",
+                                   "QEL_MM_UNKNOWN_EXTEND", "QEL_MM_UNKNOWN_EXTEND"}));
+
+    CValidationMetaModelEvents empty;
+    empty.Start();
+    EXPECT_NO_THROW(empty.End());
+    EXPECT_TRUE(empty.isValid());
+}
+
+TEST(StreamValidation, NameChecksGoByteForByte) {
+    EXPECT_TRUE(CValidationMetaModelEvents::checkCategoryName(""));
+    EXPECT_TRUE(CValidationMetaModelEvents::checkCategoryName("Az_09"));
+    EXPECT_FALSE(CValidationMetaModelEvents::checkCategoryName("a b"));
+    EXPECT_FALSE(CValidationMetaModelEvents::checkUserPropertyName("caf\xc3\xa9"));
+    EXPECT_TRUE(CValidationMetaModelEvents::checkUserCategoryName("ORLO"));
+    EXPECT_FALSE(CValidationMetaModelEvents::checkUserCategoryName("ORLO_"));
+    EXPECT_TRUE(CValidationMetaModelEvents::checkUserCategoryName("Orlo_x"));
+    EXPECT_TRUE(CValidationMetaModelEvents::checkPropertyReservedName("name", 3));
+    EXPECT_FALSE(CValidationMetaModelEvents::checkPropertyReservedName("source", 3));
+    EXPECT_TRUE(CValidationMetaModelEvents::checkPropertyReservedName("other", 113));
+}
+
+} // namespace
