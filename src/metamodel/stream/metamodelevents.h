@@ -12,7 +12,9 @@ using ORLO::String;
 class IMetaModelEvents : public virtual CppLanguage::IDeletable {
 public:
     // A higher value is a weaker element; effective status is a maximum.
-    enum ElementStatus { EsActive = 0, EsDeprecated = 1, EsObsolete = 2, EsInactive = 3 };
+    // A fixed underlying type: values from outside (a repository row, a caller) may lie
+    // beyond the four, and writers must be able to hold and test them.
+    enum ElementStatus : int { EsActive = 0, EsDeprecated = 1, EsObsolete = 2, EsInactive = 3 };
 
     // Marks "no id": every partial declaration carries it.
     static constexpr int NoId = int(0x80000000u);
