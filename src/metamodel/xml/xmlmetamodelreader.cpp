@@ -155,30 +155,41 @@ void CXMLMetaModelReader::readDocument(CXMLMetaModelHandler& handler, ORLO::XmlS
 }
 
 void CXMLMetaModelReader::UnsafeRead() {
-    CXMLMetaModelHandler handler(events());
-    ORLO::XmlSAXParser parser(&handler, ORLO::ParserSax, false);
-    handler.StartStream();
+    // Every document is found before the first is read, so that an observer knows the count.
+    struct PlannedDocument {
+        String path;
+        String resolvedRoot;
+        String symbolicRoot;
+    };
+    std::vector<PlannedDocument> plan;
     for (const String& rootPath : rootPaths_) {
         String resolved(rootPath);
         const bool symbolic = ResolvePlaceholders(resolved);
         // Documents come back as absolute paths; the root must match them textually for
         // the symbolic form to be put back in "ROOT_PATH".
         resolved = ORLO::File(resolved).getAbsolutePath();
-        const String& symbolicRoot = symbolic ? rootPath : resolved;
+        const String symbolicRoot = symbolic ? rootPath : resolved;
         std::list<String> documents;
         CollectMetaModels(resolved, documents);
-        for (const String& document : documents) {
-            events()->SetSource(document);
-            readDocument(handler, parser, document, resolved, symbolicRoot);
-        }
+        for (String& document : documents)
+            plan.push_back({std::move(document), resolved, symbolicRoot});
     }
     for (const String& file : files_) {
         String resolved(file);
         ResolvePlaceholders(resolved);
-        const String resolvedRoot = ORLO::File(resolved).getParent();
-        const String symbolicRoot = ORLO::File(file).getParent();
-        events()->SetSource(resolved);
-        readDocument(handler, parser, resolved, resolvedRoot, symbolicRoot);
+        String resolvedRoot = ORLO::File(resolved).getParent();
+        plan.push_back({resolved, std::move(resolvedRoot), ORLO::File(file).getParent()});
+    }
+
+    CXMLMetaModelHandler handler(events());
+    ORLO::XmlSAXParser parser(&handler, ORLO::ParserSax, false);
+    handler.StartStream();
+    for (size_t index = 0; index < plan.size(); ++index) {
+        const PlannedDocument& document = plan[index];
+        if (observer_)
+            observer_(document.path, index + 1, plan.size());
+        events()->SetSource(document.path);
+        readDocument(handler, parser, document.path, document.resolvedRoot, document.symbolicRoot);
     }
     handler.EndStream();
 }

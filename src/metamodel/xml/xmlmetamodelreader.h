@@ -2,6 +2,7 @@
 
 #include "metamodel/stream/metamodelreader.h"
 
+#include <functional>
 #include <list>
 #include <utility>
 #include <vector>
@@ -33,6 +34,11 @@ public:
     // Reads the in-memory sources; a faulty source is reported and the next one read.
     virtual void readSources();
 
+    // Told before each document of a read of roots and files: its path, its number counted
+    // from 1, and how many documents the read has.
+    using DocumentObserver = std::function<void(const String& path, size_t number, size_t count)>;
+    void SetDocumentObserver(DocumentObserver observer) { observer_ = std::move(observer); }
+
     const std::list<String>& GetRootPaths() const { return rootPaths_; }
     const std::list<String>& GetFiles() const { return files_; }
 
@@ -49,6 +55,7 @@ private:
     std::list<String> rootPaths_;
     std::list<String> files_;
     std::vector<std::pair<String, String>> sources_;
+    DocumentObserver observer_;
 };
 
 } // namespace MetaModel

@@ -77,7 +77,14 @@ TEST(XmlReader, RootsComeBeforeFilesAndEveryDocumentIsOneSourceOfOneStream) {
     reader.AddRootPath(folder.file("root/two"));
     TestSupport::RecordingEvents events;
     reader.SetEvents(&events);
+    Lines announced;
+    reader.SetDocumentObserver([&](const MetaModel::String& path, size_t number, size_t count) {
+        announced.push_back(std::to_string(number) + "/" + std::to_string(count) + " " +
+                            path.substr(folder.path().string().size() + 1));
+    });
     reader.Read();
+    EXPECT_EQ(announced, (Lines{"1/4 root/one/MetaModel.xml", "2/4 root/two/MetaModel.xml",
+                                "3/4 root/two/MetaModel.xml", "4/4 single/MetaModel.xml"}));
 
     Lines sources;
     for (const std::string& line : events.events)
