@@ -1,24 +1,16 @@
 #include "cli/documentpaths.h"
 
 #include "cpplanguage/messages.h"
+#include "metamodel/operations/documentfiles.h"
 #include "platform/orlofile.h"
 
 namespace Cli {
-
-namespace {
-
-bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() &&
-           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
-} // namespace
 
 bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
                       const std::vector<std::string>& paths) {
     bool allThere = true;
     for (const std::string& path : paths) {
-        if (endsWith(path, "MetaModel.xml")) {
+        if (MetaModel::namesDocument(path)) {
             reader.addFile(path);
         } else if (ORLO::File(path).isDirectory()) {
             reader.AddRootPath(path);
