@@ -1,5 +1,6 @@
 #include "cli/diagnostics.h"
 
+#include "cli/progress.h"
 #include "platform/appmsgmanager.h"
 
 #include <cstdio>
@@ -101,6 +102,7 @@ void installDiagnostics(DiagnosticFormat format) {
         const std::string line = format == DiagnosticFormat::Json
                                      ? formatJsonLine(message)
                                      : AppMsgManager::formatMessageLine(message);
+        clearProgressLine();
         std::fprintf(stderr, "%s\n", line.c_str());
     });
 }
