@@ -73,6 +73,28 @@ inline String operator+(const char* a, const String& b) {
     r += b;
     return r;
 }
+// A String joined with a standard string, on either side, is a String. Without these, the standard
+// library's own operator+ and the String ones above would tie, and the call be ambiguous.
+inline String operator+(const String& a, const std::string& b) {
+    String r(a);
+    r.append(b);
+    return r;
+}
+inline String operator+(const String& a, std::string&& b) {
+    String r(a);
+    r.append(b);
+    return r;
+}
+inline String operator+(const std::string& a, const String& b) {
+    String r(a);
+    r.append(b);
+    return r;
+}
+inline String operator+(std::string&& a, const String& b) {
+    String r(std::move(a));
+    r.append(b);
+    return r;
+}
 inline String operator+(const String& a, char b) {
     String r(a);
     r += b;

@@ -170,7 +170,12 @@ public:
     bool stopped() const { return stopped_; }
     const std::exception_ptr& failure() const { return failure_; }
 
-    template <typename Action> void guard(Action&& action) noexcept {
+    // From an error callback libxml2 may be in the middle of work (switching the input's
+    // encoding, say) that a halt would pull the buffers from under, so there the parse only
+    // loses its callbacks and runs out on its own; elsewhere it is halted at once.
+    enum class Halt { Now, SilenceOnly };
+
+    template <typename Action> void guard(Action&& action, Halt halt = Halt::Now) noexcept {
         if (stopped_)
             return;
         try {
@@ -178,8 +183,12 @@ public:
         } catch (...) {
             failure_ = std::current_exception();
             stopped_ = true;
-            if (ctxt_)
+            if (!ctxt_)
+                return;
+            if (halt == Halt::Now)
                 xmlStopParser(ctxt_);
+            else
+                ctxt_->disableSAX = 1;
         }
     }
 
@@ -195,18 +204,20 @@ public:
     void report(xmlErrorLevel level, std::string_view message, int line, int column) {
         if (muted_ || level == XML_ERR_NONE)
             return;
-        guard([&] {
-            flushText();
-            while (!message.empty() && (message.back() == '\n' || message.back() == '\r'))
-                message.remove_suffix(1);
-            const XmlException problem{String(message), line, column};
-            if (level == XML_ERR_WARNING)
-                handler_.warning(problem);
-            else if (level == XML_ERR_ERROR)
-                handler_.error(problem);
-            else
-                handler_.fatalError(problem);
-        });
+        guard(
+            [&] {
+                flushText();
+                while (!message.empty() && (message.back() == '\n' || message.back() == '\r'))
+                    message.remove_suffix(1);
+                const XmlException problem{String(message), line, column};
+                if (level == XML_ERR_WARNING)
+                    handler_.warning(problem);
+                else if (level == XML_ERR_ERROR)
+                    handler_.error(problem);
+                else
+                    handler_.fatalError(problem);
+            },
+            Halt::SilenceOnly);
     }
 
     // libxml2's unstructured channel hands out pieces of a line; they go out as one error.

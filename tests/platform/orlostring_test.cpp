@@ -157,3 +157,19 @@ TEST(OrloString, NilIsOneSharedEmptyString) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(OrloStringMixing, JoiningWithStandardStringsCompilesAndKeepsTheBytes) {
+    const ORLO::String orlo("ab");
+    std::string standard("cd");
+    const ORLO::String joined = orlo + standard;
+    const ORLO::String joinedTemporary = orlo + std::string("ef") + "g";
+    const std::string reversed = standard + orlo;
+    EXPECT_EQ(joined, "abcd");
+    EXPECT_EQ(joinedTemporary, "abefg");
+    EXPECT_EQ(reversed, "cdab");
+    EXPECT_EQ(ORLO::String("x") + std::to_string(12), "x12");
+}
+
+} // namespace

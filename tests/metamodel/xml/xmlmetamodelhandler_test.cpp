@@ -346,3 +346,17 @@ TEST(XmlHandler, ExternalEntitiesAreNeverReadAndEntityBombsStop) {
 }
 
 } // namespace
+
+namespace {
+
+// Found by the fuzzer: an encoding that fails to decode part-way used to crash the parser
+// when the failure stopped it from inside the error report.
+TEST(XmlHandler, AnInputThatFailsToDecodeEndsInAParseError) {
+    TestSupport::SourceReading reading;
+    TestSupport::readSource(reading,
+                            TestSupport::readFile(METAMODEL_TEST_DATA_DIR
+                                                  "/xml/regressions/failed-encoding-switch.xml"));
+    EXPECT_EQ(reading.messages.ids(), std::vector<std::string>{"QEL_MM_SAX_PARSE_EXCEPTION"});
+}
+
+} // namespace
