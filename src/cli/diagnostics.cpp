@@ -7,8 +7,6 @@
 
 namespace Cli {
 
-namespace {
-
 void appendJsonString(std::string& out, const char* text) {
     out += '"';
     for (const char* p = text ? text : ""; *p; ++p) {
@@ -42,12 +40,16 @@ void appendJsonString(std::string& out, const char* text) {
     out += '"';
 }
 
+namespace {
+
 void appendKey(std::string& out, const char* key) {
     if (out.size() > 1)
         out += ',';
     appendJsonString(out, key);
     out += ':';
 }
+
+DiagnosticCounts counts;
 
 bool present(const char* text) {
     return text && *text;
@@ -97,8 +99,15 @@ std::string formatJsonLine(const CppLanguage::IAppMsg& message) {
     return out;
 }
 
+DiagnosticCounts diagnosticCounts() {
+    return counts;
+}
+
 void installDiagnostics(DiagnosticFormat format) {
+    counts = {};
     AppMsgManager::SetMessageSink([format](const CppLanguage::IAppMsg& message) {
+        if (message.GetSeverity() == CppLanguage::SeverityWarning)
+            ++counts.warnings;
         const std::string line = format == DiagnosticFormat::Json
                                      ? formatJsonLine(message)
                                      : AppMsgManager::formatMessageLine(message);

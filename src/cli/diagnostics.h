@@ -12,7 +12,16 @@ enum class DiagnosticFormat { Text, Json };
 // what is unknown is left out.
 std::string formatJsonLine(const CppLanguage::IAppMsg& message);
 
+// Appends `text` as a quoted JSON string, escaping what JSON requires.
+void appendJsonString(std::string& out, const char* text);
+
 // Every message the library posts goes to standard error in the chosen form.
 void installDiagnostics(DiagnosticFormat format);
+
+// How many warnings went out since the diagnostics were installed.
+struct DiagnosticCounts {
+    int warnings = 0;
+};
+DiagnosticCounts diagnosticCounts();
 
 } // namespace Cli

@@ -6,20 +6,27 @@
 
 namespace Cli {
 
-bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
-                      const std::vector<std::string>& paths) {
+bool documentPathsExist(const std::vector<std::string>& paths) {
     bool allThere = true;
-    for (const std::string& path : paths) {
-        if (MetaModel::namesDocument(path)) {
-            reader.addFile(path);
-        } else if (ORLO::File(path).isDirectory()) {
-            reader.AddRootPath(path);
-        } else {
+    for (const std::string& path : paths)
+        if (!MetaModel::namesDocument(path) && !ORLO::File(path).isDirectory()) {
             CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_NOT_FOUND", {{"PATH", path}});
             allThere = false;
         }
-    }
     return allThere;
+}
+
+bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
+                      const std::vector<std::string>& paths) {
+    if (!documentPathsExist(paths))
+        return false;
+    for (const std::string& path : paths) {
+        if (MetaModel::namesDocument(path))
+            reader.addFile(path);
+        else
+            reader.AddRootPath(path);
+    }
+    return true;
 }
 
 } // namespace Cli

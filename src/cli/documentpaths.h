@@ -13,4 +13,8 @@ namespace Cli {
 bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
                       const std::vector<std::string>& paths);
 
+// Reports every PATH that is neither a document nor an existing folder; answers whether
+// there was none, for commands that hand the PATHs to an operation.
+bool documentPathsExist(const std::vector<std::string>& paths);
+
 } // namespace Cli

@@ -60,7 +60,7 @@ TEST(Tool, ExportsTheSampleWithItsDerivedRootPath) {
 }
 
 TEST(Tool, ReadsTheInstallationFirstAndKeepsItsPlaceholderInRootPath) {
-    const auto run = runTool({"export", METAMODEL_SOURCE_DIR "/examples"}, baseInstallation);
+    const auto run = runTool({"export", METAMODEL_SOURCE_DIR "/examples/review"}, baseInstallation);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const auto first = run.out.find("<category name=\"Object\"");
     const auto user = run.out.find("<category name=\"Reviewable\"");
