@@ -1,10 +1,13 @@
 #include "cli/commandline.h"
 #include "cli/documentpaths.h"
+#include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
+#include "metamodel/repository/dbmetamodelreader.h"
 #include "metamodel/stream/dumpmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/database/uniqueconnection.h"
 #include "platform/orlofile.h"
 
 #include <cstdio>
@@ -55,12 +58,18 @@ bool copyToStandardOutput(const std::string& path) {
     return std::fflush(stdout) == 0;
 }
 
-// Plays the documents into the sink that `makeSink` builds on the output path. A failed run
-// leaves nothing half-written: a file output is removed, and standard output is only written
-// once the whole stream went through.
-int playDocuments(const CommandArguments& arguments, const SinkFactory& makeSink) {
-    MetaModel::CXMLMetaModelReader reader;
-    if (!addDocumentPaths(reader, arguments.operands))
+// Plays the documents, or the repository with --db, into the sink that `makeSink` builds on
+// the output path. A failed run leaves nothing half-written: a file output is removed, and
+// standard output is only written once the whole stream went through.
+int playDocuments(const std::string& command, const CommandArguments& arguments,
+                  const SinkFactory& makeSink) {
+    const bool fromRepository = arguments.has("db");
+    if (fromRepository && !arguments.operands.empty())
+        return usageFailure(command, "--db reads the repository instead of documents: no PATH");
+    if (!fromRepository && arguments.has("schema"))
+        return usageFailure(command, "--schema needs --db");
+    MetaModel::CXMLMetaModelReader documents;
+    if (!fromRepository && !addDocumentPaths(documents, arguments.operands))
         return exitFailure;
     const std::string output = arguments.value("output", "-");
     const bool toStandardOutput = output == "-";
@@ -68,10 +77,19 @@ int playDocuments(const CommandArguments& arguments, const SinkFactory& makeSink
     const std::string target =
         toStandardOutput && !scratch.path().empty() ? scratch.path() : output;
     try {
+        std::unique_ptr<IUniqueConnection> connection;
+        std::unique_ptr<MetaModel::CDBMetaModelReader> repository;
+        MetaModel::IMetaModelReader* reader = &documents;
+        if (fromRepository) {
+            connection = std::make_unique<IUniqueConnection>(arguments.value("db", ""),
+                                                             arguments.value("schema", ""));
+            repository = std::make_unique<MetaModel::CDBMetaModelReader>(connection->GetHandle());
+            reader = repository.get();
+        }
         {
             std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
-            reader.SetEvents(sink.get());
-            reader.Read();
+            reader->SetEvents(sink.get());
+            reader->Read();
         }
         if (target != output && !copyToStandardOutput(target))
             return exitFailure;
@@ -98,22 +116,22 @@ const OptionSpec outputOption{"output", 'o', "FILE",
 const CommandRegistration dump({
     "dump",
     "write the flat index of the documents: one line per category, type and property",
-    {outputOption},
+    {outputOption, databaseOption, schemaOption},
     "[PATH...]",
     10,
     [](const GlobalOptions&, const CommandArguments& arguments) {
-        return playDocuments(arguments, OwnedSink<CDumpMetaModelEvents>{});
+        return playDocuments("dump", arguments, OwnedSink<CDumpMetaModelEvents>{});
     },
 });
 
 const CommandRegistration exportDocument({
     "export",
     "write the documents back as one meta-model document",
-    {outputOption},
+    {outputOption, databaseOption, schemaOption},
     "[PATH...]",
     20,
     [](const GlobalOptions&, const CommandArguments& arguments) {
-        return playDocuments(arguments, OwnedSink<MetaModel::CXMLMetaModelEvents>{});
+        return playDocuments("export", arguments, OwnedSink<MetaModel::CXMLMetaModelEvents>{});
     },
 });
 

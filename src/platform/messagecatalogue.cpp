@@ -31,8 +31,10 @@ constexpr MessageDefinition catalogue[] = {
     {"MM_WRP_GEN_FAILED", SeverityError,
      "Generating the wrapper headers failed: a folder could not be created, cleaned or merged "
      "into the output folder."},
-    {"QEL_DB_PROC_ERR", SeverityError, "The repository procedure call '{CALL}' failed."},
-    {"QEL_DB_REQ_ERR", SeverityError, "The repository request '{QUERY}' failed."},
+    {"QEL_DB_CONNECT_ERR", SeverityError,
+     "The repository database '{CONNECTION}' cannot be used[: {CAUSE}]."},
+    {"QEL_DB_PROC_ERR", SeverityError, "The repository procedure call '{CALL}' failed[: {CAUSE}]."},
+    {"QEL_DB_REQ_ERR", SeverityError, "The repository request '{QUERY}' failed[: {CAUSE}]."},
     {"QEL_DB_UNSUPPORTED_SERVER", SeverityError,
      "The database server kind of the repository connection is not supported."},
     {"QEL_MM_CIRCULAR_INHERITANCE", SeverityError,

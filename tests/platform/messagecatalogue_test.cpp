@@ -27,8 +27,9 @@ using CppLanguage::CBindArgNameToVal;
 // independently of the catalogue so that a missing id or a misspelt placeholder shows.
 const std::map<std::string, std::set<std::string>>& expectedArguments() {
     static const std::map<std::string, std::set<std::string>> table = {
-        {"QEL_DB_REQ_ERR", {"QUERY"}},
-        {"QEL_DB_PROC_ERR", {"CALL"}},
+        {"QEL_DB_CONNECT_ERR", {"CONNECTION", "CAUSE"}},
+        {"QEL_DB_REQ_ERR", {"QUERY", "CAUSE"}},
+        {"QEL_DB_PROC_ERR", {"CALL", "CAUSE"}},
         {"QEL_DB_UNSUPPORTED_SERVER", {}},
         {"QEL_NULL_PTR", {"NULL_ARG"}},
         {"QEL_MM_XML2DB_ERR", {}},

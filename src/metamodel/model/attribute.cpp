@@ -1,0 +1,108 @@
+#include "metamodel/model/attribute.h"
+
+#include "metamodel/model/reporting.h"
+
+namespace QEL {
+
+void CAttribute::reportMisuse() const {
+    reportFromModel(ORLO_HERE, "QEL_MM_INVALID_ATTR_TYP_USAGE", {{"ATTR_NAM", name_}});
+}
+
+int CAttribute::GetIntegerValue() const {
+    reportMisuse();
+    return 0;
+}
+
+const ORLO::String& CAttribute::GetStringValue() const {
+    reportMisuse();
+    return ORLO::String::nil();
+}
+
+namespace {
+
+// A copy through the interface, so that attributes made elsewhere copy as well.
+std::unique_ptr<CAttribute> copyOf(const IAttribute& attribute) {
+    std::unique_ptr<CAttribute> copy;
+    if (attribute.IsInteger())
+        copy =
+            std::make_unique<CIntegerAttribute>(attribute.GetName(), attribute.GetIntegerValue());
+    else if (attribute.IsString())
+        copy = std::make_unique<CStringAttribute>(attribute.GetName(), attribute.GetStringValue());
+    else
+        copy = std::make_unique<CAttribute>(attribute.GetName());
+    copy->SetStatus(attribute.GetStatus());
+    return copy;
+}
+
+} // namespace
+
+CAttributedItem::CAttributedItem(const CAttributedItem& other) : IAttributedItem(other) {
+    copyFrom(other);
+}
+
+CAttributedItem& CAttributedItem::operator=(const CAttributedItem& other) {
+    if (this != &other) {
+        deleteAll();
+        copyFrom(other);
+    }
+    return *this;
+}
+
+CAttributedItem::~CAttributedItem() {
+    deleteAll();
+}
+
+void CAttributedItem::deleteAll() {
+    byName_.clear();
+    for (const IAttribute* attribute : attributes_)
+        delete attribute;
+    attributes_.clear();
+}
+
+void CAttributedItem::copyFrom(const CAttributedItem& other) {
+    for (const IAttribute* attribute : other.attributes_)
+        AddAttribute(copyOf(*attribute));
+}
+
+const IAttribute* CAttributedItem::GetAttribute(const ORLO::String& name) const {
+    if (!byName_.empty()) {
+        const auto found = byName_.find(name);
+        return found == byName_.end() ? nullptr : found->second;
+    }
+    for (auto it = attributes_.end(); it != attributes_.begin();) {
+        --it;
+        if ((*it)->GetName() == name)
+            return *it;
+    }
+    return nullptr;
+}
+
+CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, const ORLO::String& value) {
+    auto attribute = std::make_unique<CStringAttribute>(name, value);
+    CAttribute* added = attribute.get();
+    AddAttribute(std::move(attribute));
+    return added;
+}
+
+CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, int value) {
+    auto attribute = std::make_unique<CIntegerAttribute>(name, value);
+    CAttribute* added = attribute.get();
+    AddAttribute(std::move(attribute));
+    return added;
+}
+
+void CAttributedItem::AddAttribute(std::unique_ptr<IAttribute> attribute) {
+    if (!attribute || attributes_.contains(attribute.get()))
+        return;
+    const IAttribute* added = attribute.get();
+    attributes_.insert(added);
+    attribute.release();
+    if (!byName_.empty()) {
+        byName_.insert_or_assign(std::string_view(added->GetName()), added);
+    } else if (attributes_.size() > indexFrom) {
+        for (const IAttribute* each : attributes_)
+            byName_.insert_or_assign(std::string_view(each->GetName()), each);
+    }
+}
+
+} // namespace QEL

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "interfaces/icategory.h"
+#include "metamodel/model/attribute.h"
+
+#include <unordered_map>
+
+namespace QEL {
+
+class CMetaModel;
+
+// A category as the builder fills it. FinishBuilding closes it over its ancestors once, so that
+// questions about ancestors and inherited properties need no walk of the graph later.
+class CCategory : public virtual ICategory, public CAttributedItem {
+public:
+    explicit CCategory(const CMetaModel& model);
+    CCategory(const CCategory& other);
+    ~CCategory() override;
+
+    const IMetaModel& GetMetaModel() const override;
+    bool IsType() const override { return false; }
+    const ORLO::String& GetName() const override { return name_; }
+    const ORLO::String& GetDescription() const override { return description_; }
+    const ElementStatus& GetStatus() const override { return status_; }
+    int GetId() const override { return id_; }
+    int GetLocalId() const override { return localId_; }
+    const PropertySet& GetLocalProperties() const override { return localProperties_; }
+    const CategorySet& GetLocalCategories() const override { return localCategories_; }
+    std::vector<const IProperty*> getCompositeProperties(const ORLO::String& tree) const override;
+    bool calculateLocalWalkable(std::vector<const IWalkable*>& out,
+                                const ORLO::String& tree) const override;
+    bool IsBuildingFinished() const override { return buildingFinished_; }
+    bool hasIndex() const override { return hasIndex_; }
+    bool isLanguage() const override;
+    bool HasProperty(const IProperty* property) const override;
+    const IProperty* GetProperty(const ORLO::String& name) const override;
+    const IPropertyType* GetPropertyType(const ORLO::String& name) const override;
+    const PropertySet& GetAllProperties() const override { return allProperties_; }
+    bool SupportsCategory(const ICategory* category) const override;
+    const CategorySet& GetAllCategories() const override { return allCategories_; }
+    int GetPropertyIndex(const IProperty* property) const override;
+    int GetCategoryIndex(const ICategory* category) const override;
+    int GetPropertyCount() const override { return int(allProperties_.size()); }
+    int GetCategoryCount() const override { return int(allCategories_.size()); }
+
+    virtual bool invariant() const { return true; }
+    virtual void FinishBuilding();
+    // Once the model's index tables stand, they answer membership in the closed sets, which
+    // then need no index of their own.
+    void AnswerMembershipFromTables();
+
+    void SetName(const ORLO::String& name) { name_ = name; }
+    void SetDescription(const ORLO::String& description) { description_ = description; }
+    void SetId(int id) { id_ = id; }
+    void SetLocalId(int localId) { localId_ = localId; }
+    void SetStatus(ElementStatus status) { status_ = status; }
+    void AddInheritedCategory(const ICategory* parent) { localCategories_.insert(parent); }
+    void AddProperty(const IProperty* property);
+
+protected:
+    const CMetaModel& model() const { return model_; }
+
+private:
+    void AddAncestor(const ICategory& ancestor);
+    void collectAllProperties();
+    // The walk that a category without a definition of the tree gets: its parents, then its
+    // reference properties.
+    void appendDefaultWalk(std::vector<const IWalkable*>& out, const ORLO::String& tree) const;
+    const IWalkable* walkItem(const ORLO::String& token) const;
+
+    const CMetaModel& model_;
+    bool buildingFinished_ = false;
+    int id_ = int(0x80000000u);
+    ORLO::String name_;
+    ORLO::String description_;
+    ElementStatus status_ = EsInactive;
+    CategorySet localCategories_;
+    PropertySet localProperties_;
+    PropertySet allProperties_;
+    CategorySet allCategories_;
+    bool hasIndex_ = false;
+};
+
+class CMetaType : public CCategory, public IMetaType {
+public:
+    // Per tree category, the types above or below this one.
+    using TreeMap = std::unordered_map<const ICategory*, MetaTypeSet>;
+
+    explicit CMetaType(const CMetaModel& model) : CCategory(model) {}
+    CMetaType(const CMetaType& other) = default;
+
+    bool IsType() const override { return true; }
+    const MetaTypeSet& GetTreeParents(const ICategory* tree) const override;
+    const MetaTypeSet& GetTreeChildren(const ICategory* tree) const override;
+    const ICategory* getLanguage() const override;
+
+    // The whole maps, for listings; trees never linked or asked for are not in them.
+    const TreeMap& GetTreeParentMap() const { return treeParents_; }
+    const TreeMap& GetTreeChildMap() const { return treeChildren_; }
+
+    static void AddTreeData(const CCategory* tree, const CMetaType* parent, const CMetaType* child);
+
+private:
+    mutable TreeMap treeParents_;
+    mutable TreeMap treeChildren_;
+};
+
+} // namespace QEL

@@ -1,0 +1,33 @@
+#include "metamodel/model/property.h"
+
+#include "metamodel/model/propertytype.h"
+
+namespace QEL {
+
+namespace {
+
+// Only an integer attribute with a value other than 0 switches a flag on.
+bool flagIsSet(const IAttributedItem& item, const char* name) {
+    const IAttribute* attribute = item.GetAttribute(name);
+    return attribute && attribute->IsInteger() && attribute->GetIntegerValue() != 0;
+}
+
+} // namespace
+
+const IPropertyType* CProperty::GetPropertyType() const {
+    return type_.get();
+}
+
+void CProperty::SetType(std::shared_ptr<CPropertyType> type) {
+    type_ = std::move(type);
+}
+
+bool CProperty::IsTransient() const {
+    return flagIsSet(*this, "TRANSIENT");
+}
+
+bool CProperty::IsIndexed() const {
+    return flagIsSet(*this, "INDEX");
+}
+
+} // namespace QEL

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "collections/list.h"
+#include "metamodel/repository/repositoryformat.h"
+#include "metamodel/stream/metamodelevents.h"
+#include "platform/database/rowvault.h"
+
+#include <array>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace MetaModel {
+
+// Stores a stream in the repository: empties the work tables at the start, fills them while
+// the stream runs, and at its end resolves what was told by name and calls the procedures
+// that carry the rows into the final tables. Rows that name something wait until the end,
+// since a name may be declared after its first use.
+class CDBMetaModelEvents : public CMetaModelEvents {
+public:
+    // `schema` names the schema of the work tables; empty: the connection's.
+    CDBMetaModelEvents(void* connection, const String& schema);
+    ~CDBMetaModelEvents() override;
+    CDBMetaModelEvents(const CDBMetaModelEvents&) = delete;
+    CDBMetaModelEvents& operator=(const CDBMetaModelEvents&) = delete;
+
+    bool invariant() const override;
+
+protected:
+    void OnStart() override;
+    void OnEnd() override;
+    void OnStartCategory(const String& name, bool partial, const String& description, int id,
+                         const ElementStatus& status) override;
+    void OnEndCategory(bool partial) override;
+    void OnStartType(const String& name, bool partial, const String& description, int id,
+                     const ElementStatus& status) override;
+    void OnEndType(bool partial) override;
+    void OnStartProperty(const String& name, const String& description, const String& type,
+                         const int& minimalCardinality, const int& maximalCardinality,
+                         const String& merge, int id, const ElementStatus& status) override;
+    void OnEndProperty() override;
+    void OnAttribute(const String& name, int value, const ElementStatus& status) override;
+    void OnAttribute(const String& name, const String& value, const ElementStatus& status) override;
+    void OnInheritedCategory(const String& name, const ElementStatus& status) override;
+    void OnTree(const String& parentType, const String& treeCategory,
+                const ElementStatus& status) override;
+
+private:
+    struct SInheritSuspension {
+        String name;
+        String parent;
+        String status;
+        bool operator==(const SInheritSuspension&) const = default;
+    };
+    struct STreeSuspension {
+        String name;
+        String parent;
+        String category;
+        String status;
+        bool operator==(const STreeSuspension&) const = default;
+    };
+    struct SPropSuspension {
+        String name;
+        int id;
+        String status;
+        bool operator==(const SPropSuspension&) const = default;
+    };
+    struct SPropertySuspension {
+        int id;
+        String name;
+        String description;
+        String type;
+        String merge;
+        int cardMin;
+        int cardMax;
+        String status;
+        bool operator==(const SPropertySuspension&) const = default;
+    };
+
+    RowVault::IBlocInsert* GetCurrentAttributeBloc() const;
+    int GetCurrentAttributeIdRef() const;
+    void RegisterCategoryOrType(const String& name, int id);
+    void CallRequest(const String& statement);
+    void CallProcedure(const String& call);
+    int getPrimitiveTypeId(const String& name) const;
+    void startElement(Repository::TableIndex table, const String& name, bool partial,
+                      const String& description, int id, const ElementStatus& status);
+    int idOf(const String& name) const;
+
+    void* connection_;
+    std::array<std::unique_ptr<RowVault::IBlocInsert>, Repository::TableCount> inserters_;
+    int currentId_ = NoId;
+    String currentName_;
+    int currentPropertyId_ = NoId;
+    // Full categories and types by name. A hash map rather than the fixed-bucket table: at the
+    // end of a large stream every link is resolved through it.
+    std::unordered_map<std::string, int> names_;
+    Collections::List<SInheritSuspension> typeInheritance_;
+    Collections::List<SInheritSuspension> categoryInheritance_;
+    Collections::List<STreeSuspension> trees_;
+    Collections::List<SPropSuspension> categoryProperties_;
+    Collections::List<SPropSuspension> typeProperties_;
+    Collections::List<SPropertySuspension> properties_;
+    // What the two link lists and the tree list hold, so that a repeated link is dropped
+    // without a scan of the list.
+    std::unordered_set<std::string> suspendedLinks_;
+};
+
+} // namespace MetaModel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/orlostring.h"
+
+namespace MetaModel {
+
+// Creates, in the connection's schema, what the repository writer and reader need: the schema
+// itself when the connection names one, the eleven final and eleven work tables, and the
+// procedures METAMODEL_FLUSHDATA, CAT_BUILD_DEPENDENCIES and FINAL_METAMODEL. What is there
+// already stays (tables and their rows) or is replaced by the same (procedures), so it can run
+// any number of times. A refusal of the server throws CMetaModelEventsException.
+void CreateRepository(void* connection);
+
+namespace Repository {
+
+// The texts behind CreateRepository, with the table-prefix marker in them.
+ORLO::String createTableStatement(int tableIndex, bool workTable);
+ORLO::String flushDataBody();
+ORLO::String buildDependenciesBody();
+ORLO::String finalMetaModelBody();
+
+} // namespace Repository
+
+} // namespace MetaModel

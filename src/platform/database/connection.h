@@ -1,0 +1,75 @@
+#pragma once
+
+#include "platform/database/backend.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace TABLINK {
+
+// Stands in statement texts directly before a table or procedure name; the connection puts
+// its prefix there.
+constexpr char TablePrefixMarker = '\x0F';
+
+// A double-quoted identifier, inner quotes doubled: whatever the name holds, it stays a name.
+std::string quoteIdentifier(std::string_view name);
+std::string expandPrefixMarker(std::string_view text, std::string_view prefix);
+// The connection string with any password blanked out, fit for a message.
+std::string displayConnectionString(std::string_view connectionString);
+
+enum class OpenMode {
+    Existing, // an embedded database file must be there already
+    Create,   // an embedded database file is made when missing
+};
+
+// What the opaque handle of the connectivity operations points at: the server, the schema
+// the connection works in, and the state of the open request and procedure call.
+class CConnection {
+public:
+    explicit CConnection(std::unique_ptr<IBackend> backend);
+    CConnection(const CConnection&) = delete;
+    CConnection& operator=(const CConnection&) = delete;
+
+    IBackend& backend() { return *backend_; }
+    // The connection string as messages may show it.
+    const std::string& description() const { return description_; }
+    void setDescription(std::string text) { description_ = std::move(text); }
+
+    // The quoted schema and a point, or nothing when no schema is set.
+    const std::string& prefix() const { return prefix_; }
+    // The schema set, or else the one the server uses by default.
+    std::string repositoryName();
+    // An empty name returns to the server's default; answers false for a schema that the
+    // server cannot address.
+    bool setRepositoryName(const std::string& name);
+
+    bool requestOpen = false;
+    bool callPending = false;
+    int callResult = 0;
+
+    // Failures found before the server is reached; otherwise the server's text.
+    const std::string& lastError() const;
+    void setError(std::string text) { error_ = std::move(text); }
+    void clearError() { error_.clear(); }
+
+private:
+    std::unique_ptr<IBackend> backend_;
+    std::string description_;
+    std::string repositoryName_;
+    std::string prefix_;
+    std::string error_;
+};
+
+// Picks the server by the form of the connection string: "sqlite:PATH" or a bare path for
+// the embedded database; "postgresql://...", "postgres://..." or "key=value ..." for the
+// server. Throws CDatabaseException with the reason when it cannot be opened.
+std::unique_ptr<CConnection> openConnection(const std::string& connectionString, OpenMode mode);
+
+// The two servers; null with the reason in `error` when they cannot be reached.
+std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mode,
+                                            std::string& error);
+std::unique_ptr<IBackend> openPostgresBackend(const std::string& connectionInfo,
+                                              std::string& error);
+
+} // namespace TABLINK

@@ -1,0 +1,251 @@
+#include "platform/database/connection.h"
+
+#include <libpq-fe.h>
+
+#include <charconv>
+
+namespace TABLINK {
+
+namespace {
+
+struct ConnectionCloser {
+    void operator()(PGconn* connection) const { PQfinish(connection); }
+};
+struct ResultClearer {
+    void operator()(PGresult* result) const { PQclear(result); }
+};
+using ConnectionHandle = std::unique_ptr<PGconn, ConnectionCloser>;
+using ResultHandle = std::unique_ptr<PGresult, ResultClearer>;
+
+// Notices ("relation already exists, skipping", "there is no transaction in progress") are
+// not failures and must not reach the terminal.
+void ignoreNotice(void*, const char*) {}
+
+std::string trimmed(const char* text) {
+    std::string result = text ? text : "";
+    while (!result.empty() && (result.back() == '\n' || result.back() == ' '))
+        result.pop_back();
+    return result;
+}
+
+std::string errorOf(PGconn* connection, const PGresult* result) {
+    if (result)
+        if (const char* primary = PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY))
+            return primary;
+    return trimmed(PQerrorMessage(connection));
+}
+
+bool succeeded(const PGresult* result) {
+    const ExecStatusType status = PQresultStatus(result);
+    return result && (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK);
+}
+
+// COPY's text format: tab between values, \N for null, backslash escapes for the characters
+// that would end a value or a row.
+void appendCopyValue(std::string& line, const BulkValue& value) {
+    switch (value.kind) {
+    case BulkValue::Kind::Null:
+        line += "\\N";
+        return;
+    case BulkValue::Kind::Integer:
+        line += std::to_string(value.integer);
+        return;
+    case BulkValue::Kind::Text:
+        for (const char c : value.text) {
+            switch (c) {
+            case '\\':
+                line += "\\\\";
+                break;
+            case '\t':
+                line += "\\t";
+                break;
+            case '\n':
+                line += "\\n";
+                break;
+            case '\r':
+                line += "\\r";
+                break;
+            default:
+                line += c;
+            }
+        }
+        return;
+    }
+}
+
+class PostgresBulkTarget : public IBulkTarget {
+public:
+    PostgresBulkTarget(PGconn* connection, std::string table, int columns)
+        : connection_(connection), statement_("COPY " + table + " FROM STDIN"), columns_(columns) {}
+    int columnCount() const override { return columns_; }
+    const std::string& statement() const override { return statement_; }
+    const std::string& lastError() const override { return error_; }
+
+    bool write(const std::vector<BulkValue>& values) override {
+        error_.clear();
+        ResultHandle start(PQexec(connection_, statement_.c_str()));
+        if (PQresultStatus(start.get()) != PGRES_COPY_IN) {
+            error_ = errorOf(connection_, start.get());
+            return false;
+        }
+        std::string data;
+        for (size_t index = 0; index < values.size(); ++index) {
+            appendCopyValue(data, values[index]);
+            data += (index + 1) % size_t(columns_) == 0 ? '\n' : '\t';
+        }
+        const bool sent = PQputCopyData(connection_, data.data(), int(data.size())) == 1;
+        if (!sent)
+            error_ = errorOf(connection_, nullptr);
+        // Ending with an error text makes the server drop the whole block.
+        PQputCopyEnd(connection_, sent ? nullptr : "the rows could not be sent");
+        bool written = sent;
+        while (PGresult* raw = PQgetResult(connection_)) {
+            ResultHandle result(raw);
+            if (!succeeded(result.get())) {
+                if (written)
+                    error_ = errorOf(connection_, result.get());
+                written = false;
+            }
+        }
+        return written;
+    }
+
+private:
+    PGconn* connection_;
+    std::string statement_;
+    int columns_;
+    std::string error_;
+};
+
+class PostgresBackend : public IBackend {
+public:
+    explicit PostgresBackend(ConnectionHandle connection) : connection_(std::move(connection)) {}
+
+    int serverKind() const override { return 5; }
+    std::string defaultRepositoryName() override {
+        ResultHandle result(run("SELECT current_schema()"));
+        return result && PQntuples(result.get()) == 1 ? PQgetvalue(result.get(), 0, 0) : "";
+    }
+    // Any name can be addressed; whether its tables are there shows at the first statement.
+    bool acceptsRepositoryName(const std::string&) override { return true; }
+
+    bool query(const std::string& sql) override {
+        endQuery();
+        // The extended protocol takes exactly one statement.
+        current_.reset(
+            PQexecParams(connection_.get(), sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0));
+        if (!succeeded(current_.get())) {
+            error_ = errorOf(connection_.get(), current_.get());
+            current_.reset();
+            return false;
+        }
+        row_ = -1;
+        return true;
+    }
+    bool nextRow() override {
+        if (!current_ || row_ + 1 >= PQntuples(current_.get()))
+            return false;
+        ++row_;
+        return true;
+    }
+    int columnCount() const override { return current_ ? PQnfields(current_.get()) : 0; }
+    bool isNull(int column) const override { return PQgetisnull(current_.get(), row_, column); }
+    int integerValue(int column) const override {
+        const std::string_view text = textValue(column);
+        int value = 0;
+        std::from_chars(text.data(), text.data() + text.size(), value);
+        return value;
+    }
+    std::string_view textValue(int column) const override {
+        return std::string_view(PQgetvalue(current_.get(), row_, column),
+                                size_t(PQgetlength(current_.get(), row_, column)));
+    }
+    // All rows arrive with the request, so a failure shows there and not here.
+    bool endQuery() override {
+        current_.reset();
+        return true;
+    }
+
+    // Several statements in one simple query run as one transaction.
+    bool executeScript(const std::string& sql) override { return runChecked(sql); }
+    bool commit() override { return true; }
+    bool createSchema(const std::string& quotedSchema) override {
+        return runChecked("CREATE SCHEMA IF NOT EXISTS " + quotedSchema);
+    }
+    bool defineProcedure(const std::string& prefix, const std::string& name,
+                         const std::string& body) override {
+        static const std::string quote = "$procedure_body$";
+        const std::string statements = expandPrefixMarker(body, prefix);
+        if (statements.find(quote) != std::string::npos) {
+            error_ = "the body of " + name + " holds " + quote;
+            return false;
+        }
+        return runChecked("CREATE OR REPLACE PROCEDURE " + prefix + name +
+                          "(INOUT result integer DEFAULT 0) LANGUAGE plpgsql AS " + quote +
+                          "\nBEGIN\n" + statements + "\nresult := 0;\nEND\n" + quote);
+    }
+    // A procedure call is a statement of its own, and so one transaction.
+    bool callProcedure(const std::string& prefix, const std::string& name, bool wantResult,
+                       int& result) override {
+        ResultHandle outcome(run("CALL " + prefix + name + (wantResult ? "(NULL)" : "()")));
+        if (!succeeded(outcome.get())) {
+            error_ = errorOf(connection_.get(), outcome.get());
+            return false;
+        }
+        result = 0;
+        if (PQntuples(outcome.get()) > 0 && PQnfields(outcome.get()) > 0 &&
+            !PQgetisnull(outcome.get(), 0, 0)) {
+            const char* text = PQgetvalue(outcome.get(), 0, 0);
+            std::from_chars(text, text + PQgetlength(outcome.get(), 0, 0), result);
+        }
+        return true;
+    }
+    std::unique_ptr<IBulkTarget> openBulkTarget(const std::string& table) override {
+        ResultHandle probe(run("SELECT * FROM " + table + " LIMIT 0"));
+        if (!succeeded(probe.get())) {
+            error_ = errorOf(connection_.get(), probe.get());
+            return nullptr;
+        }
+        return std::make_unique<PostgresBulkTarget>(connection_.get(), table,
+                                                    PQnfields(probe.get()));
+    }
+
+    const std::string& lastError() const override { return error_; }
+
+private:
+    ResultHandle run(const std::string& sql) {
+        return ResultHandle(PQexec(connection_.get(), sql.c_str()));
+    }
+    bool runChecked(const std::string& sql) {
+        endQuery();
+        ResultHandle result(run(sql));
+        if (succeeded(result.get()))
+            return true;
+        error_ = errorOf(connection_.get(), result.get());
+        return false;
+    }
+
+    ConnectionHandle connection_;
+    ResultHandle current_;
+    int row_ = -1;
+    std::string error_;
+};
+
+} // namespace
+
+std::unique_ptr<IBackend> openPostgresBackend(const std::string& connectionInfo,
+                                              std::string& error) {
+    ConnectionHandle connection(PQconnectdb(connectionInfo.c_str()));
+    if (!connection) {
+        error = "out of memory";
+        return nullptr;
+    }
+    if (PQstatus(connection.get()) != CONNECTION_OK) {
+        error = trimmed(PQerrorMessage(connection.get()));
+        return nullptr;
+    }
+    PQsetNoticeProcessor(connection.get(), ignoreNotice, nullptr);
+    return std::make_unique<PostgresBackend>(std::move(connection));
+}
+
+} // namespace TABLINK

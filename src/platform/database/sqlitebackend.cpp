@@ -1,0 +1,311 @@
+#include "platform/database/connection.h"
+
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <functional>
+
+namespace TABLINK {
+
+namespace {
+
+struct DatabaseCloser {
+    void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+};
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using DatabaseHandle = std::unique_ptr<sqlite3, DatabaseCloser>;
+using StatementHandle = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
+// Where the procedures live: SQLite has none of its own, so their bodies are rows of the
+// repository and a call runs the body.
+constexpr const char* procedureTable = "STORED_PROCEDURES";
+
+bool onlyBlanks(const char* text) {
+    for (; text && *text; ++text)
+        if (*text != ' ' && *text != '\t' && *text != '\n' && *text != '\r' && *text != ';')
+            return false;
+    return true;
+}
+
+class SqliteBackend;
+
+class SqliteBulkTarget : public IBulkTarget {
+public:
+    SqliteBulkTarget(SqliteBackend& backend, StatementHandle insert, std::string text, int columns)
+        : backend_(backend), insert_(std::move(insert)), statement_(std::move(text)),
+          columns_(columns) {}
+    int columnCount() const override { return columns_; }
+    const std::string& statement() const override { return statement_; }
+    bool write(const std::vector<BulkValue>& values) override;
+    const std::string& lastError() const override { return error_; }
+
+private:
+    bool writeRows(const std::vector<BulkValue>& values);
+
+    SqliteBackend& backend_;
+    StatementHandle insert_;
+    std::string statement_;
+    int columns_;
+    std::string error_;
+};
+
+class SqliteBackend : public IBackend {
+public:
+    explicit SqliteBackend(DatabaseHandle database) : database_(std::move(database)) {}
+
+    int serverKind() const override { return 1; }
+    std::string defaultRepositoryName() override { return "main"; }
+    bool acceptsRepositoryName(const std::string& name) override {
+        bool found = false;
+        StatementHandle list = prepare("PRAGMA database_list");
+        while (list && sqlite3_step(list.get()) == SQLITE_ROW)
+            found =
+                found || name == reinterpret_cast<const char*>(sqlite3_column_text(list.get(), 1));
+        return found;
+    }
+
+    bool query(const std::string& sql) override {
+        endQuery();
+        const char* tail = nullptr;
+        current_ = prepare(sql, &tail);
+        if (!current_)
+            return false;
+        if (!onlyBlanks(tail)) {
+            current_.reset();
+            error_ = "one statement at a time: '" + std::string(tail) + "' follows";
+            return false;
+        }
+        const int step = sqlite3_step(current_.get());
+        if (step != SQLITE_ROW && step != SQLITE_DONE) {
+            error_ = sqlite3_errmsg(database_.get());
+            current_.reset();
+            return false;
+        }
+        rowWaiting_ = step == SQLITE_ROW;
+        finished_ = step == SQLITE_DONE;
+        failed_ = false;
+        return true;
+    }
+    bool nextRow() override {
+        if (!current_ || finished_)
+            return false;
+        if (rowWaiting_) {
+            rowWaiting_ = false;
+            return true;
+        }
+        const int step = sqlite3_step(current_.get());
+        if (step == SQLITE_ROW)
+            return true;
+        finished_ = true;
+        if (step != SQLITE_DONE) {
+            failed_ = true;
+            error_ = sqlite3_errmsg(database_.get());
+        }
+        return false;
+    }
+    int columnCount() const override { return current_ ? sqlite3_column_count(current_.get()) : 0; }
+    bool isNull(int column) const override {
+        return sqlite3_column_type(current_.get(), column) == SQLITE_NULL;
+    }
+    int integerValue(int column) const override {
+        return sqlite3_column_int(current_.get(), column);
+    }
+    std::string_view textValue(int column) const override {
+        const auto* text =
+            reinterpret_cast<const char*>(sqlite3_column_text(current_.get(), column));
+        return text ? std::string_view(text, size_t(sqlite3_column_bytes(current_.get(), column)))
+                    : std::string_view();
+    }
+    bool endQuery() override {
+        current_.reset();
+        const bool succeeded = !failed_;
+        failed_ = false;
+        return succeeded;
+    }
+
+    bool executeScript(const std::string& sql) override {
+        return inTransaction([&] { return execute(sql); });
+    }
+    bool commit() override {
+        // Autocommit has nothing to commit; an explicit transaction is finished.
+        return sqlite3_get_autocommit(database_.get()) != 0 || execute("COMMIT");
+    }
+    // Schemas of an embedded database are its attached files; setRepositoryName has already
+    // refused a name that is not one of them.
+    bool createSchema(const std::string&) override { return true; }
+    bool defineProcedure(const std::string& prefix, const std::string& name,
+                         const std::string& body) override {
+        const std::string table = prefix + procedureTable;
+        return inTransaction([&] {
+            if (!execute("CREATE TABLE IF NOT EXISTS " + table +
+                         " (ProcName text PRIMARY KEY, ProcBody text NOT NULL)"))
+                return false;
+            StatementHandle store = prepare("INSERT OR REPLACE INTO " + table +
+                                            " (ProcName, ProcBody) VALUES (?1, ?2)");
+            if (!store)
+                return false;
+            sqlite3_bind_text(store.get(), 1, name.data(), int(name.size()), SQLITE_TRANSIENT);
+            sqlite3_bind_text(store.get(), 2, body.data(), int(body.size()), SQLITE_TRANSIENT);
+            return step(store.get());
+        });
+    }
+    bool callProcedure(const std::string& prefix, const std::string& name, bool,
+                       int& result) override {
+        StatementHandle find =
+            prepare("SELECT ProcBody FROM " + prefix + procedureTable + " WHERE ProcName = ?1");
+        if (!find)
+            return false;
+        sqlite3_bind_text(find.get(), 1, name.data(), int(name.size()), SQLITE_TRANSIENT);
+        const int found = sqlite3_step(find.get());
+        if (found != SQLITE_ROW) {
+            error_ = found == SQLITE_DONE ? "the repository holds no procedure " + name
+                                          : sqlite3_errmsg(database_.get());
+            return false;
+        }
+        const std::string body = expandPrefixMarker(
+            reinterpret_cast<const char*>(sqlite3_column_text(find.get(), 0)), prefix);
+        find.reset();
+        result = 0;
+        return inTransaction([&] { return execute(body); });
+    }
+    std::unique_ptr<IBulkTarget> openBulkTarget(const std::string& table) override {
+        StatementHandle probe = prepare("SELECT * FROM " + table);
+        if (!probe)
+            return nullptr;
+        const int columns = sqlite3_column_count(probe.get());
+        std::string text = "INSERT INTO " + table + " VALUES (";
+        for (int column = 1; column <= columns; ++column)
+            text += (column > 1 ? ", ?" : "?") + std::to_string(column);
+        text += ")";
+        StatementHandle insert = prepare(text);
+        if (!insert)
+            return nullptr;
+        return std::make_unique<SqliteBulkTarget>(*this, std::move(insert), text, columns);
+    }
+
+    const std::string& lastError() const override { return error_; }
+
+    // Runs the work inside a transaction of its own, or inside a savepoint when one is
+    // already open, and undoes all of it when the work fails.
+    bool inTransaction(const std::function<bool()>& work) {
+        const bool outermost = sqlite3_get_autocommit(database_.get()) != 0;
+        if (!execute(outermost ? "BEGIN IMMEDIATE" : "SAVEPOINT unit_of_work"))
+            return false;
+        if (work() && execute(outermost ? "COMMIT" : "RELEASE unit_of_work"))
+            return true;
+        const std::string cause = error_;
+        execute(outermost ? "ROLLBACK" : "ROLLBACK TO unit_of_work; RELEASE unit_of_work");
+        error_ = cause;
+        return false;
+    }
+
+    bool execute(const std::string& sql) {
+        char* message = nullptr;
+        if (sqlite3_exec(database_.get(), sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK)
+            return true;
+        error_ = message ? message : sqlite3_errmsg(database_.get());
+        sqlite3_free(message);
+        return false;
+    }
+    bool step(sqlite3_stmt* statement) {
+        const int outcome = sqlite3_step(statement);
+        if (outcome == SQLITE_DONE || outcome == SQLITE_ROW)
+            return true;
+        error_ = sqlite3_errmsg(database_.get());
+        return false;
+    }
+    StatementHandle prepare(const std::string& sql, const char** tail = nullptr) {
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(database_.get(), sql.c_str(), int(sql.size()), &statement, tail) !=
+            SQLITE_OK) {
+            error_ = sqlite3_errmsg(database_.get());
+            sqlite3_finalize(statement);
+            return nullptr;
+        }
+        if (!statement)
+            error_ = "the statement is empty";
+        return StatementHandle(statement);
+    }
+    sqlite3* database() const { return database_.get(); }
+
+private:
+    DatabaseHandle database_;
+    StatementHandle current_;
+    bool rowWaiting_ = false;
+    bool finished_ = true;
+    bool failed_ = false;
+    std::string error_;
+};
+
+bool SqliteBulkTarget::write(const std::vector<BulkValue>& values) {
+    const bool written = backend_.inTransaction([&] { return writeRows(values); });
+    if (!written && error_.empty())
+        error_ = backend_.lastError();
+    return written;
+}
+
+bool SqliteBulkTarget::writeRows(const std::vector<BulkValue>& values) {
+    error_.clear();
+    sqlite3_stmt* insert = insert_.get();
+    for (size_t start = 0; start + size_t(columns_) <= values.size(); start += size_t(columns_)) {
+        sqlite3_reset(insert);
+        for (int column = 0; column < columns_; ++column) {
+            const BulkValue& value = values[start + size_t(column)];
+            switch (value.kind) {
+            case BulkValue::Kind::Null:
+                sqlite3_bind_null(insert, column + 1);
+                break;
+            case BulkValue::Kind::Integer:
+                sqlite3_bind_int(insert, column + 1, value.integer);
+                break;
+            case BulkValue::Kind::Text:
+                sqlite3_bind_text(insert, column + 1, value.text.data(), int(value.text.size()),
+                                  SQLITE_STATIC);
+                break;
+            }
+        }
+        if (sqlite3_step(insert) != SQLITE_DONE) {
+            error_ = sqlite3_errmsg(backend_.database());
+            sqlite3_reset(insert);
+            sqlite3_clear_bindings(insert);
+            return false;
+        }
+    }
+    sqlite3_reset(insert);
+    sqlite3_clear_bindings(insert);
+    return true;
+}
+
+} // namespace
+
+std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mode,
+                                            std::string& error) {
+    std::error_code ignored;
+    if (mode == OpenMode::Existing && !std::filesystem::exists(path, ignored)) {
+        error = "there is no database file '" + path + "'";
+        return nullptr;
+    }
+    sqlite3* opened = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | (mode == OpenMode::Create ? SQLITE_OPEN_CREATE : 0);
+    const int outcome = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+    DatabaseHandle database(opened);
+    if (outcome != SQLITE_OK) {
+        error = opened ? sqlite3_errmsg(opened) : "out of memory";
+        return nullptr;
+    }
+    sqlite3_busy_timeout(database.get(), 5000);
+    sqlite3_extended_result_codes(database.get(), 1);
+    // Opening succeeds on any file; the first read tells whether it is a database.
+    char* message = nullptr;
+    if (sqlite3_exec(database.get(), "SELECT count(*) FROM sqlite_schema", nullptr, nullptr,
+                     &message) != SQLITE_OK) {
+        error = "'" + path + "': " + (message ? message : sqlite3_errmsg(database.get()));
+        sqlite3_free(message);
+        return nullptr;
+    }
+    return std::make_unique<SqliteBackend>(std::move(database));
+}
+
+} // namespace TABLINK

@@ -1,0 +1,39 @@
+#include "platform/database/uniqueconnection.h"
+
+#include "cpplanguage/messages.h"
+#include "platform/database/databaseexceptions.h"
+#include "platform/database/tablink.h"
+
+namespace {
+
+class CConnectionSettings : public IConnectionSettings {
+public:
+    explicit CConnectionSettings(ORLO::String schema) : schema_(std::move(schema)) {}
+    bool GetValue(const ORLO::String& key, ORLO::String& value, int, bool) const override {
+        if (key != IUniqueConnection::SchemaSetting)
+            return false;
+        value = schema_;
+        return true;
+    }
+
+private:
+    ORLO::String schema_;
+};
+
+} // namespace
+
+IUniqueConnection::IUniqueConnection(const ORLO::String& connectionString,
+                                     const ORLO::String& schema, TABLINK::OpenMode mode)
+    : IUniqueConnection(TABLINK::openConnection(connectionString, mode), schema) {}
+
+IUniqueConnection::IUniqueConnection(std::unique_ptr<TABLINK::CConnection> connection,
+                                     const ORLO::String& schema)
+    : connection_(std::move(connection)), settings_(std::make_unique<CConnectionSettings>(schema)) {
+    if (!TABLINK::dbsetrepositoryname(connection_.get(), schema.c_str(), -1, nullptr))
+        CppLanguage::raise<TABLINK::CDatabaseException>(
+            ORLO_HERE, "QEL_DB_CONNECT_ERR",
+            {{"CONNECTION", connection_->description()},
+             {"CAUSE", TABLINK::dblasterror(connection_.get())}});
+}
+
+IUniqueConnection::~IUniqueConnection() = default;

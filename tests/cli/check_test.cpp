@@ -1,0 +1,87 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace {
+
+using TestSupport::runTool;
+
+const std::string base = METAMODEL_SOURCE_DIR "/share/metamodel";
+const std::string review = METAMODEL_SOURCE_DIR "/examples/review";
+const std::string faulty = METAMODEL_SOURCE_DIR "/examples/faulty";
+
+std::vector<std::string> messageIds(const std::string& err) {
+    static const std::regex id(R"(\[([A-Z_]+)\]$)");
+    std::vector<std::string> ids;
+    size_t start = 0;
+    for (size_t end; (end = err.find('\n', start)) != std::string::npos; start = end + 1) {
+        std::smatch match;
+        const std::string line = err.substr(start, end - start);
+        if (std::regex_search(line, match, id))
+            ids.push_back(match[1]);
+    }
+    return ids;
+}
+
+TEST(CheckCommand, TheInstallationAndTheReviewExtensionPass) {
+    const auto run = runTool({"check", review}, base);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.err, "check: the documents pass (0 warnings)\n");
+    EXPECT_EQ(run.out, "");
+    // Not a terminal: no progress line was drawn.
+    EXPECT_EQ(run.err.find('\r'), std::string::npos);
+}
+
+TEST(CheckCommand, AFaultySetShowsEveryFaultInOrderAndFails) {
+    const auto run = runTool({"check", review, faulty}, base);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(messageIds(run.err),
+              (std::vector<std::string>{"QEL_MM_CONFLICT_PROP_NAM", "QEL_MM_INVALID_PROP_CARD",
+                                        "QEL_MM_INVALID_CHARCNAME", "QEL_MM_TWICE_INHERITANCE",
+                                        "QEL_MM_UNKNOWN_EXTEND", "QEL_MM_INVALID_PROP_MERGE",
+                                        "QEL_MM_INVALID_PROP_TYP", "QEL_MM_ONLY_PARTIAL_DECL",
+                                        "QEL_MM_EXIST_ERR"}))
+        << run.err;
+    EXPECT_NE(run.err.find(faulty + "/MetaModel.xml:12:"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(": warning: "), std::string::npos);
+    EXPECT_NE(run.err.find("7 fault"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("check: the documents fail (1 warning)"), std::string::npos);
+}
+
+TEST(CheckCommand, WarningsAloneLeaveTheSetValid) {
+    TestSupport::TempFolder folder;
+    folder.write("user/MetaModel.xml",
+                 "<metaModel file_no=\"9\"><type name=\"ORLO_Mine\" rid=\"1\"><description/>"
+                 "<inheritedCategory name=\"Object\"/></type></metaModel>");
+    const auto run = runTool({"--format", "json", "check", folder.file("user")}, base);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.err.find("{\"severity\":\"warning\",\"id\":\"QEL_MM_RESERVED_CNAME\""),
+              std::string::npos)
+        << run.err;
+}
+
+TEST(CheckCommand, FunctionalFaultsOfTheBuiltModelFailTheCheck) {
+    TestSupport::TempFolder folder;
+    folder.write("ring/MetaModel.xml",
+                 "<metaModel file_no=\"9\">"
+                 "<category name=\"RingA\" rid=\"1\"><description/><inheritedCategory "
+                 "name=\"RingB\"/></category>"
+                 "<category name=\"RingB\" rid=\"2\"><description/><inheritedCategory "
+                 "name=\"RingA\"/></category></metaModel>");
+    const auto run = runTool({"-q", "check", folder.file("ring")}, base);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(messageIds(run.err),
+              (std::vector<std::string>{"QEL_MM_CIRCULAR_INHERITANCE", "QEL_MM_EXIST_ERR"}))
+        << run.err;
+}
+
+TEST(CheckCommand, AFolderThatIsNotThereIsAFailureNotAnEmptyPass) {
+    const auto run = runTool({"check", "/no/such/folder"}, base);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(messageIds(run.err), std::vector<std::string>{"QEL_MM_ROOT_NOT_FOUND"});
+}
+
+} // namespace

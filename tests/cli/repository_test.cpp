@@ -1,0 +1,204 @@
+#include "metamodel/repository/dbmetamodelevents.h"
+#include "metamodel/repository/repositoryschema.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/database/uniqueconnection.h"
+
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+#include "support/testdatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+namespace {
+
+using TestSupport::Backend;
+using TestSupport::runTool;
+using TestSupport::TempFolder;
+using TestSupport::TestDatabase;
+using Lines = std::vector<std::string>;
+
+const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
+// The valid one of the examples; a faulty set is what validation keeps out of a repository.
+const std::string extension = METAMODEL_SOURCE_DIR "/examples/review";
+
+Lines lines(const std::string& text) {
+    Lines result;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        result.push_back(line);
+    return result;
+}
+
+// Writes the installation's base meta-model and the example extension into the repository
+// through the library, the way a transfer does.
+void loadExamples(const std::string& connectionString, const std::string& schema) {
+    IUniqueConnection connection(connectionString, schema);
+    MetaModel::CXMLMetaModelReader documents(false, false);
+    documents.AddRootPath(baseInstallation + "/configuration/Core");
+    documents.AddRootPath(baseInstallation + "/configuration/Languages");
+    documents.AddRootPath(extension);
+    MetaModel::CDBMetaModelEvents sink(connection.GetHandle(), "");
+    documents.SetEvents(&sink);
+    documents.Read();
+}
+
+class ToolOnRepository : public testing::TestWithParam<Backend> {
+protected:
+    void SetUp() override {
+        database_ = std::make_unique<TestDatabase>(GetParam());
+        ASSERT_TRUE(database_->ready()) << database_->problem();
+        uri_ = database_->connectionString();
+    }
+    // The schema on the server shows that it is quoted everywhere; the embedded database
+    // has none but its own.
+    std::string schema() const { return GetParam() == Backend::Postgres ? "Meta Model" : ""; }
+    std::vector<std::string> withSchema(std::vector<std::string> arguments) const {
+        if (!schema().empty()) {
+            arguments.push_back("--schema");
+            arguments.push_back(schema());
+        }
+        return arguments;
+    }
+
+    std::unique_ptr<TestDatabase> database_;
+    std::string uri_;
+};
+
+TEST_P(ToolOnRepository, InitMakesAnEmptyRepositoryAndCanRunAgain) {
+    for (int run = 0; run < 2; ++run) {
+        const auto init = runTool(withSchema({"init", "--db", uri_}));
+        ASSERT_EQ(init.exitCode, 0) << init.err;
+        EXPECT_EQ(init.err, "");
+    }
+    EXPECT_EQ(runTool(withSchema({"-q", "init", "--db", uri_})).out, "");
+    const auto dump = runTool(withSchema({"dump", "--db", uri_}));
+    EXPECT_EQ(dump.exitCode, 0) << dump.err;
+    EXPECT_EQ(dump.out, "");
+    const auto xml = runTool(withSchema({"export", "--db", uri_}));
+    EXPECT_EQ(xml.exitCode, 0) << xml.err;
+    EXPECT_EQ(xml.out, "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\r\n\r\n<metaModel>\r\n"
+                       "</metaModel>\r\n");
+}
+
+TEST_P(ToolOnRepository, DumpAndExportReadTheRepositoryInIdOrder) {
+    ASSERT_EQ(runTool(withSchema({"init", "--db", uri_})).exitCode, 0);
+    loadExamples(uri_, schema());
+
+    const auto fromDocuments = runTool({"dump", extension}, baseInstallation);
+    ASSERT_EQ(fromDocuments.exitCode, 0) << fromDocuments.err;
+    const auto fromRepository = runTool(withSchema({"dump", "--db", uri_}));
+    ASSERT_EQ(fromRepository.exitCode, 0) << fromRepository.err;
+    EXPECT_EQ(fromRepository.err, "");
+
+    // The same lines, partial declarations folded into the element they complete...
+    Lines expected = lines(fromDocuments.out);
+    Lines actual = lines(fromRepository.out);
+    ASSERT_GT(actual.size(), 20u);
+    std::sort(expected.begin(), expected.end());
+    Lines sorted = actual;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(sorted, expected);
+    // ...in the repository's order: elements by id, each followed by its properties by id.
+    int lastElement = -2147483647 - 1;
+    int lastProperty = lastElement;
+    std::string owner;
+    for (const std::string& line : actual) {
+        std::istringstream fields(line);
+        std::string label, id, name;
+        std::getline(fields, label, '\t');
+        std::getline(fields, id, '\t');
+        std::getline(fields, name, '\r');
+        if (label == "Prop") {
+            EXPECT_EQ(name.rfind(owner + ".", 0), 0u) << line;
+            EXPECT_GT(std::stoi(id), lastProperty) << line;
+            lastProperty = std::stoi(id);
+        } else {
+            EXPECT_GT(std::stoi(id), lastElement) << line;
+            lastElement = std::stoi(id);
+            lastProperty = -2147483647 - 1;
+            owner = name;
+        }
+    }
+
+    TempFolder folder;
+    const std::string output = folder.file("repository.xml");
+    const auto exported = runTool(withSchema({"export", "--db", uri_, "-o", output}));
+    ASSERT_EQ(exported.exitCode, 0) << exported.err;
+    const std::string xml = TestSupport::readFile(output);
+    EXPECT_EQ(xml.find("partial"), std::string::npos) << "partial elements are merged";
+    EXPECT_EQ(xml.find("status=\"deprecated\""), std::string::npos)
+        << "the repository reader passes no status on";
+    // The extension's partial type, under the type it completes.
+    const size_t module = xml.find("<type name=\"AlphaModule\"");
+    const size_t moduleEnd = xml.find("</type>", module);
+    ASSERT_NE(module, std::string::npos) << xml;
+    for (const char* part : {"<inheritedCategory name=\"Reviewable\"",
+                             "<property name=\"reviewedLines\" type=\"integer\""})
+        EXPECT_LT(xml.find(part, module), moduleEnd) << part;
+}
+
+TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
+    TempFolder folder;
+    const std::string output = folder.file("out.dump");
+    const auto run = runTool(withSchema({"dump", "--db", uri_, "-o", output}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_DB_REQ_ERR]"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("from "), std::string::npos) << "the statement is named: " << run.err;
+    EXPECT_NE(run.err.find("Cat"), std::string::npos) << run.err;
+    EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, ToolOnRepository,
+                         testing::Values(Backend::Sqlite, Backend::Postgres),
+                         [](const testing::TestParamInfo<Backend>& info) {
+                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
+                         });
+
+TEST(ToolRepositoryFailures, DatabasesThatCannotBeOpenedExitOneWithTheReason) {
+    TempFolder folder;
+    const std::string missing = folder.file("missing.sqlite");
+    auto run = runTool({"dump", "--db", missing});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_DB_CONNECT_ERR]"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(missing), std::string::npos) << run.err;
+    EXPECT_FALSE(std::filesystem::exists(missing)) << "reading creates no database";
+
+    run = runTool({"init", "--db", folder.file("no-such-folder/repository.sqlite")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_DB_CONNECT_ERR]"), std::string::npos) << run.err;
+
+    run = runTool({"export", "--db",
+                   "postgresql://tester:s3cret@/repository?host=" + folder.file("no-server")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("[QEL_DB_CONNECT_ERR]"), std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find("s3cret"), std::string::npos) << "passwords stay out: " << run.err;
+
+    run = runTool({"init", "--db", folder.file("r.sqlite"), "--schema", "elsewhere"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("elsewhere"), std::string::npos) << run.err;
+}
+
+TEST(ToolRepositoryFailures, WrongCombinationsAreUsageErrors) {
+    const std::vector<std::vector<std::string>> wrongCalls = {
+        {"init"},
+        {"init", "--db", "x.sqlite", "extra"},
+        {"init", "--db"},
+        {"dump", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
+        {"export", "--schema", "s"},
+        {"dump", "--db", "a", "--db", "b"},
+    };
+    for (const auto& call : wrongCalls) {
+        const auto run = runTool(call);
+        EXPECT_EQ(run.exitCode, 2) << testing::PrintToString(call);
+        EXPECT_NE(run.err.find("usage: metamodel"), std::string::npos) << run.err;
+    }
+    const auto help = runTool({"--help"});
+    EXPECT_NE(help.out.find("init"), std::string::npos);
+    EXPECT_NE(runTool({"dump", "--help"}).out.find("--db URI"), std::string::npos);
+}
+
+} // namespace

@@ -1,0 +1,134 @@
+#include "metamodel/model/attribute.h"
+#include "metamodel/model/ids.h"
+#include "platform/appdatamanager.h"
+#include "platform/appmsgmanager.h"
+#include "support/messagecapture.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using TestSupport::MessageCapture;
+
+TEST(AttributedItem, ASecondAttributeOfANameHidesTheFirstWhichStaysListed) {
+    QEL::CAttributedItem item;
+    const QEL::IAttribute* first = item.AddAttribute("COLOR", "red");
+    const QEL::IAttribute* second = item.AddAttribute("COLOR", 7);
+    EXPECT_EQ(item.GetAttribute("COLOR"), second);
+    ASSERT_EQ(item.GetAttributes().size(), 2u);
+    EXPECT_TRUE(item.GetAttributes().contains(first));
+    EXPECT_EQ(item.GetAttribute("color"), nullptr) << "names compare exactly";
+    EXPECT_EQ(second->GetStatus(), QEL::EsInactive) << "the caller sets the status";
+}
+
+TEST(AttributedItem, ManyAttributesKeepTheLatestOfEachNameFindable) {
+    QEL::CAttributedItem item;
+    for (int i = 0; i < 20; ++i)
+        item.AddAttribute("A" + std::to_string(i % 12), i);
+    for (int i = 0; i < 12; ++i) {
+        const int latest = i < 8 ? i + 12 : i;
+        ASSERT_EQ(item.GetAttribute("A" + std::to_string(i))->GetIntegerValue(), latest) << i;
+    }
+    EXPECT_EQ(item.GetAttributes().size(), 20u);
+    EXPECT_EQ(item.GetAttribute("A12"), nullptr);
+
+    // A copy owns copies of every attribute, hidden ones included.
+    const QEL::CAttributedItem copy(item);
+    EXPECT_EQ(copy.GetAttributes().size(), 20u);
+    EXPECT_NE(copy.GetAttribute("A3"), item.GetAttribute("A3"));
+    EXPECT_EQ(copy.GetAttribute("A3")->GetIntegerValue(), 15);
+}
+
+TEST(AttributedItem, AskingForTheWrongKindOfValueWarnsAndAnswersNothing) {
+    MessageCapture capture;
+    QEL::CAttributedItem item;
+    const QEL::IAttribute* number = item.AddAttribute("LIMIT", 3);
+    const QEL::IAttribute* text = item.AddAttribute("LABEL", "three");
+    EXPECT_EQ(number->GetStringValue(), ORLO::String::nil());
+    EXPECT_EQ(text->GetIntegerValue(), 0);
+    EXPECT_EQ(number->GetIntegerValue(), 3);
+    EXPECT_EQ(text->GetStringValue(), "three");
+    ASSERT_EQ(capture.ids(), (std::vector<std::string>{"QEL_MM_INVALID_ATTR_TYP_USAGE",
+                                                       "QEL_MM_INVALID_ATTR_TYP_USAGE"}));
+    EXPECT_EQ(capture.argument(0, "ATTR_NAM"), "LIMIT");
+    EXPECT_EQ(capture.argument(1, "ATTR_NAM"), "LABEL");
+}
+
+// A message manager that a host could not set up: it answers its first question with false.
+class UnusableManager : public AppMsgManager::IAppMsgManager {
+public:
+    bool invariant() const override { return false; }
+    void Release() override {}
+    void AddRef() override {}
+    void RemoveRef() override {}
+    CppLanguage::CAppMsg* ExceptionToMsg(const std::exception*) override { return nullptr; }
+    void PostMsg(const CppLanguage::IAppMsg& message) override { real->PostMsg(message); }
+    void FormatMsg(const char*, ...) override {}
+    CppLanguage::CAppMsg* CreateMsg(const char*, ...) override { return nullptr; }
+    void Fill(CppLanguage::CAppMsg& record, const char* id,
+              const AppMsgManager::MessageOrigin& origin,
+              std::span<const CppLanguage::CBindArgNameToVal* const> arguments) override {
+        real->Fill(record, id, origin, arguments);
+    }
+
+private:
+    AppMsgManager::IAppMsgManager* real = AppMsgManager::LoadAppMsgManager();
+};
+
+TEST(AttributedItem, MisuseIsSilentOnlyInProductionWithoutAUsableMessageManager) {
+    QEL::CAttributedItem item;
+    const QEL::IAttribute* number = item.AddAttribute("LIMIT", 3);
+    UnusableManager unusable;
+    MessageCapture capture;
+    AppMsgManager::SetAppMsgManager(&unusable);
+    AppDataManager::AppDataOverrides production;
+    production.hasProductionMode = true;
+    production.productionMode = 1;
+    AppDataManager::SetAppDataOverrides(production);
+    number->GetStringValue();
+    EXPECT_TRUE(capture.ids().empty());
+
+    AppDataManager::AppDataOverrides development = production;
+    development.productionMode = 0;
+    AppDataManager::SetAppDataOverrides(development);
+    number->GetStringValue();
+    EXPECT_EQ(capture.ids().size(), 1u);
+
+    AppMsgManager::SetAppMsgManager(nullptr);
+    AppDataManager::SetAppDataOverrides({});
+}
+
+TEST(IdGroups, EachDirectionKeepsItsFirstRegistration) {
+    QEL::CIds ids;
+    QEL::CIds::CIdGroup& group = ids.CategoryGroup();
+    group.Add("Alpha", 1);
+    group.Add("Beta", 1);
+    group.Add("Alpha", 2);
+    EXPECT_EQ(group.GetName(1), "Alpha");
+    EXPECT_EQ(group.GetId("Beta"), 1);
+    EXPECT_EQ(group.GetId("Alpha"), 1);
+    EXPECT_EQ(group.GetName(2), "Alpha");
+    EXPECT_EQ(group.GetId("Gamma"), int(0x80000000u));
+    EXPECT_EQ(group.GetName(3), "");
+    EXPECT_FALSE(group.Has(3));
+    EXPECT_TRUE(group.Has("Beta"));
+
+    // The groups are separate: a property may have a category's id.
+    EXPECT_FALSE(ids.GetPropertyGroup().Has(1));
+    ids.PropertyGroup().Add("Alpha.size", 1);
+    EXPECT_EQ(ids.GetPropertyGroup().GetName(1), "Alpha.size");
+    EXPECT_EQ(ids.GetCategoryGroup().GetName(1), "Alpha");
+
+    // A copy answers alike, also once the original is gone.
+    auto original = std::make_unique<QEL::CIds>(ids);
+    const QEL::CIds::CIdGroup copy(original->CategoryGroup());
+    original->CategoryGroup().Add("Delta", 4);
+    original.reset();
+    EXPECT_FALSE(copy.Has(4));
+    EXPECT_EQ(copy.GetName(2), "Alpha");
+    EXPECT_EQ(copy.GetId("Beta"), 1);
+}
+
+} // namespace

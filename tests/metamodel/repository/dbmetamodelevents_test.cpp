@@ -1,0 +1,403 @@
+#include "metamodel/metamodelexceptions.h"
+#include "metamodel/repository/dbmetamodelevents.h"
+#include "platform/database/connection.h"
+#include "platform/database/databaseexceptions.h"
+
+#include "repositorytesting.h"
+#include "support/failureinfo.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using MetaModel::CDBMetaModelEvents;
+using MetaModel::IMetaModelEvents;
+using RepositoryTesting::Backend;
+using RepositoryTesting::Repository;
+using Rows = std::vector<std::string>;
+
+constexpr auto Active = IMetaModelEvents::EsActive;
+constexpr auto Deprecated = IMetaModelEvents::EsDeprecated;
+constexpr auto Obsolete = IMetaModelEvents::EsObsolete;
+constexpr auto Inactive = IMetaModelEvents::EsInactive;
+constexpr int NoId = IMetaModelEvents::NoId;
+
+void property(IMetaModelEvents& sink, const char* name, const char* description, const char* type,
+              int minimum, int maximum, const char* merge, int id,
+              IMetaModelEvents::ElementStatus status = Active) {
+    sink.StartProperty(name, description, type, minimum, maximum, merge, id, status);
+    sink.EndProperty();
+}
+
+class RepositoryWriter : public testing::TestWithParam<Backend> {
+protected:
+    void SetUp() override {
+        repository_ = std::make_unique<Repository>(GetParam());
+        ASSERT_TRUE(repository_->database.ready()) << repository_->database.problem();
+    }
+    Rows rows(const std::string& table, const std::string& columns,
+              const std::string& condition = "") const {
+        return repository_->rows(table, columns, condition);
+    }
+
+    std::unique_ptr<Repository> repository_;
+};
+
+// Every event kind, in an order where names are used before they are declared, with partial
+// declarations that complete elements declared elsewhere.
+TEST_P(RepositoryWriter, EveryEventLandsInItsTableWithNamesResolvedAtTheEnd) {
+    CDBMetaModelEvents sink(repository_->handle(), "");
+    EXPECT_TRUE(sink.invariant());
+    sink.Start();
+    sink.StartCategory("Base", false, "Root", 10, Active);
+    sink.Attribute("INF", 7, Active);
+    sink.Attribute("LABEL", "text", Deprecated);
+    sink.StartProperty("size", "Size", "integer", 0, 1, "sum", 100, Active);
+    sink.Attribute("UNIT", "byte", Active);
+    sink.EndProperty();
+    sink.EndCategory(false);
+
+    sink.StartType("File", false, "", 20, Obsolete);
+    sink.InheritedCategory("Base", Active);
+    sink.InheritedCategory("Later", Active);
+    sink.Tree("Folder", "Containment", Active);
+    property(sink, "owner", "", "Folder", 0, -1, "cct_dist_alpha", 101);
+    property(sink, "tags", "Tags", "stringList", 0, -1, "bitor", 102, Inactive);
+    sink.EndType(false);
+
+    sink.StartCategory("Later", false, "L", 5, Active);
+    sink.InheritedCategory("Base", Active);
+    sink.InheritedCategory("Ghost", Active);
+    sink.EndCategory(false);
+    sink.StartType("Folder", false, "F", 30, Active);
+    sink.Attribute("ODD", 3, static_cast<IMetaModelEvents::ElementStatus>(9));
+    property(sink, "kind", "Kind", "dateTime", 1, 1, "unheard-of", 104);
+    sink.EndType(false);
+    sink.StartCategory("Containment", false, "C", 40, Active);
+    sink.EndCategory(false);
+
+    sink.StartCategory("Base", true, "", NoId, Active);
+    sink.Attribute("STRAY", 1, Active);
+    property(sink, "extra", "Extra", "bookmark", 1, 1, "no", 103);
+    sink.InheritedCategory("Later", Active);
+    sink.EndCategory(true);
+    sink.StartType("Folder", true, "", NoId, Active);
+    property(sink, "link", "Link", "reference", 0, 1, "no", 105);
+    sink.EndType(true);
+    sink.End();
+
+    EXPECT_EQ(rows("Cat", "IdCat, CatNam, CatDsc, Status"),
+              (Rows{"5|Later|L|ACTIVE", "10|Base|Root|ACTIVE", "40|Containment|C|ACTIVE"}));
+    EXPECT_EQ(rows("Typ", "IdTyp, TypNam, TypDsc, Status"),
+              (Rows{"20|File|File|OBSOLETE", "30|Folder|F|ACTIVE"}))
+        << "an empty description is stored as the name";
+    // An attribute directly in a partial element has no id to go with.
+    EXPECT_EQ(rows("CatAttr", "IdCat, AttrNam, AttrTyp, IntVal, StrVal, Status"),
+              (Rows{"-2147483648|STRAY|137475|1|NULL|ACTIVE", "10|INF|137475|7|NULL|ACTIVE",
+                    "10|LABEL|137476|NULL|text|DEPRECATED"}));
+    EXPECT_EQ(rows("TypAttr", "IdTyp, AttrNam, AttrTyp, IntVal, StrVal, Status"),
+              (Rows{"30|ODD|137475|3|NULL|"}))
+        << "a status outside the enumeration is stored empty";
+    EXPECT_EQ(rows("PropAttr", "IdProp, AttrNam, AttrTyp, IntVal, StrVal, Status"),
+              (Rows{"100|UNIT|137476|NULL|byte|ACTIVE"}));
+    EXPECT_EQ(rows("CatCat", "IdCat, IdCatParent, Status"),
+              (Rows{"5|-2147483648|ACTIVE", "5|10|ACTIVE", "10|5|ACTIVE"}));
+    EXPECT_EQ(rows("TypCat", "IdTyp, IdCatParent, IsCatProp, Status", "IsCatProp = 1"),
+              (Rows{"20|5|1|ACTIVE", "20|10|1|ACTIVE"}));
+    EXPECT_EQ(rows("TreeCat", "IdFrom, IdTo, IdCat, Status"), (Rows{"20|30|40|ACTIVE"}));
+    EXPECT_EQ(rows("Prop", "IdProp, PropNam, PropDsc, PropTyp, PropMrg, CardMin, CardMax, Status"),
+              (Rows{"100|size|Size|137475|SUM|0|1|ACTIVE", "101|owner|owner|30|CDA|0|-1|ACTIVE",
+                    "102|tags|Tags|-2147483648|BOR|0|-1|INACTIVE",
+                    "103|extra|Extra|137477|NON|1|1|ACTIVE", "104|kind|Kind|137478||1|1|ACTIVE",
+                    "105|link|Link|1028|NON|0|1|ACTIVE"}));
+    // Properties of partial elements belong to the element their name completes.
+    EXPECT_EQ(rows("PropCat", "IdProp, IdCat, Status"), (Rows{"100|10|ACTIVE", "103|10|ACTIVE"}));
+    EXPECT_EQ(rows("TypProp", "IdProp, IdTyp, Status"),
+              (Rows{"101|20|ACTIVE", "102|20|INACTIVE", "104|30|ACTIVE", "105|30|ACTIVE"}));
+    // The work table takes the owner first, the reverse of IN_PROPCAT.
+    EXPECT_EQ(repository_->database.rows("select * from IN_TYPPROP order by 1, 2"),
+              (Rows{"20|101|ACTIVE", "20|102|INACTIVE", "30|104|ACTIVE", "30|105|ACTIVE"}));
+    EXPECT_EQ(repository_->database.rows("select * from IN_PROPCAT order by 1, 2"),
+              (Rows{"100|10|ACTIVE", "103|10|ACTIVE"}));
+}
+
+TEST_P(RepositoryWriter, TypesReachEveryCategoryOfTheirAncestryThroughACircuitToo) {
+    CDBMetaModelEvents sink(repository_->handle(), "");
+    sink.Start();
+    sink.StartType("Leaf", false, "", 1, Active);
+    sink.InheritedCategory("A", Active);
+    sink.EndType(false);
+    sink.StartType("Other", false, "", 2, Active);
+    sink.InheritedCategory("C", Active);
+    sink.InheritedCategory("B", Active);
+    sink.EndType(false);
+    // A -> B -> C -> B: a circuit below a direct parent.
+    for (const auto& [name, id, parent] :
+         {std::tuple{"A", 10, "B"}, std::tuple{"B", 11, "C"}, std::tuple{"C", 12, "B"}}) {
+        sink.StartCategory(name, false, "", id, Active);
+        sink.InheritedCategory(parent, Active);
+        sink.EndCategory(false);
+    }
+    sink.End();
+    EXPECT_EQ(rows("TypCat", "IdTyp, IdCatParent, IsCatProp"),
+              (Rows{"1|10|1", "1|11|0", "1|12|0", "2|11|1", "2|12|1"}))
+        << "a category inherited directly gets no second row";
+}
+
+TEST_P(RepositoryWriter, RepeatedLinksAreStoredOnceAndExactDuplicateRowsDropped) {
+    CDBMetaModelEvents sink(repository_->handle(), "");
+    sink.Start();
+    sink.StartType("T", false, "", 1, Active);
+    sink.InheritedCategory("C", Active);
+    sink.InheritedCategory("C", Active);
+    sink.InheritedCategory("C", Deprecated);
+    sink.Tree("T", "C", Active);
+    sink.Tree("T", "C", Active);
+    sink.Tree("T", "C", Obsolete);
+    sink.Attribute("A", 1, Active);
+    sink.Attribute("A", 1, Active);
+    sink.EndType(false);
+    sink.StartType("T", true, "", NoId, Active);
+    sink.InheritedCategory("C", Active);
+    sink.EndType(true);
+    sink.StartCategory("C", false, "", 2, Active);
+    sink.EndCategory(false);
+    sink.End();
+    EXPECT_EQ(rows("TypCat", "IdTyp, IdCatParent, Status"), (Rows{"1|2|ACTIVE", "1|2|DEPRECATED"}));
+    EXPECT_EQ(rows("TreeCat", "IdFrom, IdTo, IdCat, Status"),
+              (Rows{"1|1|2|ACTIVE", "1|1|2|OBSOLETE"}));
+    EXPECT_EQ(rows("TypAttr", "IdTyp, AttrNam, IntVal"), (Rows{"1|A|1"}));
+}
+
+TEST_P(RepositoryWriter, ANewMetaModelReplacesTheOldOneWhole) {
+    {
+        CDBMetaModelEvents first(repository_->handle(), "");
+        first.Start();
+        first.StartCategory("Old", false, "", 1, Active);
+        first.Attribute("A", 1, Active);
+        property(first, "p", "", "integer", 0, 1, "no", 5);
+        first.EndCategory(false);
+        first.End();
+    }
+    CDBMetaModelEvents second(repository_->handle(), "");
+    second.Start();
+    second.StartType("New", false, "", 2, Active);
+    second.EndType(false);
+    second.End();
+    EXPECT_EQ(rows("Cat", "CatNam"), Rows{});
+    EXPECT_EQ(rows("CatAttr", "AttrNam"), Rows{});
+    EXPECT_EQ(rows("Prop", "PropNam"), Rows{});
+    EXPECT_EQ(rows("PropCat", "IdProp"), Rows{});
+    EXPECT_EQ(rows("Typ", "TypNam"), Rows{"New"});
+}
+
+// A transfer stopped inside FINAL_METAMODEL, here by a table that refuses the rows it is
+// given last, leaves the previous meta-model in every final table.
+TEST_P(RepositoryWriter, AFailureWhileTheFinalTablesAreReplacedLeavesTheOldMetaModel) {
+    {
+        CDBMetaModelEvents first(repository_->handle(), "");
+        first.Start();
+        first.StartType("Old", false, "", 1, Active);
+        property(first, "p", "", "integer", 0, 1, "no", 5);
+        first.EndType(false);
+        first.End();
+    }
+    if (GetParam() == Backend::Sqlite)
+        repository_->database.execute("CREATE TRIGGER refuse BEFORE INSERT ON TypProp BEGIN "
+                                      "SELECT RAISE(ABORT, 'refused by the test'); END");
+    else
+        repository_->database.execute(
+            "CREATE FUNCTION refuse() RETURNS trigger LANGUAGE plpgsql AS "
+            "$$BEGIN RAISE EXCEPTION 'refused by the test'; END$$;"
+            "CREATE TRIGGER refuse BEFORE INSERT ON TypProp FOR EACH ROW EXECUTE FUNCTION "
+            "refuse()");
+    CDBMetaModelEvents second(repository_->handle(), "");
+    second.Start();
+    second.StartType("New", false, "", 2, Active);
+    property(second, "q", "", "string", 0, 1, "no", 6);
+    second.EndType(false);
+    try {
+        second.End();
+        FAIL() << "the refused rows went through";
+    } catch (const MetaModel::CMetaModelEventsException& failure) {
+        EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_PROC_ERR");
+        EXPECT_EQ(TestSupport::failureArgument(failure, "CALL"), "?FINAL_METAMODEL");
+        EXPECT_NE(TestSupport::failureArgument(failure, "CAUSE").find("refused by the test"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(rows("Typ", "TypNam"), Rows{"Old"});
+    EXPECT_EQ(rows("Prop", "PropNam"), Rows{"p"});
+    EXPECT_EQ(rows("TypProp", "IdProp, IdTyp"), Rows{"5|1"});
+}
+
+TEST_P(RepositoryWriter, RefusedStatementsAndMissingProceduresNameWhatFailed) {
+    // A work table that refuses to be emptied.
+    repository_->database.execute("INSERT INTO IN_CAT VALUES (1, 'x', 'x', 'ACTIVE')");
+    if (GetParam() == Backend::Sqlite)
+        repository_->database.execute("CREATE TRIGGER keep BEFORE DELETE ON IN_CAT BEGIN "
+                                      "SELECT RAISE(ABORT, 'kept by the test'); END");
+    else
+        repository_->database.execute(
+            "CREATE FUNCTION keep() RETURNS trigger LANGUAGE plpgsql AS "
+            "$$BEGIN RAISE EXCEPTION 'kept by the test'; END$$;"
+            "CREATE TRIGGER keep BEFORE DELETE ON IN_CAT FOR EACH ROW EXECUTE FUNCTION keep()");
+    {
+        CDBMetaModelEvents sink(repository_->handle(), "");
+        try {
+            sink.Start();
+            FAIL() << "the delete went through";
+        } catch (const MetaModel::CMetaModelEventsException& failure) {
+            EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_REQ_ERR");
+            EXPECT_EQ(TestSupport::failureArgument(failure, "QUERY"), "delete from IN_CAT");
+            EXPECT_NE(TestSupport::failureArgument(failure, "CAUSE").find("kept by the test"),
+                      std::string::npos);
+        }
+    }
+    repository_->database.execute(GetParam() == Backend::Sqlite
+                                      ? "DROP TRIGGER keep; DELETE FROM STORED_PROCEDURES "
+                                        "WHERE ProcName = 'METAMODEL_FLUSHDATA'"
+                                      : "DROP TRIGGER keep ON IN_CAT; DROP PROCEDURE "
+                                        "METAMODEL_FLUSHDATA");
+    CDBMetaModelEvents sink(repository_->handle(), "");
+    sink.Start();
+    try {
+        sink.End();
+        FAIL() << "a missing procedure was called";
+    } catch (const MetaModel::CMetaModelEventsException& failure) {
+        EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_PROC_ERR");
+        EXPECT_EQ(TestSupport::failureArgument(failure, "CALL"), "?METAMODEL_FLUSHDATA");
+    }
+}
+
+TEST_P(RepositoryWriter, AMissingWorkTableStopsTheStreamAtItsStart) {
+    repository_->database.execute("DROP TABLE IN_TREECAT");
+    CDBMetaModelEvents sink(repository_->handle(), "");
+    try {
+        sink.Start();
+        FAIL() << "the stream started without IN_TREECAT";
+    } catch (const RowVault::CRowVaultException& failure) {
+        EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_REQ_ERR");
+        EXPECT_NE(TestSupport::failureArgument(failure, "QUERY").find("IN_TREECAT"),
+                  std::string::npos);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, RepositoryWriter,
+                         testing::Values(Backend::Sqlite, Backend::Postgres),
+                         RepositoryTesting::backendLabel);
+
+// A server whose kind the two real backends never answer: the real embedded database behind
+// it does the work, the fake only claims another kind and records the commit step.
+class FakeServerKind : public TABLINK::IBackend {
+public:
+    FakeServerKind(std::unique_ptr<TABLINK::IBackend> real, int kind, std::vector<std::string>& log)
+        : real_(std::move(real)), kind_(kind), log_(log) {}
+
+    int serverKind() const override { return kind_; }
+    std::string defaultRepositoryName() override { return real_->defaultRepositoryName(); }
+    bool acceptsRepositoryName(const std::string& name) override {
+        return real_->acceptsRepositoryName(name);
+    }
+    bool query(const std::string& sql) override {
+        log_.push_back(sql);
+        return sql == "commit" || real_->query(sql);
+    }
+    bool nextRow() override { return real_->nextRow(); }
+    int columnCount() const override { return real_->columnCount(); }
+    bool isNull(int column) const override { return real_->isNull(column); }
+    int integerValue(int column) const override { return real_->integerValue(column); }
+    std::string_view textValue(int column) const override { return real_->textValue(column); }
+    bool endQuery() override { return real_->endQuery(); }
+    bool executeScript(const std::string& sql) override { return real_->executeScript(sql); }
+    bool commit() override {
+        log_.push_back("<dbcommit>");
+        return true;
+    }
+    bool createSchema(const std::string& schema) override { return real_->createSchema(schema); }
+    bool defineProcedure(const std::string& prefix, const std::string& name,
+                         const std::string& body) override {
+        return real_->defineProcedure(prefix, name, body);
+    }
+    bool callProcedure(const std::string& prefix, const std::string& name, bool wantResult,
+                       int& result) override {
+        log_.push_back("<call " + name + ">");
+        return real_->callProcedure(prefix, name, wantResult, result);
+    }
+    std::unique_ptr<TABLINK::IBulkTarget> openBulkTarget(const std::string& table) override {
+        return real_->openBulkTarget(table);
+    }
+    const std::string& lastError() const override { return real_->lastError(); }
+
+private:
+    std::unique_ptr<TABLINK::IBackend> real_;
+    int kind_;
+    std::vector<std::string>& log_;
+};
+
+class ServerKind : public testing::Test {
+protected:
+    // Writes one category through a connection that claims `kind`; answers the statements,
+    // commits and calls in the order the server saw them.
+    std::vector<std::string> write(int kind) {
+        Repository repository(Backend::Sqlite);
+        EXPECT_TRUE(repository.database.ready());
+        repository.database.execute("INSERT INTO IN_CAT VALUES (9, 'stale', 'stale', 'ACTIVE')");
+        std::string problem;
+        auto real = TABLINK::openSqliteBackend(repository.database.connectionString(),
+                                               TABLINK::OpenMode::Existing, problem);
+        std::vector<std::string> log;
+        IUniqueConnection fake(std::make_unique<TABLINK::CConnection>(
+                                   std::make_unique<FakeServerKind>(std::move(real), kind, log)),
+                               "");
+        CDBMetaModelEvents sink(fake.GetHandle(), "");
+        try {
+            sink.Start();
+            sink.StartCategory("C", false, "", 1, Active);
+            sink.EndCategory(false);
+            sink.End();
+        } catch (const MetaModel::CMetaModelEventsException& failure) {
+            log.push_back("<raised " + TestSupport::failureId(failure) + ">");
+        }
+        workRows = repository.database.rows("select IdCat from IN_CAT");
+        finalRows = repository.database.rows("select CatNam from Cat");
+        return log;
+    }
+    Rows workRows;
+    Rows finalRows;
+};
+
+std::vector<std::string> afterDeletes(const std::vector<std::string>& log) {
+    std::vector<std::string> rest;
+    for (const std::string& entry : log)
+        if (entry.rfind("delete from ", 0) != 0)
+            rest.push_back(entry);
+    return rest;
+}
+
+TEST_F(ServerKind, DecidesOnlyTheCommitStepAfterTheWorkTablesAreEmptied) {
+    const Rows calls = {"<call METAMODEL_FLUSHDATA>", "<call CAT_BUILD_DEPENDENCIES>",
+                        "<call FINAL_METAMODEL>"};
+    for (const int autocommit : {1, 5}) {
+        const auto log = write(autocommit);
+        EXPECT_EQ(log.size(), 11u + 3u) << autocommit;
+        EXPECT_EQ(afterDeletes(log), calls) << autocommit;
+        EXPECT_EQ(finalRows, Rows{"C"});
+    }
+    auto log = write(2);
+    ASSERT_EQ(log.size(), 15u);
+    EXPECT_EQ(log[10], "delete from IN_TYPPROP");
+    EXPECT_EQ(log[11], "commit");
+    log = write(3);
+    ASSERT_EQ(log.size(), 15u);
+    EXPECT_EQ(log[11], "<dbcommit>");
+    EXPECT_EQ(finalRows, Rows{"C"});
+
+    for (const int unknown : {0, 4, 6}) {
+        log = write(unknown);
+        EXPECT_EQ(afterDeletes(log), Rows{"<raised QEL_DB_UNSUPPORTED_SERVER>"}) << unknown;
+        EXPECT_EQ(workRows, Rows{}) << "the work tables are emptied before the kind is asked";
+        EXPECT_EQ(finalRows, Rows{});
+    }
+}
+
+} // namespace

@@ -1,0 +1,217 @@
+#include "metamodel/metamodelexceptions.h"
+#include "metamodel/repository/dbmetamodelevents.h"
+#include "metamodel/repository/dbmetamodelreader.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
+
+#include "repositorytesting.h"
+#include "support/failureinfo.h"
+#include "support/recordingevents.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using MetaModel::CDBMetaModelReader;
+using RepositoryTesting::Backend;
+using RepositoryTesting::Repository;
+using TestSupport::RecordingEvents;
+using Lines = std::vector<std::string>;
+
+Lines readBack(void* handle) {
+    RecordingEvents events;
+    CDBMetaModelReader reader(handle);
+    EXPECT_TRUE(reader.invariant());
+    reader.SetEvents(&events);
+    reader.Read();
+    return events.events;
+}
+
+class RepositoryReader : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(repository_.database.ready()); }
+    void insert(const std::string& values) { repository_.database.execute(values); }
+
+    Repository repository_{Backend::Sqlite};
+};
+
+TEST_F(RepositoryReader, EmptyTablesGiveAStartAndAnEndNamedAfterTheSchema) {
+    RecordingEvents events;
+    CDBMetaModelReader reader(repository_.handle());
+    reader.SetEvents(&events);
+    reader.Read();
+    EXPECT_EQ(events.events, (Lines{"Start", "End"}));
+    EXPECT_EQ(events.GetSource(), "main");
+    EXPECT_FALSE(CDBMetaModelReader(nullptr).invariant());
+}
+
+TEST_F(RepositoryReader, ElementsComeByIdWithTheCategoryFirstOnATie) {
+    insert("INSERT INTO Cat VALUES (5, 'C5', 'c', 'ACTIVE'), (1, 'C1', 'c', 'ACTIVE');"
+           "INSERT INTO Typ VALUES (5, 'T5', 't', 'ACTIVE'), (3, 'T3', 't', 'ACTIVE'),"
+           "(9, 'T9', 't', 'ACTIVE')");
+    EXPECT_EQ(readBack(repository_.handle()),
+              (Lines{"Start", "Source main", "StartCategory C1 full 'c' 1 active",
+                     "EndCategory full", "StartType T3 full 't' 3 active", "EndType full",
+                     "StartCategory C5 full 'c' 5 active", "EndCategory full",
+                     "StartType T5 full 't' 5 active", "EndType full",
+                     "StartType T9 full 't' 9 active", "EndType full", "End"}));
+}
+
+// Bodies come attributes first, then inherited categories, properties with their attributes,
+// and trees; each group in the order of its select; every status is sent as active.
+TEST_F(RepositoryReader, BodiesComeInTheFixedOrderAndStatusesAreNotPassedOn) {
+    insert("INSERT INTO Cat VALUES (5, 'Base', 'Root', 'DEPRECATED'), (7, 'Tree', 'T', 'ACTIVE');"
+           "INSERT INTO Typ VALUES (5, 'Twin', 'same id', 'ACTIVE'),"
+           "(20, 'File', 'F', 'OBSOLETE');"
+           "INSERT INTO TypAttr VALUES (20, 'zeta', 137475, 3, NULL, 'ACTIVE'),"
+           "(20, 'alpha', 137476, NULL, 'text', 'INACTIVE'),"
+           "(20, 'stray', 4242, 99, 'as text', 'ACTIVE');"
+           "INSERT INTO TypCat VALUES (20, 7, 1, 'ACTIVE'), (20, 5, 1, 'DEPRECATED'),"
+           "(20, 99, 1, 'ACTIVE'), (20, 1, 0, 'ACTIVE');"
+           "INSERT INTO Prop VALUES (101, 'b', 'B', 5, 'CDA', 0, -1, 'ACTIVE'),"
+           "(100, 'a', 'A', 137475, 'SUM', 0, 1, 'ACTIVE'),"
+           "(102, 'c', 'C', -2147483648, 'XYZ', 1, 1, 'ACTIVE'),"
+           "(103, 'd', 'D', 1028, 'BOR', 0, 1, 'ACTIVE');"
+           "INSERT INTO PropAttr VALUES (100, 'UNIT', 137476, NULL, 'byte', 'ACTIVE');"
+           "INSERT INTO TypProp VALUES (101, 20, 'ACTIVE'), (100, 20, 'ACTIVE'),"
+           "(102, 20, 'ACTIVE'), (404, 20, 'ACTIVE');"
+           "INSERT INTO PropCat VALUES (100, 5, 'ACTIVE'), (103, 5, 'ACTIVE');"
+           "INSERT INTO TreeCat VALUES (20, 20, 7, 'ACTIVE'), (20, 5, 77, 'ACTIVE')");
+    EXPECT_EQ(
+        readBack(repository_.handle()),
+        (Lines{"Start", "Source main", "StartCategory Base full 'Root' 5 active",
+               "StartProperty a 'A' integer 0..1 sum 100 active", "Attribute UNIT 'byte' active",
+               "EndProperty", "StartProperty d 'D' reference 0..1 bitor 103 active", "EndProperty",
+               "EndCategory full",
+               // Categories and types share their ids: links of owner 5 go to both.
+               "StartType Twin full 'same id' 5 active",
+               "StartProperty a 'A' integer 0..1 sum 100 active", "Attribute UNIT 'byte' active",
+               "EndProperty", "StartProperty d 'D' reference 0..1 bitor 103 active", "EndProperty",
+               "EndType full", "StartCategory Tree full 'T' 7 active", "EndCategory full",
+               "StartType File full 'F' 20 active", "Attribute alpha 'text' active",
+               "Attribute stray 'as text' active", "Attribute zeta int 3 active",
+               // By parent id; an unknown parent comes as its digits; IsCatProp 0 is not read.
+               "InheritedCategory Base active", "InheritedCategory Tree active",
+               "InheritedCategory 99 active", "StartProperty a 'A' integer 0..1 sum 100 active",
+               "Attribute UNIT 'byte' active", "EndProperty",
+               // A type id shared by a category and a type names the category.
+               "StartProperty b 'B' Base 0..-1 cct_dist_alpha 101 active", "EndProperty",
+               "StartProperty c 'C' -2147483648 1..1  102 active", "EndProperty",
+               // A link to a property that is not there plays the empty default.
+               "StartProperty  '' -1 0..-1  -1 active", "EndProperty", "Tree File Tree active",
+               "Tree Base 77 active", "EndType full", "End"}));
+}
+
+TEST_F(RepositoryReader, AMissingTableIsARequestFailureBeforeTheStreamStarts) {
+    repository_.database.execute("DROP TABLE TypCat");
+    RecordingEvents events;
+    CDBMetaModelReader reader(repository_.handle());
+    reader.SetEvents(&events);
+    try {
+        reader.Read();
+        FAIL() << "read without TypCat";
+    } catch (const MetaModel::CMetaModelReaderException& failure) {
+        EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_REQ_ERR");
+        EXPECT_EQ(TestSupport::failureArgument(failure, "QUERY"),
+                  "select IdTyp,IdCatParent,Status from TypCat where IsCatProp = 1 order by "
+                  "IdCatParent");
+        EXPECT_NE(TestSupport::failureArgument(failure, "CAUSE").find("TypCat"), std::string::npos);
+    }
+    EXPECT_EQ(events.events, Lines{});
+}
+
+// A meta-model written from documents and read back, on both servers: what the two sides
+// are required to change (statuses, empty descriptions, partial elements merged, body order)
+// and nothing else.
+class RepositoryRoundTrip : public testing::TestWithParam<Backend> {};
+
+const char* const document = R"(<?xml version="1.0" encoding="utf-8"?>
+<metaModel file_no="2">
+  <type name="Leaf" rid="9" status="deprecated">
+    <description/>
+    <inheritedCategory name="Root"/>
+    <tree parent="Leaf" category="Walk"/>
+    <attribute name="zz" stringValue="last"/>
+    <attribute name="aa" intValue="-4"/>
+    <property name="next" rid="12" type="Leaf" maximalCardinality="*">
+      <description>Following leaf</description>
+    </property>
+    <property name="count" rid="11" type="integer" merge="sum">
+      <description>How many</description>
+      <attribute name="INF_TYPE" intValue="3"/>
+    </property>
+  </type>
+  <category name="Root" rid="1">
+    <description>Top &amp; bottom</description>
+  </category>
+  <category name="Walk" rid="2">
+    <description>Walk</description>
+  </category>
+  <partial_category name="Root">
+    <property name="label" rid="13" type="string" merge="cct_dist_alpha">
+      <description>Label</description>
+    </property>
+  </partial_category>
+</metaModel>
+)";
+
+TEST_P(RepositoryRoundTrip, DocumentsComeBackInTheRepositorysOrder) {
+    Repository repository(GetParam(), GetParam() == Backend::Postgres ? "Meta \"Model\"" : "");
+    ASSERT_TRUE(repository.database.ready()) << repository.database.problem();
+    TestSupport::TempFolder folder;
+    MetaModel::CXMLMetaModelReader documents(false, false);
+    documents.addFile(folder.write("MetaModel.xml", document));
+    {
+        MetaModel::CDBMetaModelEvents sink(repository.handle(), "");
+        documents.SetEvents(&sink);
+        documents.Read();
+    }
+    const Lines read = readBack(repository.handle());
+    const std::string source = GetParam() == Backend::Postgres ? "Meta \"Model\"" : "main";
+    const std::string root = "Attribute ROOT_PATH '" + folder.path().string() + "' active";
+    EXPECT_EQ(read, (Lines{"Start",
+                           "Source " + source,
+                           "StartCategory Root full 'Top & bottom' 2002001 active",
+                           root,
+                           "StartProperty label 'Label' string 0..1 cct_dist_alpha 2002013 active",
+                           "EndProperty",
+                           "EndCategory full",
+                           "StartCategory Walk full 'Walk' 2002002 active",
+                           root,
+                           "EndCategory full",
+                           "StartType Leaf full 'Leaf' 2002009 active",
+                           "Attribute KEY_CLASS int 2002009 active",
+                           root,
+                           "Attribute aa int -4 active",
+                           "Attribute zz 'last' active",
+                           "InheritedCategory Root active",
+                           "StartProperty count 'How many' integer 0..1 sum 2002011 active",
+                           "Attribute INF_TYPE int 3 active",
+                           "EndProperty",
+                           "StartProperty next 'Following leaf' Leaf 0..-1 no 2002012 active",
+                           "EndProperty",
+                           "Tree Leaf Walk active",
+                           "EndType full",
+                           "End"}));
+    // Written into the schema named, nowhere else.
+    EXPECT_EQ(repository.rows("Typ", "TypNam"), Lines{"Leaf"});
+
+    // Read back and written again, the repository holds the same rows.
+    const Lines before = repository.rows("Prop", "IdProp, PropNam, PropDsc, PropTyp, PropMrg");
+    {
+        MetaModel::CDBMetaModelEvents sink(repository.handle(), "");
+        CDBMetaModelReader reader(repository.handle());
+        reader.SetEvents(&sink);
+        reader.Read();
+    }
+    EXPECT_EQ(repository.rows("Prop", "IdProp, PropNam, PropDsc, PropTyp, PropMrg"), before);
+    EXPECT_EQ(readBack(repository.handle()), read);
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, RepositoryRoundTrip,
+                         testing::Values(Backend::Sqlite, Backend::Postgres),
+                         RepositoryTesting::backendLabel);
+
+} // namespace

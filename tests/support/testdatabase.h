@@ -1,0 +1,47 @@
+#pragma once
+
+#include "support/tempfolder.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace TestSupport {
+
+enum class Backend { Sqlite, Postgres };
+
+std::string backendName(Backend backend);
+inline std::ostream& operator<<(std::ostream& out, Backend backend) {
+    return out << backendName(backend);
+}
+
+// A new, empty database of one backend for one test: a file in a temporary folder, or a
+// database of the PostgreSQL test server. Tests look at it through the server's own client
+// library, beside the code under test. A database that cannot be made is no reason to skip:
+// `ready()` is false and `problem()` tells why.
+class TestDatabase {
+public:
+    explicit TestDatabase(Backend backend);
+    ~TestDatabase();
+    TestDatabase(const TestDatabase&) = delete;
+    TestDatabase& operator=(const TestDatabase&) = delete;
+
+    Backend backend() const { return backend_; }
+    bool ready() const { return problem_.empty(); }
+    const std::string& problem() const { return problem_; }
+    const std::string& connectionString() const { return connectionString_; }
+
+    // The rows of a query, one "value|value|NULL" line each, in the order the server gives.
+    std::vector<std::string> rows(const std::string& sql) const;
+    // Runs statements; throws std::runtime_error with the server's reason when refused.
+    void execute(const std::string& sql) const;
+
+private:
+    Backend backend_;
+    std::unique_ptr<TempFolder> folder_;
+    std::string connectionString_;
+    std::string problem_;
+};
+
+} // namespace TestSupport
