@@ -20,7 +20,9 @@ struct SourceSite {
 };
 
 #define ORLO_HERE                                                                                  \
-    ::CppLanguage::SourceSite { __FILE__, __LINE__, __DATE__, __TIME__ }
+    ::CppLanguage::SourceSite {                                                                    \
+        __FILE__, __LINE__, __DATE__, __TIME__                                                     \
+    }
 
 // One named argument, as text; numbers are bound as decimal text.
 struct MsgArg {

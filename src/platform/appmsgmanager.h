@@ -11,10 +11,10 @@
 namespace AppMsgManager {
 
 // Tags of the variadic interface; each is followed by the values named beside it.
-constexpr unsigned long long TagOutMessage = 0xfffffffffffff1f1ULL; // 0, then CAppMsg*
-constexpr unsigned long long TagDocument = 0xf2f2f2f2f2f2f2f1ULL;   // const char*
-constexpr unsigned long long TagPosition = 0xf3f3f3f3f3f3f3f1ULL;   // int line, int column
-constexpr unsigned long long TagComponent = 0xf5f5f5f5f5f5f5f1ULL;  // const char*
+constexpr unsigned long long TagOutMessage = 0xfffffffffffff1f1ULL;  // 0, then CAppMsg*
+constexpr unsigned long long TagDocument = 0xf2f2f2f2f2f2f2f1ULL;    // const char*
+constexpr unsigned long long TagPosition = 0xf3f3f3f3f3f3f3f1ULL;    // int line, int column
+constexpr unsigned long long TagComponent = 0xf5f5f5f5f5f5f5f1ULL;   // const char*
 constexpr unsigned long long TagLibraryFile = 0xf6f6f6f6f6f6f6f1ULL; // const char*
 constexpr unsigned long long TagLibraryLine = 0xf8f8f8f8f8f8f8f1ULL; // int
 

@@ -76,7 +76,9 @@ public:
 
 // The platform's path separator, and whether a character separates path pieces on input.
 constexpr char PathSeparator = '/';
-inline bool isPathSeparator(char c) { return c == '/' || c == '\\'; }
+inline bool isPathSeparator(char c) {
+    return c == '/' || c == '\\';
+}
 
 } // namespace ORLO
 

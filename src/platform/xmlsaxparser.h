@@ -97,8 +97,8 @@ public:
     void endDocument() override {}
     void startXMLNamespace(const String&, const String&) override {}
     void endXMLNamespace(const String&) override {}
-    void startElement(const String&, const String&, const String&,
-                      const IXmlAttributes&) override {}
+    void startElement(const String&, const String&, const String&, const IXmlAttributes&) override {
+    }
     void endElement(const String&, const String&, const String&) override {}
     void characters(const String&) override {}
     void ignorableWhitespace(const String&) override {}
@@ -136,8 +136,7 @@ public:
     // The two flags are accepted for the callers' sake and select nothing: every parse is
     // non-validating and never loads anything from outside the document.
     virtual bool parseFile(const String& path, const bool& validate, const bool& namespaces) = 0;
-    virtual bool parseString(const String& text, const bool& validate,
-                             const bool& namespaces) = 0;
+    virtual bool parseString(const String& text, const bool& validate, const bool& namespaces) = 0;
 };
 
 // A SAX parse over libxml2. One parser parses many documents in turn with one handler. An
