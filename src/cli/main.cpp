@@ -12,6 +12,13 @@ namespace {
 constexpr const char* version = "0.1.0";
 constexpr int exitUsage = 2;
 
+int usageFailure(const Cli::UsageError& problem) {
+    std::fprintf(stderr, "metamodel: %s\n%s\nTry 'metamodel %s--help' for more.\n", problem.what(),
+                 Cli::usageLine(problem.command()).c_str(),
+                 problem.command().empty() ? "" : (problem.command() + " ").c_str());
+    return exitUsage;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -20,10 +27,7 @@ int main(int argc, char** argv) {
     try {
         line = Cli::parseCommandLine(words);
     } catch (const Cli::UsageError& problem) {
-        std::fprintf(stderr, "metamodel: %s\n%s\nTry 'metamodel %s--help' for more.\n",
-                     problem.what(), Cli::usageLine(problem.command()).c_str(),
-                     problem.command().empty() ? "" : (problem.command() + " ").c_str());
-        return exitUsage;
+        return usageFailure(problem);
     }
     if (line.global.version) {
         std::printf("metamodel %s\n", version);
@@ -37,6 +41,9 @@ int main(int argc, char** argv) {
     Cli::installDiagnostics(line.global.format);
     try {
         return Cli::findCommand(line.command)->run(line.global, line.arguments);
+    } catch (const Cli::UsageError& problem) {
+        // Some wrong calls show only once a command looks at its options together.
+        return usageFailure(problem);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
         return 1;
