@@ -81,28 +81,35 @@ bool FunctionalValidator::treeHasNoCircuit(const QEL::IMetaModel* model,
 }
 
 bool FunctionalValidator::inheritanceHasCircuit(const QEL::IMetaModel* model) const {
+    std::set<const QEL::ICategory*> clean;
     for (const QEL::ICategory* category : model->GetCategories()) {
         std::set<const QEL::ICategory*> path;
-        if (hasCircuit(category, path))
+        if (hasCircuit(category, path, clean))
             return true;
     }
     return false;
 }
 
-// Each branch walks with its own copy of the path, so only a true circuit is found and a
-// diamond of inheritance stays legal.
+// Each branch sees only the categories above it on its own way down, so only a true circuit
+// is found and a diamond of inheritance stays legal. A category whose whole ancestry was
+// walked without a circuit cannot close one on any later way down either (a circuit through
+// it would have shown from it), so it is not walked again: that keeps the walk linear where
+// the ways down multiply.
 bool FunctionalValidator::hasCircuit(const QEL::ICategory* category,
-                                     std::set<const QEL::ICategory*>& path) const {
+                                     std::set<const QEL::ICategory*>& path,
+                                     std::set<const QEL::ICategory*>& clean) const {
     if (path.count(category) != 0) {
         fault("QEL_MM_CIRCULAR_INHERITANCE", {{"CATEGORY_NAME", category->GetName()}});
         return true;
     }
+    if (clean.count(category) != 0)
+        return false;
     path.insert(category);
-    for (const QEL::ICategory* parent : category->GetLocalCategories()) {
-        std::set<const QEL::ICategory*> branch(path);
-        if (hasCircuit(parent, branch))
+    for (const QEL::ICategory* parent : category->GetLocalCategories())
+        if (hasCircuit(parent, path, clean))
             return true;
-    }
+    path.erase(category);
+    clean.insert(category);
     return false;
 }
 

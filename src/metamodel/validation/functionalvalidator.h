@@ -27,7 +27,8 @@ public:
     bool astIsCorrect(const QEL::IMetaModel* model) const;
 
 private:
-    bool hasCircuit(const QEL::ICategory* category, std::set<const QEL::ICategory*>& path) const;
+    bool hasCircuit(const QEL::ICategory* category, std::set<const QEL::ICategory*>& path,
+                    std::set<const QEL::ICategory*>& clean) const;
 
     int errorCount_ = 0;
 };

@@ -124,8 +124,7 @@ void CValidationMetaModelEvents::OnStart() {
 
 bool CValidationMetaModelEvents::startElement(Records& own, const Records& other,
                                               const char* nameConflict, const char* idConflict,
-                                              const String& name, bool partial,
-                                              const String& description, int id) {
+                                              const String& name, bool partial, int id) {
     const Location location = currentLocation();
     const auto declared = own.find(name);
     if (other.count(name) != 0 ||
@@ -147,24 +146,21 @@ bool CValidationMetaModelEvents::startElement(Records& own, const Records& other
         item.id = id;
         item.location = location;
     }
-    item.description = description;
     currentProperty_ = nullptr;
     return true;
 }
 
-void CValidationMetaModelEvents::OnStartCategory(const String& name, bool partial,
-                                                 const String& description, int id,
-                                                 const ElementStatus&) {
+void CValidationMetaModelEvents::OnStartCategory(const String& name, bool partial, const String&,
+                                                 int id, const ElementStatus&) {
     // Categories answer to no name rule at all; only types do.
     startElement(categories_, types_, "QEL_MM_CONFLICT_CAT_NAM", "QEL_MM_CONFLICT_CAT_ID", name,
-                 partial, description, id);
+                 partial, id);
 }
 
-void CValidationMetaModelEvents::OnStartType(const String& name, bool partial,
-                                             const String& description, int id,
-                                             const ElementStatus&) {
+void CValidationMetaModelEvents::OnStartType(const String& name, bool partial, const String&,
+                                             int id, const ElementStatus&) {
     const bool accepted = startElement(types_, categories_, "QEL_MM_CONFLICT_TYP_NAM",
-                                       "QEL_MM_CONFLICT_TYP_ID", name, partial, description, id);
+                                       "QEL_MM_CONFLICT_TYP_ID", name, partial, id);
     if (!accepted || partial || currentItem_->id <= lastBuiltinId)
         return;
     const Location location = currentLocation();
@@ -174,7 +170,7 @@ void CValidationMetaModelEvents::OnStartType(const String& name, bool partial,
         warning(location, "QEL_MM_RESERVED_CNAME", {{"NAME", name}});
 }
 
-void CValidationMetaModelEvents::OnStartProperty(const String& name, const String& description,
+void CValidationMetaModelEvents::OnStartProperty(const String& name, const String&,
                                                  const String& type, const int& minimalCardinality,
                                                  const int& maximalCardinality, const String& merge,
                                                  int id, const ElementStatus&) {
@@ -182,23 +178,32 @@ void CValidationMetaModelEvents::OnStartProperty(const String& name, const Strin
     if (!currentItem_)
         return;
     TypeOrCategory& owner = *currentItem_;
-    for (const auto& [propertyId, property] : owner.properties)
+    PropertyRecord* sameId = nullptr;
+    for (PropertyRecord& property : owner.properties) {
         if (property.name == name) {
             // Dropped: its attributes land on the owner.
             error(location, "QEL_MM_CONFLICT_PROP_NAM", {{"ID", id}, {"NAM", name}});
             return;
         }
+        if (property.id == id)
+            sameId = &property;
+    }
     if (!propertyIds_.insert(id).second)
         error(location, "QEL_MM_CONFLICT_PROP_ID", {{"ID", id}, {"NAM", name}});
 
-    PropertyRecord record;
-    record.id = id;
-    record.name = name;
-    record.description = description;
-    record.type = type;
-    record.merge = merge;
-    record.location = location;
-    currentProperty_ = &owner.properties.emplace(id, std::move(record)).first->second;
+    // A second property of an id this owner already has is not kept; its attributes go to
+    // the first.
+    if (sameId) {
+        currentProperty_ = sameId;
+    } else {
+        PropertyRecord& record = owner.properties.emplace_back();
+        record.id = id;
+        record.name = name;
+        record.type = type;
+        record.merge = merge;
+        record.location = location;
+        currentProperty_ = &record;
+    }
 
     // The owner's id decides, and an owner seen only partially so far has id 0.
     if (owner.id > lastBuiltinId && !checkUserPropertyName(name))
@@ -220,8 +225,8 @@ void CValidationMetaModelEvents::OnEndProperty() {
     currentProperty_ = nullptr;
 }
 
-void CValidationMetaModelEvents::attribute(const String& name, const AttributeValue& value) {
-    std::map<String, AttributeValue>* attributes = nullptr;
+void CValidationMetaModelEvents::attribute(const String& name) {
+    std::vector<String>* attributes = nullptr;
     const String* context = nullptr;
     if (currentProperty_) {
         attributes = &currentProperty_->attributes;
@@ -232,18 +237,21 @@ void CValidationMetaModelEvents::attribute(const String& name, const AttributeVa
     } else {
         return;
     }
-    if (!attributes->emplace(name, value).second)
+    // A string and an integer attribute of one name collide too: only the name counts.
+    if (std::find(attributes->begin(), attributes->end(), name) != attributes->end())
         error(currentLocation(), "QEL_MM_DUPLICATE_ATTRIBUTE",
               {{"CTXT", *context}, {"NAME", name}});
+    else
+        attributes->push_back(name);
 }
 
-void CValidationMetaModelEvents::OnAttribute(const String& name, int value, const ElementStatus&) {
-    attribute(name, AttributeValue{String(), value});
+void CValidationMetaModelEvents::OnAttribute(const String& name, int, const ElementStatus&) {
+    attribute(name);
 }
 
-void CValidationMetaModelEvents::OnAttribute(const String& name, const String& value,
+void CValidationMetaModelEvents::OnAttribute(const String& name, const String&,
                                              const ElementStatus&) {
-    attribute(name, AttributeValue{value, 0});
+    attribute(name);
 }
 
 void CValidationMetaModelEvents::OnInheritedCategory(const String& name, const ElementStatus&) {
@@ -278,14 +286,21 @@ void CValidationMetaModelEvents::checkInheritance(const TypeOrCategory& item) {
 }
 
 void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
-    for (const auto& [id, property] : item.properties) {
-        if (!isPropertyTypeWord(property.type) && categories_.count(property.type) == 0 &&
-            types_.count(property.type) == 0)
-            error(property.location, "QEL_MM_INVALID_PROP_TYP",
-                  {{"CTXT", item.name}, {"PROP_NAM", property.name}});
-        if (!isMergeWord(property.merge))
-            error(property.location, "QEL_MM_INVALID_PROP_MERGE",
-                  {{"CTXT", item.name}, {"PROP_MRG", property.merge}, {"PROP_NAM", property.name}});
+    std::vector<const PropertyRecord*> byId;
+    byId.reserve(item.properties.size());
+    for (const PropertyRecord& property : item.properties)
+        byId.push_back(&property);
+    std::sort(byId.begin(), byId.end(),
+              [](const PropertyRecord* a, const PropertyRecord* b) { return a->id < b->id; });
+    for (const PropertyRecord* property : byId) {
+        if (!isPropertyTypeWord(property->type) && categories_.count(property->type) == 0 &&
+            types_.count(property->type) == 0)
+            error(property->location, "QEL_MM_INVALID_PROP_TYP",
+                  {{"CTXT", item.name}, {"PROP_NAM", property->name}});
+        if (!isMergeWord(property->merge))
+            error(
+                property->location, "QEL_MM_INVALID_PROP_MERGE",
+                {{"CTXT", item.name}, {"PROP_MRG", property->merge}, {"PROP_NAM", property->name}});
     }
 }
 
@@ -311,17 +326,28 @@ void CValidationMetaModelEvents::checkCategory(const TypeOrCategory& item) {
               {{"UNKNOWN", item.name}, {"LOCATION", describe(item.location)}});
 }
 
+std::vector<const CValidationMetaModelEvents::TypeOrCategory*>
+CValidationMetaModelEvents::byName(const Records& records) {
+    std::vector<const TypeOrCategory*> sorted;
+    sorted.reserve(records.size());
+    for (const auto& [name, item] : records)
+        sorted.push_back(&item);
+    std::sort(sorted.begin(), sorted.end(),
+              [](const TypeOrCategory* a, const TypeOrCategory* b) { return a->name < b->name; });
+    return sorted;
+}
+
 void CValidationMetaModelEvents::OnEnd() {
     // Trees are judged on types only and partial-only declarations on categories only.
-    for (const auto& [name, item] : types_) {
-        checkInheritance(item);
-        checkProperties(item);
-        checkTrees(item);
+    for (const TypeOrCategory* item : byName(types_)) {
+        checkInheritance(*item);
+        checkProperties(*item);
+        checkTrees(*item);
     }
-    for (const auto& [name, item] : categories_) {
-        checkInheritance(item);
-        checkProperties(item);
-        checkCategory(item);
+    for (const TypeOrCategory* item : byName(categories_)) {
+        checkInheritance(*item);
+        checkProperties(*item);
+        checkCategory(*item);
     }
     if (throwAtEnd_ && !valid_)
         CppLanguage::raiseAt<CSemanticMetaModelException>(ORLO_HERE, {}, "QEL_MM_EXIST_ERR",

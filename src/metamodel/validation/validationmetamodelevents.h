@@ -3,9 +3,11 @@
 #include "cpplanguage/messages.h"
 #include "metamodel/stream/metamodelevents.h"
 
-#include <map>
+#include <functional>
 #include <memory>
-#include <set>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace MetaModel {
@@ -53,11 +55,6 @@ private:
         int column = 0;
     };
 
-    struct AttributeValue {
-        String text;
-        int number = 0;
-    };
-
     struct InheritanceRecord {
         String name;
         Location location;
@@ -69,13 +66,13 @@ private:
         Location location;
     };
 
+    // Only what a rule looks at is kept: descriptions and attribute values never are.
     struct PropertyRecord {
         int id = 0;
         String name;
-        String description;
         String type;
         String merge;
-        std::map<String, AttributeValue> attributes;
+        std::vector<String> attributes;
         Location location;
     };
 
@@ -85,21 +82,24 @@ private:
         bool partiallyDeclared = false;
         Location location;
         String name;
-        String description;
         std::vector<InheritanceRecord> inherited;
         std::vector<TreeRecord> trees;
-        std::map<String, AttributeValue> attributes;
-        // By ascending property id; a second record of a taken id is not kept.
-        std::map<int, PropertyRecord> properties;
+        std::vector<String> attributes;
+        // In arrival order, one per id; the end-of-stream checks go by ascending id.
+        std::vector<PropertyRecord> properties;
     };
 
-    using Records = std::map<String, TypeOrCategory>;
+    struct NameHash {
+        size_t operator()(const String& name) const { return std::hash<std::string_view>()(name); }
+    };
+    using Records = std::unordered_map<String, TypeOrCategory, NameHash>;
 
     // Answers whether the declaration was accepted.
     bool startElement(Records& own, const Records& other, const char* nameConflict,
-                      const char* idConflict, const String& name, bool partial,
-                      const String& description, int id);
-    void attribute(const String& name, const AttributeValue& value);
+                      const char* idConflict, const String& name, bool partial, int id);
+    void attribute(const String& name);
+    // The records of a map in ascending name order, as the end-of-stream checks report.
+    static std::vector<const TypeOrCategory*> byName(const Records& records);
     void checkInheritance(const TypeOrCategory& item);
     void checkProperties(const TypeOrCategory& item);
     void checkTrees(const TypeOrCategory& item);
@@ -115,8 +115,8 @@ private:
 
     Records types_;
     Records categories_;
-    std::set<int> declaredIds_;
-    std::set<int> propertyIds_;
+    std::unordered_set<int> declaredIds_;
+    std::unordered_set<int> propertyIds_;
     TypeOrCategory* currentItem_ = nullptr;
     std::unique_ptr<TypeOrCategory> currentDeclaration_;
     PropertyRecord* currentProperty_ = nullptr;
