@@ -119,8 +119,8 @@ void CMetaModelBuilder::OnStartProperty(const String& name, const String& descri
     String fullName;
     fullName.reserve(owner.size() + 1 + name.size());
     fullName.append(owner).append(1, '.').append(name);
-    currentProperty_ = model_->AddProperty(name, fullName, description, typeText, merge, id,
-                                           minimalCardinality, maximalCardinality);
+    currentProperty_ = model_->AddProperty(name, std::move(fullName), description, typeText, merge,
+                                           id, minimalCardinality, maximalCardinality);
     currentProperty_->SetCategory(currentCategory_);
     currentProperty_->SetStatus(effectiveStatus(currentCategory_->GetStatus(), status));
     currentCategory_->AddProperty(currentProperty_);

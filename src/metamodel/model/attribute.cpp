@@ -1,6 +1,9 @@
 #include "metamodel/model/attribute.h"
 
+#include "metamodel/model/arena.h"
 #include "metamodel/model/reporting.h"
+
+#include <utility>
 
 namespace QEL {
 
@@ -36,7 +39,8 @@ std::unique_ptr<CAttribute> copyOf(const IAttribute& attribute) {
 
 } // namespace
 
-CAttributedItem::CAttributedItem(const CAttributedItem& other) : IAttributedItem(other) {
+CAttributedItem::CAttributedItem(const CAttributedItem& other)
+    : IAttributedItem(other), arena_(nullptr) {
     copyFrom(other);
 }
 
@@ -54,8 +58,9 @@ CAttributedItem::~CAttributedItem() {
 
 void CAttributedItem::deleteAll() {
     byName_.clear();
-    for (const IAttribute* attribute : attributes_)
-        delete attribute;
+    if (!arena_)
+        for (const IAttribute* attribute : attributes_)
+            delete attribute;
     attributes_.clear();
 }
 
@@ -77,26 +82,44 @@ const IAttribute* CAttributedItem::GetAttribute(const ORLO::String& name) const 
     return nullptr;
 }
 
-CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, const ORLO::String& value) {
-    auto attribute = std::make_unique<CStringAttribute>(name, value);
-    CAttribute* added = attribute.get();
-    AddAttribute(std::move(attribute));
+template <class Made, class... Args> CAttribute* CAttributedItem::make(Args&&... args) {
+    // A fresh attribute cannot be listed yet.
+    if (!arena_) {
+        auto attribute = std::make_unique<Made>(std::forward<Args>(args)...);
+        attributes_.append(attribute.get());
+        CAttribute* added = attribute.release();
+        index(added);
+        return added;
+    }
+    CAttribute* added = arena_->make<Made>(std::forward<Args>(args)...);
+    attributes_.append(added);
+    index(added);
     return added;
 }
 
+CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, const ORLO::String& value) {
+    return make<CStringAttribute>(name, value);
+}
+
 CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, int value) {
-    auto attribute = std::make_unique<CIntegerAttribute>(name, value);
-    CAttribute* added = attribute.get();
-    AddAttribute(std::move(attribute));
-    return added;
+    return make<CIntegerAttribute>(name, value);
 }
 
 void CAttributedItem::AddAttribute(std::unique_ptr<IAttribute> attribute) {
     if (!attribute || attributes_.contains(attribute.get()))
         return;
     const IAttribute* added = attribute.get();
-    attributes_.insert(added);
-    attribute.release();
+    if (arena_) {
+        arena_->adopt(std::move(attribute));
+        attributes_.append(added);
+    } else {
+        attributes_.append(added);
+        attribute.release();
+    }
+    index(added);
+}
+
+void CAttributedItem::index(const IAttribute* added) {
     if (!byName_.empty()) {
         byName_.insert_or_assign(std::string_view(added->GetName()), added);
     } else if (attributes_.size() > indexFrom) {

@@ -8,6 +8,8 @@
 
 namespace QEL {
 
+class CArena;
+
 class CAttribute : public IAttribute {
 public:
     explicit CAttribute(const ORLO::String& name) : name_(name) {}
@@ -50,8 +52,9 @@ private:
     ORLO::String value_;
 };
 
-// The attribute store of categories, types and properties. It owns its attributes. A second
-// attribute of a name already there hides the first from GetAttribute, while both stay listed.
+// The attribute store of categories, types and properties. It owns its attributes, or leaves
+// them to an arena that outlives it. A second attribute of a name already there hides the
+// first from GetAttribute, while both stay listed.
 class CAttributedItem : public virtual IAttributedItem {
 public:
     CAttributedItem() = default;
@@ -69,6 +72,10 @@ public:
     // Takes over an attribute made elsewhere.
     void AddAttribute(std::unique_ptr<IAttribute> attribute);
 
+    // From now on attributes are made in `arena` and belong to it; for an item that the arena
+    // outlives. A copy of the item owns its attributes again.
+    void KeepAttributesIn(CArena* arena) { arena_ = arena; }
+
 private:
     // Beyond this many attributes a name index pays off.
     static constexpr size_t indexFrom = 8;
@@ -76,7 +83,12 @@ private:
     void deleteAll();
     void copyFrom(const CAttributedItem& other);
 
+    template <class Made, class... Args> CAttribute* make(Args&&... args);
+    // Keeps the name index up to date with a newly listed attribute.
+    void index(const IAttribute* added);
+
     AttributeSet attributes_;
+    CArena* arena_ = nullptr;
     // The latest attribute of each name; built only for items with many attributes.
     std::unordered_map<std::string_view, const IAttribute*> byName_;
 };

@@ -27,7 +27,10 @@ template <class T> std::vector<T> inPointerOrder(const ElementSet<T>& members) {
 
 } // namespace
 
-CCategory::CCategory(const CMetaModel& model) : model_(model) {}
+CCategory::CCategory(const CMetaModel& model) : model_(model) {
+    // Empty until the model is finished, so that nothing is a member before.
+    tables_ = &model.Tables();
+}
 
 CCategory::CCategory(const CCategory& other)
     : IAttributedItem(other), ICategory(other), CAttributedItem(other), model_(other.model_),
@@ -102,22 +105,6 @@ void CCategory::AnswerMembershipFromTables() {
             return static_cast<const CCategory*>(owner)->GetPropertyIndex(member);
         },
         this);
-}
-
-bool CCategory::HasProperty(const IProperty* property) const {
-    return model_.Tables().PropertyIndex(localId_, property->LocalId()) >= 0;
-}
-
-bool CCategory::SupportsCategory(const ICategory* category) const {
-    return model_.Tables().CategoryIndex(localId_, category->LocalId()) >= 0;
-}
-
-int CCategory::GetPropertyIndex(const IProperty* property) const {
-    return model_.Tables().PropertyIndex(localId_, property->LocalId());
-}
-
-int CCategory::GetCategoryIndex(const ICategory* category) const {
-    return model_.Tables().CategoryIndex(localId_, category->LocalId());
 }
 
 const IProperty* CCategory::GetProperty(const ORLO::String& name) const {

@@ -32,14 +32,10 @@ public:
     bool IsBuildingFinished() const override { return buildingFinished_; }
     bool hasIndex() const override { return hasIndex_; }
     bool isLanguage() const override;
-    bool HasProperty(const IProperty* property) const override;
     const IProperty* GetProperty(const ORLO::String& name) const override;
     const IPropertyType* GetPropertyType(const ORLO::String& name) const override;
     const PropertySet& GetAllProperties() const override { return allProperties_; }
-    bool SupportsCategory(const ICategory* category) const override;
     const CategorySet& GetAllCategories() const override { return allCategories_; }
-    int GetPropertyIndex(const IProperty* property) const override;
-    int GetCategoryIndex(const ICategory* category) const override;
     int GetPropertyCount() const override { return int(allProperties_.size()); }
     int GetCategoryCount() const override { return int(allCategories_.size()); }
 

@@ -9,9 +9,36 @@ namespace QEL {
 std::uint64_t CMetaModel::next_version = 1;
 
 CMetaModel::Elements::~Elements() {
-    properties.clear();
     categories.clear();
 }
+
+namespace {
+
+// Makes the type object of a word in the model's arena, null for an unknown word.
+class CArenaTypeBuilder final : public IPropertyTypeBuilder, private CXmlPropertyTypeClassifier {
+public:
+    explicit CArenaTypeBuilder(CArena& arena) : arena_(arena) {}
+
+    void OnInteger() override { result_ = arena_.make<CIntegerPropertyType>(); }
+    void OnString() override { result_ = arena_.make<CStringPropertyType>(); }
+    void OnDateTime() override { result_ = arena_.make<CDateTimePropertyType>(); }
+    void OnBookmark() override { result_ = arena_.make<CBookmarkPropertyType>(); }
+    void OnReference() override { result_ = arena_.make<CReferencePropertyType>(); }
+    void OnIntegerList() override { result_ = arena_.make<CIntegerListPropertyType>(); }
+    void OnStringList() override { result_ = arena_.make<CStringListPropertyType>(); }
+    void OnDateTimeList() override { result_ = arena_.make<CDateTimeListPropertyType>(); }
+    void OnBookmarkList() override { result_ = arena_.make<CBookmarkListPropertyType>(); }
+    void OnReferenceList() override { result_ = arena_.make<CReferenceListPropertyType>(); }
+    void OnUnknown() override { result_ = nullptr; }
+
+    CPropertyType* Result() const { return result_; }
+
+private:
+    CArena& arena_;
+    CPropertyType* result_ = nullptr;
+};
+
+} // namespace
 
 CMetaModel::CMetaModel() : version_(next_version++), elements_(std::make_shared<Elements>()) {
     // Sized so that a typical schema loads without a rehash.
@@ -175,42 +202,43 @@ CMetaType* CMetaModel::AddType(const ORLO::String& name) {
     return added;
 }
 
-CProperty* CMetaModel::AddProperty(const ORLO::String& shortName, const ORLO::String& fullName,
+CProperty* CMetaModel::AddProperty(const ORLO::String& shortName, ORLO::String fullName,
                                    const ORLO::String& description, const ORLO::String& type,
                                    const ORLO::String& merge, int id, int minimalCardinality,
                                    int maximalCardinality) {
-    CPropertyTypeBuilder typeBuilder;
+    CPropertyMergeBuilder mergeBuilder;
+    mergeBuilder.Classify(merge);
+    CArenaTypeBuilder typeBuilder(elements_->arena);
     typeBuilder.Classify(type);
-    std::shared_ptr<CPropertyType> typeObject = typeBuilder.TakeResult();
+    CPropertyType* typeObject = typeBuilder.Result();
+    // The type is judged first; a type left behind in the arena by a failure harms nothing.
     if (!typeObject)
         CppLanguage::raise<CMetaModelException>(ORLO_HERE, "QEL_MM_INVALID_PROP_TYP",
                                                 {{"PROP_NAM", fullName}});
-    typeObject->SetMinimalCardinality(minimalCardinality);
-    typeObject->SetMaximalCardinality(maximalCardinality);
-    CPropertyMergeBuilder mergeBuilder;
-    mergeBuilder.Classify(merge);
     if (mergeBuilder.GetResult() < 0)
         CppLanguage::raise<CMetaModelException>(ORLO_HERE, "QEL_MM_INVALID_PROP_MERGE",
                                                 {{"PROP_MRG", merge}, {"PROP_NAM", fullName}});
+    typeObject->SetMinimalCardinality(minimalCardinality);
+    typeObject->SetMaximalCardinality(maximalCardinality);
 
-    auto property = std::make_unique<CProperty>();
-    property->SetName(fullName);
-    property->SetShortName(shortName);
-    property->SetDescription(description);
-    property->SetId(id);
-    property->SetMerge(mergeBuilder.GetResult());
-    property->SetLocalId(int(elements_->properties.size()));
-    property->SetType(std::move(typeObject));
-    CProperty* added = property.get();
-    elements_->properties.push_back(std::move(property));
+    CProperty* added = elements_->arena.make<CProperty>();
+    added->KeepAttributesIn(&elements_->arena);
+    added->SetName(std::move(fullName));
+    added->SetShortName(shortName);
+    added->SetDescription(description);
+    added->SetId(id);
+    added->SetMerge(mergeBuilder.GetResult());
+    added->SetLocalId(int(elements_->properties.size()));
+    added->SetLastingType(typeObject);
+    elements_->properties.push_back(added);
     PropertyGroup().AddLasting(added->GetName(), id);
     propertyNames_.assign(added->GetName(), added);
-    properties_.insert(added);
+    properties_.append(added);
     return added;
 }
 
 void CMetaModel::FinishBuilding() {
-    std::vector<CCategory*> categories;
+    std::vector<const ICategory*> categories;
     categories.reserve(elements_->categories.size());
     for (const auto& category : elements_->categories) {
         category->FinishBuilding();
@@ -218,10 +246,10 @@ void CMetaModel::FinishBuilding() {
     }
     std::vector<const IProperty*> properties;
     properties.reserve(elements_->properties.size());
-    for (const auto& property : elements_->properties)
-        properties.push_back(property.get());
+    for (CProperty* property : elements_->properties)
+        properties.push_back(property);
     tables_ = CIndexTables(categories, properties);
-    for (CCategory* category : categories)
+    for (const auto& category : elements_->categories)
         category->AnswerMembershipFromTables();
     buildingFinished_ = true;
 }

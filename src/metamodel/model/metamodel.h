@@ -1,9 +1,10 @@
 #pragma once
 
 #include "interfaces/imetamodel.h"
+#include "interfaces/indextables.h"
+#include "metamodel/model/arena.h"
 #include "metamodel/model/category.h"
 #include "metamodel/model/ids.h"
-#include "metamodel/model/indextables.h"
 #include "metamodel/model/nametable.h"
 #include "metamodel/model/property.h"
 
@@ -63,7 +64,7 @@ public:
     CMetaType* AddType(const ORLO::String& name);
     // Throws CMetaModelException for a type or merge word it does not know, and is then
     // unchanged.
-    CProperty* AddProperty(const ORLO::String& shortName, const ORLO::String& fullName,
+    CProperty* AddProperty(const ORLO::String& shortName, ORLO::String fullName,
                            const ORLO::String& description, const ORLO::String& type,
                            const ORLO::String& merge, int id, int minimalCardinality,
                            int maximalCardinality);
@@ -102,8 +103,10 @@ private:
     // Everything the model owns. Shared with shallow copies, so that whichever goes last frees
     // it.
     struct Elements {
+        // The properties with their types and attributes; goes last.
+        CArena arena;
         std::vector<std::unique_ptr<CCategory>> categories; // by local id
-        std::vector<std::unique_ptr<CProperty>> properties; // by local id
+        std::vector<CProperty*> properties;                 // by local id, in the arena
         ~Elements();
     };
 

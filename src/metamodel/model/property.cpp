@@ -22,6 +22,11 @@ void CProperty::SetType(std::shared_ptr<CPropertyType> type) {
     type_ = std::move(type);
 }
 
+void CProperty::SetLastingType(CPropertyType* type) {
+    // Shares no ownership, so it costs no count of its own.
+    type_ = std::shared_ptr<CPropertyType>(std::shared_ptr<void>(), type);
+}
+
 bool CProperty::IsTransient() const {
     return flagIsSet(*this, "TRANSIENT");
 }

@@ -4,6 +4,7 @@
 #include "metamodel/model/attribute.h"
 
 #include <memory>
+#include <utility>
 
 namespace QEL {
 
@@ -32,7 +33,7 @@ public:
     const ICategory* GetCategory() const override { return category_; }
     virtual bool invariant() const { return true; }
 
-    void SetName(const ORLO::String& name) { name_ = name; }
+    void SetName(ORLO::String name) { name_ = std::move(name); }
     void SetShortName(const ORLO::String& shortName) { shortName_ = shortName; }
     void SetDescription(const ORLO::String& description) { description_ = description; }
     void SetId(int id) { id_ = id; }
@@ -40,6 +41,8 @@ public:
     void SetStatus(ElementStatus status) { status_ = status; }
     void SetMerge(int merge) { merge_ = merge; }
     void SetType(std::shared_ptr<CPropertyType> type);
+    // A type that outlives the property and its copies, such as one that its model holds.
+    void SetLastingType(CPropertyType* type);
     void SetCategory(const ICategory* category) { category_ = category; }
 
     // The builder links reference targets through this.

@@ -82,7 +82,7 @@ public:
 class CListPropertyType : public CPropertyType {
 public:
     CListPropertyType(int kind, std::unique_ptr<CPropertyType> element)
-        : CPropertyType(kind), element_(std::move(element)) {}
+        : CPropertyType(kind), ownedElement_(std::move(element)), element_(ownedElement_.get()) {}
 
     bool IsList() const override { return true; }
     const ICategory* GetReferencedCategory() const override {
@@ -93,8 +93,13 @@ public:
 
     const CPropertyType& GetElementType() const { return *element_; }
 
+protected:
+    // For an element that the derived list holds itself, which saves an allocation per list.
+    CListPropertyType(int kind, CPropertyType& element) : CPropertyType(kind), element_(&element) {}
+
 private:
-    std::unique_ptr<CPropertyType> element_;
+    std::unique_ptr<CPropertyType> ownedElement_;
+    CPropertyType* element_;
 };
 
 // Each concrete type passes itself to the visitor as what it is.
@@ -124,7 +129,11 @@ private:
 
 template <class Element, int Kind> class CTypedListPropertyType : public CListPropertyType {
 public:
-    CTypedListPropertyType() : CListPropertyType(Kind, std::make_unique<Element>()) {}
+    // The base keeps only the address of the element, which is built right after it.
+    CTypedListPropertyType() : CListPropertyType(Kind, element_) {}
+
+private:
+    Element element_;
 };
 
 using CIntegerListPropertyType = CTypedListPropertyType<CIntegerPropertyType, KindIntegerList>;

@@ -1,5 +1,6 @@
 #include "metamodel/model/attribute.h"
 #include "metamodel/model/ids.h"
+#include "metamodel/model/metamodel.h"
 #include "platform/appdatamanager.h"
 #include "platform/appmsgmanager.h"
 #include "support/messagecapture.h"
@@ -39,6 +40,30 @@ TEST(AttributedItem, ManyAttributesKeepTheLatestOfEachNameFindable) {
     EXPECT_EQ(copy.GetAttributes().size(), 20u);
     EXPECT_NE(copy.GetAttribute("A3"), item.GetAttribute("A3"));
     EXPECT_EQ(copy.GetAttribute("A3")->GetIntegerValue(), 15);
+}
+
+TEST(AttributedItem, AModelPropertyKeepsItsAttributesAndACopyOwnsItsOwn) {
+    auto model = std::make_unique<QEL::CMetaModel>();
+    QEL::CCategory* owner = model->AddCategory("Owner");
+    QEL::CProperty* property = model->AddProperty("p", "Owner.p", "", "string", "no", 1, 0, 1);
+    owner->AddProperty(property);
+    const QEL::IAttribute* named = property->AddAttribute("NOTE", "a text that is long enough");
+    property->AddAttribute(std::make_unique<QEL::CIntegerAttribute>("NOTE", 3));
+    for (int i = 0; i < 10; ++i)
+        property->AddAttribute("A" + std::to_string(i), i);
+    EXPECT_EQ(property->GetAttributes().size(), 12u);
+    EXPECT_TRUE(property->GetAttributes().contains(named));
+    EXPECT_EQ(property->GetAttribute("NOTE")->GetIntegerValue(), 3);
+    EXPECT_EQ(property->GetAttribute("A9")->GetIntegerValue(), 9);
+
+    // The copy outlives the model, attributes and all.
+    auto copy = std::make_unique<QEL::CProperty>(*property);
+    model.reset();
+    ASSERT_EQ(copy->GetAttributes().size(), 12u);
+    EXPECT_EQ(copy->GetAttribute("NOTE")->GetIntegerValue(), 3);
+    EXPECT_EQ(copy->GetAttributes()[0]->GetStringValue(), "a text that is long enough");
+    copy->AddAttribute("LATE", 1);
+    EXPECT_EQ(copy->GetAttribute("LATE")->GetIntegerValue(), 1);
 }
 
 TEST(AttributedItem, AskingForTheWrongKindOfValueWarnsAndAnswersNothing) {

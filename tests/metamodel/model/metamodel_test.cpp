@@ -127,6 +127,55 @@ TEST(IndexTables, AModelWithoutElementsFinishesAndAnswersNothing) {
     EXPECT_EQ(model.GetPropertyIndex(stranger, strange), -1);
 }
 
+TEST(IndexTables, AForeignParentTakesAPlaceAndAnUnnumberedCategoryIsNoMember) {
+    HandModel other;
+    QEL::CCategory* foreign = other.category("Foreign");
+    other.property(foreign, "f");
+    other.model.FinishBuilding();
+
+    HandModel hand;
+    QEL::CCategory* base = hand.category("Base");
+    QEL::CCategory* child = hand.category("Child", {foreign, base});
+    QEL::CProperty* own = hand.property(base, "own");
+    hand.model.FinishBuilding();
+
+    ASSERT_EQ(child->GetCategoryCount(), 3);
+    EXPECT_EQ(child->GetCategoryIndex(base), 2) << "the foreign parent still counts";
+    EXPECT_EQ(child->GetPropertyIndex(own), 1) << "after the foreign parent's property";
+    QEL::CCategory unnumbered(hand.model);
+    EXPECT_FALSE(child->SupportsCategory(&unnumbered));
+    EXPECT_FALSE(unnumbered.SupportsCategory(base));
+}
+
+TEST(IndexTables, RowsWithManyAncestorsFindEveryMemberAndNoOther) {
+    HandModel hand;
+    std::vector<QEL::CCategory*> chain;
+    std::vector<QEL::CProperty*> properties;
+    for (int i = 0; i < 200; ++i) {
+        QEL::CCategory* next = hand.category("L" + std::to_string(i));
+        if (!chain.empty())
+            next->AddInheritedCategory(chain.back());
+        chain.push_back(next);
+        properties.push_back(hand.property(next, "p"));
+    }
+    // Unrelated categories whose columns fall between the members' ones.
+    std::vector<QEL::CCategory*> loose;
+    for (int i = 0; i < 200; ++i)
+        loose.push_back(hand.category("Loose" + std::to_string(i)));
+    hand.model.FinishBuilding();
+
+    const QEL::CCategory* last = chain.back();
+    ASSERT_EQ(last->GetCategoryCount(), 200);
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+        // The closed set lists the category itself, then its ancestors nearest first.
+        ASSERT_EQ(last->GetCategoryIndex(chain[i]), int(chain.size() - 1 - i)) << i;
+        ASSERT_EQ(last->GetPropertyIndex(properties[i]), int(chain.size() - 1 - i)) << i;
+        ASSERT_EQ(chain[i]->SupportsCategory(last), i + 1 == chain.size()) << i;
+    }
+    for (const QEL::CCategory* stranger : loose)
+        ASSERT_FALSE(last->SupportsCategory(stranger)) << stranger->GetName();
+}
+
 TEST(IndexTables, ADiamondListsEachAncestorAndPropertyOnce) {
     HandModel hand;
     QEL::CCategory* top = hand.category("Top");

@@ -1,6 +1,9 @@
-#include "metamodel/model/indextables.h"
+#include "interfaces/indextables.h"
 
-#include "metamodel/model/category.h"
+#include "interfaces/icategory.h"
+
+#include <algorithm>
+#include <bit>
 
 namespace QEL {
 
@@ -8,10 +11,9 @@ namespace {
 
 // The column of a category of this model; foreign ones, which only a hand-made model can
 // hold, have none.
-int columnOf(const std::vector<CCategory*>& categories, const ICategory* category) {
+int columnOf(const std::vector<const ICategory*>& categories, const ICategory* category) {
     const int column = category->LocalId();
-    if (unsigned(column) >= categories.size() ||
-        static_cast<const ICategory*>(categories[std::size_t(column)]) != category)
+    if (unsigned(column) >= categories.size() || categories[std::size_t(column)] != category)
         return -1;
     return column;
 }
@@ -25,13 +27,13 @@ int columnOf(const std::vector<const IProperty*>& properties, const IProperty* p
 
 } // namespace
 
-CIndexTables::CIndexTables(const std::vector<CCategory*>& categories,
+CIndexTables::CIndexTables(const std::vector<const ICategory*>& categories,
                            const std::vector<const IProperty*>& properties) {
     findHomes(categories, properties);
     buildRows(categories, properties);
 }
 
-void CIndexTables::findHomes(const std::vector<CCategory*>& categories,
+void CIndexTables::findHomes(const std::vector<const ICategory*>& categories,
                              const std::vector<const IProperty*>& properties) {
     homes_.assign(properties.size(), Home{});
     bool anyShared = false;
@@ -58,34 +60,38 @@ void CIndexTables::findHomes(const std::vector<CCategory*>& categories,
         }
 }
 
-void CIndexTables::buildRows(const std::vector<CCategory*>& categories,
+void CIndexTables::buildRows(const std::vector<const ICategory*>& categories,
                              const std::vector<const IProperty*>& properties) {
-    rows_ = int(categories.size());
-    pagesPerRow_ = (categories.size() + pageSize - 1) >> pageBits;
-    directory_.assign(categories.size() * pagesPerRow_, 0);
-    categoryPages_.assign(pageSize, -1);
-    blockStartPages_.assign(pageSize, -1);
+    // Sizes first, so that all rows share one allocation.
+    rows_.assign(categories.size(), Row{});
+    std::size_t total = 0;
+    for (std::size_t row = 0; row < categories.size(); ++row) {
+        std::size_t members = 0;
+        for (const ICategory* member : categories[row]->GetAllCategories())
+            members += columnOf(categories, member) >= 0 ? 1 : 0;
+        const std::size_t size = std::bit_ceil(std::max<std::size_t>(1, members * 2));
+        rows_[row] = Row{std::uint32_t(total), std::uint32_t(size - 1)};
+        total += size;
+    }
+    entries_.assign(total, Entry{});
     irregular_.assign(categories.size(), false);
     for (std::size_t row = 0; row < categories.size(); ++row) {
+        const Row range = rows_[row];
         std::int16_t position = 0;
-        std::int32_t blockStart = 0;
+        std::uint32_t blockStart = 0;
         for (const ICategory* member : categories[row]->GetAllCategories()) {
             const int column = columnOf(categories, member);
             if (column >= 0) {
-                std::uint32_t& page = directory_[row * pagesPerRow_ + (column >> pageBits)];
-                if (page == 0) {
-                    page = std::uint32_t(categoryPages_.size() >> pageBits);
-                    categoryPages_.resize(categoryPages_.size() + pageSize, -1);
-                    blockStartPages_.resize(blockStartPages_.size() + pageSize, -1);
-                }
-                const std::size_t at = slot(int(row), column);
-                categoryPages_[at] = position;
-                blockStartPages_[at] = blockStart;
+                std::uint32_t at = hashColumn(std::uint32_t(column)) & range.mask;
+                while (entries_[range.first + at].column != freeSlot)
+                    at = (at + 1) & range.mask;
+                entries_[range.first + at] =
+                    Entry{std::uint32_t(column), position, std::uint16_t(blockStart)};
                 if (declaresShared_[std::size_t(column)])
                     irregular_[row] = true;
             }
             position = std::int16_t(position + 1);
-            blockStart += std::int32_t(member->GetLocalProperties().size());
+            blockStart += std::uint32_t(member->GetLocalProperties().size());
         }
         if (!irregular_[row])
             continue;
@@ -109,9 +115,7 @@ int CIndexTables::irregularIndex(int row, int property) const {
 }
 
 std::size_t CIndexTables::MemoryUsed() const {
-    std::size_t bytes = directory_.capacity() * sizeof(std::uint32_t) +
-                        categoryPages_.capacity() * sizeof(std::int16_t) +
-                        blockStartPages_.capacity() * sizeof(std::int32_t) +
+    std::size_t bytes = rows_.capacity() * sizeof(Row) + entries_.capacity() * sizeof(Entry) +
                         homes_.capacity() * sizeof(Home) +
                         (declaresShared_.size() + irregular_.size()) / 8;
     for (const auto& [row, positions] : irregularRows_)
