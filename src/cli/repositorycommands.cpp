@@ -1,11 +1,17 @@
 #include "cli/commandline.h"
+#include "cli/documentpaths.h"
+#include "cli/progress.h"
 #include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
+#include "metamodel/operations/transferoperation.h"
+#include "metamodel/repository/repositoryformat.h"
 #include "metamodel/repository/repositoryschema.h"
+#include "platform/database/tablink.h"
 #include "platform/database/uniqueconnection.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace Cli {
 
@@ -46,6 +52,94 @@ const CommandRegistration init({
     "",
     50,
     initialise,
+});
+
+// "Cat 12, CatAttr 30, ...": what the final tables hold now; empty when a count is refused,
+// since the summary is no place for a second failure.
+std::string finalTableCounts(void* connection) {
+    std::string counts;
+    for (const MetaModel::Repository::RepositoryTable& table :
+         MetaModel::Repository::repositoryTables()) {
+        const std::string query = std::string("select count(*) from \x0F") + table.finalName;
+        char expanded[512];
+        int status = 0;
+        int rows = 0;
+        if (!TABLINK::SQLExecuter::formatQuery(expanded, sizeof expanded, query.c_str(),
+                                               connection) ||
+            !TABLINK::dbcallrequest(connection, expanded))
+            return "";
+        const bool fetched = TABLINK::dbscanf(connection, &status, "%d", &rows) != 0;
+        if (!TABLINK::dbendrequest(connection) || !fetched)
+            return "";
+        counts += (counts.empty() ? "" : ", ") + std::string(table.finalName) + " " +
+                  std::to_string(rows);
+    }
+    return counts;
+}
+
+int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
+    if (!arguments.has("db"))
+        return usageFailure("transfer", "transfer needs the repository: --db URI");
+    // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
+    if (!documentPathsExist(arguments.operands))
+        return exitFailure;
+    std::unique_ptr<IUniqueConnection> connection;
+    try {
+        connection = std::make_unique<IUniqueConnection>(
+            arguments.value("db", ""), arguments.value("schema", ""), TABLINK::OpenMode::Create);
+        MetaModel::CreateRepository(connection->GetHandle());
+    } catch (const CppLanguage::CRuntimeException& failure) {
+        CppLanguage::reportException(failure);
+        return exitFailure;
+    }
+
+    ProgressLine progress(global.quiet);
+    int pass = 0;
+    size_t document = 0;
+    size_t documents = 0;
+    size_t rows = 0;
+    const auto show = [&] {
+        std::string text = "transfer: pass " + std::to_string(pass) + " of 2 (" +
+                           (pass == 1 ? "checking" : "writing") + "), document " +
+                           std::to_string(document) + " of " + std::to_string(documents);
+        if (pass == 2)
+            text += ", " + std::to_string(rows) + " rows written";
+        progress.show(text);
+    };
+    const int result = MetaModel::TransferMetaModelFromXmlToDb(
+        connection.get(), arguments.operands,
+        [&](int currentPass, const ORLO::String&, size_t number, size_t count) {
+            pass = currentPass;
+            document = number;
+            documents = count;
+            show();
+        },
+        [&](size_t written) {
+            rows = written;
+            show();
+        });
+    progress.clear();
+    if (!global.quiet) {
+        if (result != 0) {
+            std::fputs("transfer: failed; the messages above say why\n", stderr);
+        } else {
+            const std::string counts = finalTableCounts(connection->GetHandle());
+            std::fprintf(stderr, "transfer: %zu document%s, %zu rows written%s%s\n", documents,
+                         documents == 1 ? "" : "s", rows, counts.empty() ? "" : "; now ",
+                         counts.c_str());
+        }
+    }
+    return result;
+}
+
+const CommandRegistration transferCommand({
+    "transfer",
+    "check the documents, then replace the meta-model in the repository with them; the tables "
+    "are made when missing",
+    {databaseOption, schemaOption},
+    "[PATH...]",
+    60,
+    transfer,
 });
 
 } // namespace

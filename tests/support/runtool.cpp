@@ -2,12 +2,49 @@
 
 #include "support/tempfolder.h"
 
+#include <cerrno>
 #include <fcntl.h>
+#include <pty.h>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace TestSupport {
+
+namespace {
+
+// In the child: the environment that keeps the machine's folders out, then the tool.
+[[noreturn]] void execTool(const std::vector<std::string>& arguments, const std::string& app,
+                           const std::string& none) {
+    std::vector<std::string> words{METAMODEL_TOOL_PATH};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    setenv("METAMODEL_APP_DIR", app.c_str(), 1);
+    setenv("METAMODEL_USER_DIR", none.c_str(), 1);
+    setenv("METAMODEL_ALL_USERS_DIR", none.c_str(), 1);
+    unsetenv("METAMODEL_EXTENSION_DIR");
+    execv(argv[0], argv.data());
+    _exit(127);
+}
+
+void redirect(const char* path, int flags, int target) {
+    const int descriptor = open(path, flags, 0644);
+    dup2(descriptor, target);
+    if (descriptor != target)
+        close(descriptor);
+}
+
+int exitCodeOf(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+} // namespace
 
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir) {
     TempFolder scratch;
@@ -16,37 +53,71 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
     const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
     const std::string none = scratch.file("none");
 
-    std::vector<std::string> words{METAMODEL_TOOL_PATH};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-
     const pid_t child = fork();
     if (child < 0)
         throw std::runtime_error("fork failed");
     if (child == 0) {
-        const int in = open("/dev/null", O_RDONLY);
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        dup2(in, 0);
-        dup2(out, 1);
-        dup2(err, 2);
-        setenv("METAMODEL_APP_DIR", app.c_str(), 1);
-        setenv("METAMODEL_USER_DIR", none.c_str(), 1);
-        setenv("METAMODEL_ALL_USERS_DIR", none.c_str(), 1);
-        unsetenv("METAMODEL_EXTENSION_DIR");
-        execv(argv[0], argv.data());
-        _exit(127);
+        redirect("/dev/null", O_RDONLY, 0);
+        redirect(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 1);
+        redirect(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 2);
+        execTool(arguments, app, none);
     }
-    int status = 0;
-    waitpid(child, &status, 0);
     ToolRun run;
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    run.exitCode = exitCodeOf(child);
     run.out = readFile(outPath);
     run.err = readFile(errPath);
     return run;
+}
+
+ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::string& appDir) {
+    TempFolder scratch;
+    const std::string outPath = scratch.file("stdout");
+    const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
+    const std::string none = scratch.file("none");
+    int terminal = -1;
+    int side = -1;
+    if (openpty(&terminal, &side, nullptr, nullptr, nullptr) != 0)
+        throw std::runtime_error("no terminal for the tool");
+    const pid_t child = fork();
+    if (child < 0)
+        throw std::runtime_error("fork failed");
+    if (child == 0) {
+        close(terminal);
+        redirect("/dev/null", O_RDONLY, 0);
+        redirect(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 1);
+        dup2(side, 2);
+        close(side);
+        execTool(arguments, app, none);
+    }
+    close(side);
+    // Read while the tool runs: a full terminal buffer would stop it.
+    ToolRun run;
+    char buffer[4096];
+    for (ssize_t count; (count = read(terminal, buffer, sizeof buffer)) != 0;) {
+        if (count > 0)
+            run.err.append(buffer, size_t(count));
+        else if (errno != EINTR)
+            break; // the other side is closed once the tool has ended
+    }
+    close(terminal);
+    run.exitCode = exitCodeOf(child);
+    run.out = readFile(outPath);
+    return run;
+}
+
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir) {
+    // The folders need not exist: the tool only looks into them.
+    static const std::string none = "/nonexistent/metamodel-test-folder";
+    const pid_t child = fork();
+    if (child < 0)
+        throw std::runtime_error("fork failed");
+    if (child == 0) {
+        redirect("/dev/null", O_RDONLY, 0);
+        redirect("/dev/null", O_WRONLY, 1);
+        redirect("/dev/null", O_WRONLY, 2);
+        execTool(arguments, appDir.empty() ? none : appDir, none);
+    }
+    return child;
 }
 
 } // namespace TestSupport

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace TestSupport {
@@ -15,5 +16,14 @@ struct ToolRun {
 // folders pointed at `appDir` (empty: a folder that does not exist) so that runs do not depend
 // on the machine.
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
+
+// The same with standard error on a terminal of its own: `err` is all that the terminal
+// received, progress lines included.
+ToolRun runToolOnTerminal(const std::vector<std::string>& arguments,
+                          const std::string& appDir = "");
+
+// Starts the tool as runTool does, with its output thrown away, and returns at once; the
+// caller waits for it (waitpid) or kills it.
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
 
 } // namespace TestSupport

@@ -97,6 +97,7 @@ void CDBMetaModelEvents::startElement(TableIndex table, const String& name, bool
     const String statusWord = statusText(status);
     inserters_[table]->AddRow("%d%s%s%s", &id, name.c_str(), shownDescription.c_str(),
                               statusWord.c_str());
+    rowAdded();
 }
 
 void CDBMetaModelEvents::OnStartCategory(const String& name, bool partial,
@@ -161,6 +162,7 @@ void CDBMetaModelEvents::OnAttribute(const String& name, int value, const Elemen
         const String statusWord = statusText(status);
         inserter->AddRow("%d%s%d%d%s%s", &owner, name.c_str(), &integerType, &value,
                          static_cast<const char*>(nullptr), statusWord.c_str());
+        rowAdded();
     }
 }
 
@@ -171,6 +173,7 @@ void CDBMetaModelEvents::OnAttribute(const String& name, const String& value,
         const String statusWord = statusText(status);
         inserter->AddRow("%d%s%d%d%s%s", &owner, name.c_str(), &stringType,
                          static_cast<const int*>(nullptr), value.c_str(), statusWord.c_str());
+        rowAdded();
     }
 }
 
@@ -192,6 +195,11 @@ void CDBMetaModelEvents::OnTree(const String& parentType, const String& treeCate
         trees_.addLast(tree);
 }
 
+void CDBMetaModelEvents::rowAdded() {
+    if (++rows_ % blockSize == 0 && rowObserver_)
+        rowObserver_(rows_);
+}
+
 void CDBMetaModelEvents::RegisterCategoryOrType(const String& name, int id) {
     names_[name] = id;
 }
@@ -211,27 +219,32 @@ void CDBMetaModelEvents::OnEnd() {
     forEach(categoryProperties_, [&](const SPropSuspension& link) {
         const int owner = idOf(link.name);
         inserters_[PropCatTable]->AddRow("%d%d%s", &link.id, &owner, link.status.c_str());
+        rowAdded();
     });
     forEach(typeProperties_, [&](const SPropSuspension& link) {
         const int owner = idOf(link.name);
         inserters_[TypPropTable]->AddRow("%d%d%s", &owner, &link.id, link.status.c_str());
+        rowAdded();
     });
     forEach(categoryInheritance_, [&](const SInheritSuspension& link) {
         const int child = idOf(link.name);
         const int parent = idOf(link.parent);
         inserters_[CatCatTable]->AddRow("%d%d%s", &child, &parent, link.status.c_str());
+        rowAdded();
     });
     forEach(typeInheritance_, [&](const SInheritSuspension& link) {
         const int child = idOf(link.name);
         const int parent = idOf(link.parent);
         inserters_[TypCatTable]->AddRow("%d%d%d%s", &child, &parent, &inheritedDirectly,
                                         link.status.c_str());
+        rowAdded();
     });
     forEach(trees_, [&](const STreeSuspension& tree) {
         const int from = idOf(tree.name);
         const int to = idOf(tree.parent);
         const int category = idOf(tree.category);
         inserters_[TreeCatTable]->AddRow("%d%d%d%s", &from, &to, &category, tree.status.c_str());
+        rowAdded();
     });
     forEach(properties_, [&](const SPropertySuspension& property) {
         const int type = getPrimitiveTypeId(property.type);
@@ -239,11 +252,14 @@ void CDBMetaModelEvents::OnEnd() {
                                       property.description.c_str(), &type, property.merge.c_str(),
                                       &property.cardMin, &property.cardMax,
                                       property.status.c_str());
+        rowAdded();
     });
     for (const TableIndex table :
          {CatTable, CatAttrTable, CatCatTable, TypTable, TypAttrTable, TypCatTable, PropTable,
           PropAttrTable, PropCatTable, TypPropTable, TreeCatTable})
         inserters_[table]->Flush();
+    if (rowObserver_)
+        rowObserver_(rows_);
     CallProcedure("?\x0FMETAMODEL_FLUSHDATA");
     // Called without the "?": this one is asked for no result.
     CallProcedure("\x0F"

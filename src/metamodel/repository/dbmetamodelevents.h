@@ -6,6 +6,7 @@
 #include "platform/database/rowvault.h"
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -26,6 +27,12 @@ public:
     CDBMetaModelEvents& operator=(const CDBMetaModelEvents&) = delete;
 
     bool invariant() const override;
+
+    // Told the number of rows handed to the inserters so far, once per block and once when
+    // the last row is out, before the procedures run.
+    void SetRowObserver(std::function<void(size_t rows)> observer) {
+        rowObserver_ = std::move(observer);
+    }
 
 protected:
     void OnStart() override;
@@ -87,6 +94,7 @@ private:
     void startElement(Repository::TableIndex table, const String& name, bool partial,
                       const String& description, int id, const ElementStatus& status);
     int idOf(const String& name) const;
+    void rowAdded();
 
     void* connection_;
     std::array<std::unique_ptr<RowVault::IBlocInsert>, Repository::TableCount> inserters_;
@@ -105,6 +113,8 @@ private:
     // What the two link lists and the tree list hold, so that a repeated link is dropped
     // without a scan of the list.
     std::unordered_set<std::string> suspendedLinks_;
+    std::function<void(size_t)> rowObserver_;
+    size_t rows_ = 0;
 };
 
 } // namespace MetaModel

@@ -5,23 +5,12 @@
 #include "metamodel/repository/repositoryformat.h"
 #include "platform/database/tablink.h"
 
-#include <cstring>
-
 namespace MetaModel {
 
 namespace {
 
 constexpr int statementBufferSize = 257;
-constexpr int textBufferSize = 1024;
 constexpr int repositoryNameSize = 256;
-
-// Column buffers of one select, zeroed once before its first row: a null column leaves what
-// the server puts there, and only the column that the row's kind selects is looked at.
-struct TextColumns {
-    explicit TextColumns(int count) : buffers(size_t(count) * textBufferSize, '\0') {}
-    char* operator[](int index) { return &buffers[size_t(index) * textBufferSize]; }
-    std::vector<char> buffers;
-};
 
 } // namespace
 
@@ -94,9 +83,10 @@ void CDBMetaModelReader::readElements(const String& query,
     PrefixAndCallRequest(query);
     int status = 0;
     int id = 0;
-    TextColumns text(3);
-    while (TABLINK::dbscanf(connection_, &status, "%d%s%s%s", &id, text[0], text[1], text[2])) {
-        table[id] = STypOrCat{id, text[0], text[1], text[2]};
+    String name, description, rowStatus;
+    while (
+        TABLINK::dbscanf(connection_, &status, "%d%S%S%S", &id, &name, &description, &rowStatus)) {
+        table[id] = STypOrCat{id, name, description, rowStatus};
         order.push_back(id);
     }
     EndRequest();
@@ -119,10 +109,10 @@ void CDBMetaModelReader::ReadAttributes(const String& query, Table<SAttr>& table
     int owner = 0;
     int type = 0;
     int intValue = 0;
-    TextColumns text(3);
-    while (TABLINK::dbscanf(connection_, &status, "%d%s%d%d%s%s", &owner, text[0], &type, &intValue,
-                            text[1], text[2]))
-        table[owner].push_back(SAttr{owner, text[0], type, intValue, text[1], text[2]});
+    String name, strValue, rowStatus;
+    while (TABLINK::dbscanf(connection_, &status, "%d%S%d%d%S%S", &owner, &name, &type, &intValue,
+                            &strValue, &rowStatus))
+        table[owner].push_back(SAttr{owner, name, type, intValue, strValue, rowStatus});
     EndRequest();
 }
 
@@ -131,9 +121,9 @@ void CDBMetaModelReader::ReadInheritance(const String& query, Table<STypOrCatCat
     int status = 0;
     int child = 0;
     int parent = 0;
-    TextColumns text(1);
-    while (TABLINK::dbscanf(connection_, &status, "%d%d%s", &child, &parent, text[0]))
-        table[child].push_back(STypOrCatCat{child, parent, text[0]});
+    String rowStatus;
+    while (TABLINK::dbscanf(connection_, &status, "%d%d%S", &child, &parent, &rowStatus))
+        table[child].push_back(STypOrCatCat{child, parent, rowStatus});
     EndRequest();
 }
 
@@ -143,15 +133,10 @@ void CDBMetaModelReader::ReadProperties() {
     PrefixAndCallRequest(query);
     int status = 0;
     SProp row;
-    TextColumns text(4);
-    while (TABLINK::dbscanf(connection_, &status, "%d%s%s%d%s%d%d%s", &row.id, text[0], text[1],
-                            &row.type, text[2], &row.cardMin, &row.cardMax, text[3])) {
-        row.name = text[0];
-        row.description = text[1];
-        row.merge = text[2];
-        row.status = text[3];
+    while (TABLINK::dbscanf(connection_, &status, "%d%S%S%d%S%d%d%S", &row.id, &row.name,
+                            &row.description, &row.type, &row.merge, &row.cardMin, &row.cardMax,
+                            &row.status))
         properties_[row.id] = row;
-    }
     EndRequest();
 }
 
@@ -160,9 +145,9 @@ void CDBMetaModelReader::ReadPropCat(const String& query) {
     int status = 0;
     int property = 0;
     int owner = 0;
-    TextColumns text(1);
-    while (TABLINK::dbscanf(connection_, &status, "%d%d%s", &property, &owner, text[0]))
-        propertyLinks_[owner].push_back(SPropCat{property, owner, text[0]});
+    String rowStatus;
+    while (TABLINK::dbscanf(connection_, &status, "%d%d%S", &property, &owner, &rowStatus))
+        propertyLinks_[owner].push_back(SPropCat{property, owner, rowStatus});
     EndRequest();
 }
 
@@ -173,9 +158,9 @@ void CDBMetaModelReader::ReadTreeCat() {
     int from = 0;
     int to = 0;
     int category = 0;
-    TextColumns text(1);
-    while (TABLINK::dbscanf(connection_, &status, "%d%d%d%s", &from, &to, &category, text[0]))
-        trees_[from].push_back(STreeCat{from, to, category, text[0]});
+    String rowStatus;
+    while (TABLINK::dbscanf(connection_, &status, "%d%d%d%S", &from, &to, &category, &rowStatus))
+        trees_[from].push_back(STreeCat{from, to, category, rowStatus});
     EndRequest();
 }
 

@@ -46,44 +46,82 @@ String createTableStatement(int tableIndex, bool workTable) {
 }
 
 // Exact duplicates arise from repeated declarations in the documents; they are dropped here,
-// with NULLs counting as equal, which is what DISTINCT does on both servers.
-String flushDataBody() {
+// with NULLs counting as equal, which is what DISTINCT and GROUP BY do on both servers. A
+// set that passed validation has none, so each table is first only counted, distinct against
+// all, and rewritten only when the two differ: a rewrite of every row would cost more than
+// the rest of the procedure. Where the server names its rows (`rowIdentity`), only the later
+// copies are deleted; elsewhere the distinct rows replace the table's.
+String flushDataBody(const String& rowIdentity) {
     String body;
     for (const RepositoryTable& table : repositoryTables()) {
         const String work = prefixed(table.workName);
+        const String hasDuplicates = "(SELECT count(*) FROM (SELECT DISTINCT * FROM " + work +
+                                     ") distinct_rows) < (SELECT count(*) FROM " + work + ")";
+        if (!rowIdentity.empty()) {
+            body += "DELETE FROM " + work + " WHERE " + hasDuplicates + " AND " + rowIdentity +
+                    " NOT IN (SELECT min(" + rowIdentity + ") FROM " + work + " GROUP BY " +
+                    columnNames(table.workTableColumns()) + ");\n";
+            continue;
+        }
         body += "CREATE TEMPORARY TABLE flushed_rows AS SELECT DISTINCT * FROM " + work + ";\n";
-        body += "DELETE FROM " + work + ";\n";
-        body += "INSERT INTO " + work + " SELECT * FROM flushed_rows;\n";
+        body += "DELETE FROM " + work +
+                " WHERE (SELECT count(*) FROM flushed_rows) < (SELECT count(*) FROM " + work +
+                ");\n";
+        body += "INSERT INTO " + work +
+                " SELECT * FROM flushed_rows WHERE NOT EXISTS (SELECT 1 FROM " + work + ");\n";
         body += "DROP TABLE flushed_rows;\n";
     }
     return body;
 }
 
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
-// direct links; UNION, not UNION ALL, so that a circuit of inheritance still ends.
+// direct links. The ancestors of each category are found first, over the category links alone
+// and with an index on them, so that the recursion never scans a table per step; UNION, not
+// UNION ALL, so that a circuit of inheritance still ends. EXCEPT drops what a type already
+// has, whatever its IsCatProp.
 String buildDependenciesBody() {
     const String typeLinks = prefixed("IN_TYPCAT");
-    return "WITH RECURSIVE reached(IdTyp, IdCat) AS (\n"
-           "  SELECT IdTyp, IdCatParent FROM " +
-           typeLinks +
-           " WHERE IsCatProp = 1\n"
-           "  UNION\n"
-           "  SELECT reached.IdTyp, link.IdCatParent FROM reached JOIN " +
+    return "CREATE TEMPORARY TABLE category_links AS SELECT DISTINCT IdCat, IdCatParent FROM " +
            prefixed("IN_CATCAT") +
-           " link ON link.IdCat = reached.IdCat)\n"
+           ";\n"
+           "CREATE INDEX category_links_by_category ON category_links (IdCat);\n"
+           "CREATE TEMPORARY TABLE category_ancestors AS WITH RECURSIVE ancestors(IdCat, "
+           "IdAncestor) AS (\n"
+           "  SELECT IdCat, IdCatParent FROM category_links\n"
+           "  UNION\n"
+           "  SELECT ancestors.IdCat, link.IdCatParent FROM ancestors JOIN category_links link ON "
+           "link.IdCat = ancestors.IdAncestor)\n"
+           "SELECT IdCat, IdAncestor FROM ancestors;\n"
+           "CREATE INDEX category_ancestors_by_category ON category_ancestors (IdCat);\n"
            "INSERT INTO " +
            typeLinks +
            " (IdTyp, IdCatParent, IsCatProp, Status)\n"
-           "SELECT IdTyp, IdCat, 0, 'ACTIVE' FROM reached WHERE NOT EXISTS (SELECT 1 FROM " +
+           "SELECT IdTyp, IdCat, 0, 'ACTIVE' FROM (\n"
+           "  SELECT direct.IdTyp, ancestor.IdAncestor AS IdCat FROM " +
            typeLinks +
-           " known WHERE known.IdTyp = reached.IdTyp AND known.IdCatParent = reached.IdCat);\n";
+           " direct JOIN category_ancestors ancestor ON ancestor.IdCat = direct.IdCatParent "
+           "WHERE direct.IsCatProp = 1\n"
+           "  EXCEPT\n"
+           "  SELECT IdTyp, IdCatParent FROM " +
+           typeLinks +
+           ") reached;\n"
+           "DROP TABLE category_ancestors;\n"
+           "DROP TABLE category_links;\n";
 }
 
+// Where a work table has the final table's very columns, the rows go across whole
+// ("SELECT *"), which the embedded server copies without decoding them; the other one is
+// matched by column name.
 String finalMetaModelBody() {
     String body;
     for (const RepositoryTable& table : repositoryTables()) {
-        const String columns = columnNames(table.finalColumns);
         body += "DELETE FROM " + prefixed(table.finalName) + ";\n";
+        if (!table.workColumns) {
+            body += "INSERT INTO " + prefixed(table.finalName) + " SELECT * FROM " +
+                    prefixed(table.workName) + ";\n";
+            continue;
+        }
+        const String columns = columnNames(table.finalColumns);
         body += "INSERT INTO " + prefixed(table.finalName) + " (" + columns + ") SELECT " +
                 columns + " FROM " + prefixed(table.workName) + ";\n";
     }
@@ -132,8 +170,11 @@ void CreateRepository(void* connection) {
             }
         refused(connection, script);
     }
+    // The servers' own names of a row, for deleting one of two equal rows.
+    const int serverKind = TABLINK::dbgetconnectiontype(connection, nullptr, nullptr);
+    const String rowIdentity = serverKind == 1 ? "rowid" : serverKind == 5 ? "ctid" : "";
     const std::pair<const char*, String> procedures[] = {
-        {"METAMODEL_FLUSHDATA", Repository::flushDataBody()},
+        {"METAMODEL_FLUSHDATA", Repository::flushDataBody(rowIdentity)},
         {"CAT_BUILD_DEPENDENCIES", Repository::buildDependenciesBody()},
         {"FINAL_METAMODEL", Repository::finalMetaModelBody()},
     };

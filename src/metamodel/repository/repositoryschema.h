@@ -13,9 +13,10 @@ void CreateRepository(void* connection);
 
 namespace Repository {
 
-// The texts behind CreateRepository, with the table-prefix marker in them.
+// The texts behind CreateRepository, with the table-prefix marker in them. `rowIdentity` is
+// the server's hidden column that tells two equal rows apart, empty when it has none.
 ORLO::String createTableStatement(int tableIndex, bool workTable);
-ORLO::String flushDataBody();
+ORLO::String flushDataBody(const ORLO::String& rowIdentity);
 ORLO::String buildDependenciesBody();
 ORLO::String finalMetaModelBody();
 

@@ -23,7 +23,9 @@ public:
     // One row, one letter of `format` per column: "%d" takes a const int*, "%s" a const char*;
     // a null pointer is a null value. Values are copied. A full block is written at once.
     virtual void AddRow(const char* format, ...) = 0;
-    // Writes what is queued.
+    // Writes what is queued. The embedded database keeps the blocks of a load in one
+    // transaction, committed by the next statement, procedure call or commit on the
+    // connection, or when the connection closes; each block is whole or absent all the same.
     virtual void Flush() = 0;
 };
 

@@ -85,6 +85,14 @@ int dbscanf(void* handle, int*, const char* format, ...) {
                 copyText(out, column < backend.columnCount() && !backend.isNull(column)
                                   ? backend.textValue(column)
                                   : std::string_view());
+        } else if (*letter == 'S') {
+            ORLO::String* out = va_arg(arguments, ORLO::String*);
+            if (out) {
+                if (column < backend.columnCount() && !backend.isNull(column))
+                    out->assign(backend.textValue(column));
+                else
+                    out->clear();
+            }
         } else {
             wellFormed = false;
             continue;
@@ -94,7 +102,7 @@ int dbscanf(void* handle, int*, const char* format, ...) {
     va_end(arguments);
     if (!wellFormed) {
         connection->setError(std::string("the fetch format '") + format +
-                             "' is not made of %d and %s");
+                             "' is not made of %d, %s and %S");
         return 0;
     }
     return 1;

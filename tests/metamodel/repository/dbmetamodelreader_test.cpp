@@ -210,6 +210,38 @@ TEST_P(RepositoryRoundTrip, DocumentsComeBackInTheRepositorysOrder) {
     EXPECT_EQ(readBack(repository.handle()), read);
 }
 
+// Texts far beyond any fixed buffer, multi-byte characters across every 1024-byte boundary,
+// come back byte for byte from every text column the reader fetches.
+TEST_P(RepositoryRoundTrip, LongTextsComeBackWhole) {
+    Repository repository(GetParam());
+    ASSERT_TRUE(repository.database.ready()) << repository.database.problem();
+    std::string longText;
+    while (longText.size() < 5000)
+        longText += "caf\xc3\xa9 " + std::to_string(longText.size()) + " ";
+    longText.resize(5000, '.');
+    const std::string longName = "N" + std::string(1500, 'x');
+    {
+        MetaModel::CDBMetaModelEvents sink(repository.handle(), "");
+        sink.Start();
+        sink.StartCategory(longName, false, longText, 1, MetaModel::IMetaModelEvents::EsActive);
+        sink.Attribute("NOTE", longText, MetaModel::IMetaModelEvents::EsActive);
+        sink.StartProperty("p", longText + "!", "string", 0, 1, "no", 2,
+                           MetaModel::IMetaModelEvents::EsActive);
+        sink.Attribute("LABEL", longText + "?", MetaModel::IMetaModelEvents::EsActive);
+        sink.EndProperty();
+        sink.EndCategory(false);
+        sink.End();
+    }
+    EXPECT_EQ(readBack(repository.handle()),
+              (Lines{"Start",
+                     "Source " + std::string(GetParam() == Backend::Postgres ? "public" : "main"),
+                     "StartCategory " + longName + " full '" + longText + "' 1 active",
+                     "Attribute NOTE '" + longText + "' active",
+                     "StartProperty p '" + longText + "!' string 0..1 no 2 active",
+                     "Attribute LABEL '" + longText + "?' active", "EndProperty",
+                     "EndCategory full", "End"}));
+}
+
 INSTANTIATE_TEST_SUITE_P(Servers, RepositoryRoundTrip,
                          testing::Values(Backend::Sqlite, Backend::Postgres),
                          RepositoryTesting::backendLabel);

@@ -1,0 +1,111 @@
+#include "support/generatedset.h"
+#include "support/repositorysnapshot.h"
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+#include "support/testdatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <sys/wait.h>
+#include <thread>
+
+namespace {
+
+using TestSupport::Backend;
+using TestSupport::RepositoryState;
+using TestSupport::TempFolder;
+using TestSupport::TestDatabase;
+using Clock = std::chrono::steady_clock;
+
+// Large enough that a transfer takes a while, so that kills land in every phase: both
+// readings, the loading of the work tables, and each procedure.
+constexpr int documents = 100;
+constexpr int properties = 30;
+
+int waitFor(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+// Which of the two states each table holds, "Cat old, CatAttr new, ...": the whole of a
+// state would drown the message.
+std::string origins(const RepositoryState& state, const RepositoryState& oldState,
+                    const RepositoryState& newState) {
+    std::string text;
+    for (const auto& [table, rows] : state)
+        text += table + (rows == oldState.at(table)   ? " old, "
+                         : rows == newState.at(table) ? " new, "
+                                                      : " neither, ");
+    return text;
+}
+
+// A transfer killed at any moment leaves the final tables holding the old meta-model or the
+// new one as a whole, and the next transfer goes through. The child is the real tool on a
+// real database file, killed without warning after a growing share of the time a whole
+// transfer takes.
+TEST(TransferKilled, LeavesTheOldOrTheNewMetaModelNeverAMix) {
+    TempFolder folder;
+    const std::string oldSet =
+        TestSupport::writeGeneratedSet(folder.file("old"), "Old", documents, properties);
+    const std::string newSet =
+        TestSupport::writeGeneratedSet(folder.file("new"), "New", documents + 10, properties);
+
+    // The two states, each from a transfer that was left alone, and how long the new one took.
+    TestDatabase reference(Backend::Sqlite);
+    ASSERT_TRUE(reference.ready()) << reference.problem();
+    const auto start = Clock::now();
+    const auto newRun =
+        TestSupport::runTool({"-q", "transfer", "--db", reference.connectionString(), newSet});
+    const auto whole = Clock::now() - start;
+    ASSERT_EQ(newRun.exitCode, 0) << newRun.err;
+    const RepositoryState newState = TestSupport::repositoryState(reference);
+
+    TestDatabase database(Backend::Sqlite);
+    ASSERT_TRUE(database.ready()) << database.problem();
+    const std::string uri = database.connectionString();
+    const auto loadOld = [&] {
+        return TestSupport::runTool({"-q", "transfer", "--db", uri, oldSet});
+    };
+    const auto oldRun = loadOld();
+    ASSERT_EQ(oldRun.exitCode, 0) << oldRun.err;
+    const RepositoryState oldState = TestSupport::repositoryState(database);
+    for (const auto& [table, rows] : oldState) {
+        ASSERT_FALSE(rows.empty()) << table << " must hold rows for the test to see a mix";
+        ASSERT_NE(rows, newState.at(table)) << table;
+    }
+
+    int killedWithTheOld = 0;
+    int killedWithTheNew = 0;
+    // Denser towards the end, where the final tables are replaced.
+    for (const double share :
+         {0.05, 0.25, 0.45, 0.6, 0.72, 0.8, 0.86, 0.9, 0.93, 0.96, 0.98, 1.0, 1.03}) {
+        const pid_t child = TestSupport::startTool({"-q", "transfer", "--db", uri, newSet});
+        std::this_thread::sleep_for(std::chrono::duration_cast<Clock::duration>(whole * share));
+        kill(child, SIGKILL);
+        const int status = waitFor(child);
+        const bool killed = WIFSIGNALED(status);
+
+        const RepositoryState state = TestSupport::repositoryState(database);
+        if (state == oldState) {
+            EXPECT_TRUE(killed) << "a transfer that ended left the old meta-model";
+            ++killedWithTheOld;
+        } else {
+            EXPECT_TRUE(state == newState)
+                << "after " << share << " of a transfer: " << origins(state, oldState, newState);
+            killedWithTheNew += killed ? 1 : 0;
+        }
+        // The next transfer must go through whatever the kill left behind.
+        const auto next = loadOld();
+        ASSERT_EQ(next.exitCode, 0) << "after " << share << ": " << next.err;
+        ASSERT_TRUE(TestSupport::repositoryState(database) == oldState);
+    }
+    // Otherwise the kills all came too early or too late to prove anything.
+    EXPECT_GE(killedWithTheOld, 3);
+    RecordProperty("killedWithTheOld", killedWithTheOld);
+    RecordProperty("killedWithTheNew", killedWithTheNew);
+}
+
+} // namespace
