@@ -198,6 +198,11 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
                              line.command);
         values.push_back(value);
     }
+    for (const OptionSpec& option : command->options)
+        if (option.required && !line.arguments.help && !line.arguments.has(option.longName))
+            throw UsageError(line.command + " needs --" + option.longName +
+                                 (option.valueName ? std::string(" ") + option.valueName : ""),
+                             line.command);
     return line;
 }
 
@@ -207,14 +212,16 @@ std::string usageLine(const std::string& command) {
         return "usage: metamodel [GLOBAL OPTIONS] COMMAND [OPTIONS] [PATH...]";
     std::string usage = std::string("usage: metamodel [GLOBAL OPTIONS] ") + spec->name;
     for (const OptionSpec& option : spec->options) {
-        usage += " [";
+        usage += option.required ? " " : " [";
         usage += option.shortName ? std::string("-") + option.shortName
                                   : std::string("--") + option.longName;
         if (option.valueName)
             usage += std::string(" ") + option.valueName;
-        usage += option.repeatable ? "]..." : "]";
+        if (!option.required)
+            usage += option.repeatable ? "]..." : "]";
     }
-    usage += std::string(" ") + spec->operands;
+    if (*spec->operands)
+        usage += std::string(" ") + spec->operands;
     return usage;
 }
 

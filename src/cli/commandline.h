@@ -29,6 +29,7 @@ struct OptionSpec {
     const char* valueName; // null for a flag
     const char* help;
     bool repeatable = false;
+    bool required = false;
 };
 
 struct GlobalOptions;

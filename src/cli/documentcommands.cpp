@@ -65,9 +65,9 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
                   const SinkFactory& makeSink) {
     const bool fromRepository = arguments.has("db");
     if (fromRepository && !arguments.operands.empty())
-        return usageFailure(command, "--db reads the repository instead of documents: no PATH");
+        throw UsageError("--db reads the repository instead of documents: no PATH", command);
     if (!fromRepository && arguments.has("schema"))
-        return usageFailure(command, "--schema needs --db");
+        throw UsageError("--schema needs --db", command);
     MetaModel::CXMLMetaModelReader documents;
     if (!fromRepository && !addDocumentPaths(documents, arguments.operands))
         return exitFailure;

@@ -2,6 +2,7 @@
 
 #include "cpplanguage/messages.h"
 #include "metamodel/operations/documentfiles.h"
+#include "metamodel/operations/operationreading.h"
 #include "platform/orlofile.h"
 
 namespace Cli {
@@ -20,12 +21,7 @@ bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
                       const std::vector<std::string>& paths) {
     if (!documentPathsExist(paths))
         return false;
-    for (const std::string& path : paths) {
-        if (MetaModel::namesDocument(path))
-            reader.addFile(path);
-        else
-            reader.AddRootPath(path);
-    }
+    MetaModel::addOperationPaths(reader, paths);
     return true;
 }
 

@@ -15,22 +15,14 @@
 
 namespace Cli {
 
-int usageFailure(const std::string& command, const std::string& text) {
-    std::fprintf(stderr, "metamodel: %s\n%s\nTry 'metamodel %s --help' for more.\n", text.c_str(),
-                 usageLine(command).c_str(), command.c_str());
-    return 2;
-}
-
 namespace {
 
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
 
 int initialise(const GlobalOptions& global, const CommandArguments& arguments) {
-    if (!arguments.has("db"))
-        return usageFailure("init", "init needs the repository: --db URI");
     if (!arguments.operands.empty())
-        return usageFailure("init", "init takes no PATH");
+        throw UsageError("init takes no PATH", "init");
     const std::string schema = arguments.value("schema", "");
     try {
         IUniqueConnection connection(arguments.value("db", ""), schema, TABLINK::OpenMode::Create);
@@ -48,7 +40,7 @@ int initialise(const GlobalOptions& global, const CommandArguments& arguments) {
 const CommandRegistration init({
     "init",
     "create the repository's tables and procedures in a database; what is there stays",
-    {databaseOption, schemaOption},
+    {requiredDatabaseOption, schemaOption},
     "",
     50,
     initialise,
@@ -78,8 +70,6 @@ std::string finalTableCounts(void* connection) {
 }
 
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
-    if (!arguments.has("db"))
-        return usageFailure("transfer", "transfer needs the repository: --db URI");
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
     if (!documentPathsExist(arguments.operands))
         return exitFailure;
@@ -136,7 +126,7 @@ const CommandRegistration transferCommand({
     "transfer",
     "check the documents, then replace the meta-model in the repository with them; the tables "
     "are made when missing",
-    {databaseOption, schemaOption},
+    {requiredDatabaseOption, schemaOption},
     "[PATH...]",
     60,
     transfer,

@@ -1,7 +1,6 @@
 #include "metamodel/operations/transferoperation.h"
 
 #include "cpplanguage/messages.h"
-#include "metamodel/operations/documentfiles.h"
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "metamodel/validation/validationmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
@@ -11,25 +10,6 @@ namespace MetaModel {
 
 namespace {
 
-void addPaths(CXMLMetaModelReader& reader, const std::vector<std::string>& paths) {
-    for (const std::string& path : paths) {
-        if (namesDocument(path))
-            reader.addFile(path);
-        else
-            reader.AddRootPath(path);
-    }
-}
-
-void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& observer) {
-    if (!observer) {
-        reader.SetDocumentObserver({});
-        return;
-    }
-    reader.SetDocumentObserver([pass, &observer](const String& path, size_t number, size_t count) {
-        observer(pass, path, number, count);
-    });
-}
-
 void transfer(IUniqueConnection& connection, const std::vector<std::string>& paths,
               const PassObserver& passObserver, const RowObserver& rowObserver) {
     String schema;
@@ -37,7 +17,7 @@ void transfer(IUniqueConnection& connection, const std::vector<std::string>& pat
     // Declared in this order so that they go in the reverse one: the repository sink first,
     // the reader last.
     CXMLMetaModelReader reader(true, false);
-    addPaths(reader, paths);
+    addOperationPaths(reader, paths);
     CValidationMetaModelEvents validation(true);
     reader.SetEvents(&validation);
     observePass(reader, 1, passObserver);

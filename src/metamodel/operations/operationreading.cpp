@@ -1,0 +1,26 @@
+#include "metamodel/operations/operationreading.h"
+
+#include "metamodel/operations/documentfiles.h"
+
+namespace MetaModel {
+
+void addOperationPaths(CXMLMetaModelReader& reader, const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        if (namesDocument(path))
+            reader.addFile(path);
+        else
+            reader.AddRootPath(path);
+    }
+}
+
+void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& observer) {
+    if (!observer) {
+        reader.SetDocumentObserver({});
+        return;
+    }
+    reader.SetDocumentObserver([pass, &observer](const String& path, size_t number, size_t count) {
+        observer(pass, path, number, count);
+    });
+}
+
+} // namespace MetaModel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "metamodel/xml/xmlmetamodelreader.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace MetaModel {
+
+// Told before each document of each reading of an operation: the pass (1, 2, ...), the path,
+// the document's number counted from 1 and how many the pass reads.
+using PassObserver =
+    std::function<void(int pass, const ORLO::String& path, size_t number, size_t count)>;
+
+// Adds an operation's mixed list to a reader: a path ending in "MetaModel.xml" is one
+// document, any other a root folder. Given roots come after the built-in ones and given
+// documents after all roots, whatever their order here.
+void addOperationPaths(CXMLMetaModelReader& reader, const std::vector<std::string>& paths);
+
+// Makes the reader tell `observer` of each document, as pass `pass`; an empty observer
+// silences it.
+void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& observer);
+
+} // namespace MetaModel
