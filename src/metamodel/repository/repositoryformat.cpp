@@ -1,5 +1,7 @@
 #include "metamodel/repository/repositoryformat.h"
 
+#include "metamodel/model/propertyclassifiers.h"
+
 namespace MetaModel::Repository {
 
 namespace {
@@ -13,14 +15,6 @@ constexpr PrimitiveType primitiveTypes[] = {
     {"integer", IntegerTypeId},   {"string", StringTypeId},       {"dateTime", DateTimeTypeId},
     {"bookmark", BookmarkTypeId}, {"reference", ReferenceTypeId},
 };
-
-struct MergeRule {
-    const char* word;
-    const char* code;
-};
-
-constexpr MergeRule mergeRules[] = {
-    {"no", "NON"}, {"sum", "SUM"}, {"cct_dist_alpha", "CDA"}, {"bitor", "BOR"}};
 
 } // namespace
 
@@ -52,18 +46,17 @@ String statusText(IMetaModelEvents::ElementStatus status) {
     return String();
 }
 
+// The two dialects of merge words live with the classifiers; the repository only converts.
 String mergeCode(const String& word) {
-    for (const MergeRule& rule : mergeRules)
-        if (word == rule.word)
-            return rule.code;
-    return String();
+    QEL::CXmlToDBMergeConverter converter;
+    converter.Classify(word);
+    return converter.GetResult();
 }
 
 String mergeWord(const String& code) {
-    for (const MergeRule& rule : mergeRules)
-        if (code == rule.code)
-            return rule.word;
-    return String();
+    QEL::CDBToXmlMergeConverter converter;
+    converter.Classify(code);
+    return converter.GetResult();
 }
 
 const std::array<RepositoryTable, TableCount>& repositoryTables() {

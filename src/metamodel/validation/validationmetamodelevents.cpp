@@ -293,11 +293,15 @@ void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
     std::sort(byId.begin(), byId.end(),
               [](const PropertyRecord* a, const PropertyRecord* b) { return a->id < b->id; });
     for (const PropertyRecord* property : byId) {
-        if (!isPropertyTypeWord(property->type) && categories_.count(property->type) == 0 &&
+        CPropertyTypeValidator type;
+        type.Classify(property->type);
+        if (!type.recognized() && categories_.count(property->type) == 0 &&
             types_.count(property->type) == 0)
             error(property->location, "QEL_MM_INVALID_PROP_TYP",
                   {{"CTXT", item.name}, {"PROP_NAM", property->name}});
-        if (!isMergeWord(property->merge))
+        CPropertyMergeValidator merge;
+        merge.Classify(property->merge);
+        if (!merge.recognized())
             error(
                 property->location, "QEL_MM_INVALID_PROP_MERGE",
                 {{"CTXT", item.name}, {"PROP_MRG", property->merge}, {"PROP_NAM", property->name}});
