@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Cli {
@@ -25,13 +26,17 @@ constexpr int exitFailure = 1;
 
 using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(const std::string&)>;
 
-// A temporary file that goes away with this object.
+// A temporary file in a folder that goes away with this object unless it was moved.
 class ScratchFile {
 public:
-    ScratchFile() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "metamodel-XXXXXX");
+    explicit ScratchFile(const std::filesystem::path& folder) {
+        std::string pattern = (folder / ".metamodel-XXXXXX");
         const int descriptor = mkstemp(pattern.data());
         if (descriptor >= 0) {
+            // It may become the output: give it the mode a plain new file would get.
+            const mode_t mask = umask(0);
+            umask(mask);
+            fchmod(descriptor, 0666 & ~mask);
             close(descriptor);
             path_ = pattern;
         }
@@ -59,8 +64,7 @@ bool copyToStandardOutput(const std::string& path) {
 }
 
 // Plays the documents, or the repository with --db, into the sink that `makeSink` builds on
-// the output path. A failed run leaves nothing half-written: a file output is removed, and
-// standard output is only written once the whole stream went through.
+// the output path. A failed run leaves nothing half-written.
 int playDocuments(const std::string& command, const CommandArguments& arguments,
                   const SinkFactory& makeSink) {
     const bool fromRepository = arguments.has("db");
@@ -73,9 +77,18 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
         return exitFailure;
     const std::string output = arguments.value("output", "-");
     const bool toStandardOutput = output == "-";
-    ScratchFile scratch;
-    const std::string target =
-        toStandardOutput && !scratch.path().empty() ? scratch.path() : output;
+    // The stream goes to a scratch file first, beside the output so that a rename puts it in
+    // place: a failed run leaves the output as it was, standard output untouched included.
+    // Where no scratch file can be made, the sink writes the output itself and says why it
+    // could not.
+    std::filesystem::path folder = std::filesystem::temp_directory_path();
+    if (!toStandardOutput) {
+        folder = std::filesystem::path(output).parent_path();
+        if (folder.empty())
+            folder = ".";
+    }
+    ScratchFile scratch(folder);
+    const std::string target = scratch.path().empty() ? output : scratch.path();
     try {
         std::unique_ptr<IUniqueConnection> connection;
         std::unique_ptr<MetaModel::CDBMetaModelReader> repository;
@@ -91,17 +104,22 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
             reader->SetEvents(sink.get());
             reader->Read();
         }
-        if (target != output && !copyToStandardOutput(target))
-            return exitFailure;
-        return exitSuccess;
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
+        return exitFailure;
     }
-    if (!toStandardOutput) {
-        std::error_code ignored;
-        std::filesystem::remove(output, ignored);
+    if (target == output)
+        return exitSuccess;
+    if (toStandardOutput)
+        return copyToStandardOutput(target) ? exitSuccess : exitFailure;
+    std::error_code moved;
+    std::filesystem::rename(target, output, moved);
+    if (moved) {
+        std::fprintf(stderr, "metamodel: error: cannot write '%s': %s\n", output.c_str(),
+                     moved.message().c_str());
+        return exitFailure;
     }
-    return exitFailure;
+    return exitSuccess;
 }
 
 template <class Sink> struct OwnedSink {

@@ -195,3 +195,29 @@ TEST(Tool, HelpDescribesEveryOption) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(Tool, AFailedRunLeavesAnExistingOutputAsItWasAndASuccessfulOneReplacesIt) {
+    TempFolder folder;
+    const std::string output = folder.write("out.dump", "the old dump\n");
+    const std::string bad = folder.write("bad/MetaModel.xml", "<metaModel file_no=\"1\"><oops>");
+    auto run = runTool({"dump", "-o", output, bad});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(TestSupport::readFile(output), "the old dump\n");
+
+    run = runTool({"dump", "-o", output, sample});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(TestSupport::readFile(output), "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+    // The output must not keep the scratch file's private mode, but have a new file's.
+    const std::string plain = folder.write("plain", "");
+    EXPECT_EQ(std::filesystem::status(output).permissions(),
+              std::filesystem::status(plain).permissions());
+    // No scratch file is left beside it.
+    size_t entries = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        ++entries;
+    EXPECT_EQ(entries, 3u);
+}
+
+} // namespace
