@@ -144,13 +144,12 @@ void CXMLMetaModelHandler::resetDocumentPosition() {
 // still expects one, even in the next document.
 void CXMLMetaModelHandler::startDocument() {
     resetDocumentPosition();
-    elementStack_.emplace_back("<root>");
+    elementStack_.push("<root>");
 }
 
 void CXMLMetaModelHandler::endDocument() {
     resetDocumentPosition();
-    if (!elementStack_.empty())
-        elementStack_.pop_back();
+    elementStack_.pop();
 }
 
 String CXMLMetaModelHandler::renderTag(const String& localName,
@@ -380,8 +379,8 @@ void CXMLMetaModelHandler::startPropertyElement(const String& tag,
 
 void CXMLMetaModelHandler::startElement(const String&, const String& localName, const String&,
                                         const ORLO::IXmlAttributes& attributes) {
-    const String parent = elementStack_.empty() ? String() : elementStack_.back();
-    elementStack_.push_back(localName);
+    elementStack_.push(localName);
+    const String& parent = elementStack_.below(1);
 
     if (descriptionState_ == InDescription)
         fail("QEL_MM_DESC_TAG_HAS_CHILD", {});
@@ -482,8 +481,7 @@ void CXMLMetaModelHandler::endBodyElement(const String& localName) {
 }
 
 void CXMLMetaModelHandler::endElement(const String&, const String& localName, const String&) {
-    if (!elementStack_.empty())
-        elementStack_.pop_back();
+    elementStack_.pop();
     if (descriptionState_ == InDescription) {
         // No child can open inside a description, so this is its end.
         announceDescribedElement();

@@ -89,7 +89,31 @@ private:
     String currentName_;
     int currentId_ = IMetaModelEvents::NoId;
     bool partial_ = false;
-    std::vector<String> elementStack_;
+    // The names of the open elements, innermost last, kept only to name a parent in
+    // failures. Slots are reused, so that a name is copied into a buffer that has room.
+    class ElementStack {
+    public:
+        void push(const String& name) {
+            if (depth_ == names_.size())
+                names_.emplace_back();
+            names_[depth_++].assign(name);
+        }
+        void pop() {
+            if (depth_ > 0)
+                --depth_;
+        }
+        // The name `levels` below the innermost one, or the empty string; valid until the
+        // next push.
+        const String& below(size_t levels) const {
+            return depth_ > levels ? names_[depth_ - 1 - levels] : String::nil();
+        }
+
+    private:
+        std::vector<String> names_;
+        size_t depth_ = 0;
+    };
+
+    ElementStack elementStack_;
     String propertyName_;
     int propertyId_ = IMetaModelEvents::NoId;
     String propertyType_;
