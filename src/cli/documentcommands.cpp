@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,14 +82,22 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
     // place: a failed run leaves the output as it was, standard output untouched included.
     // Where no scratch file can be made, the sink writes the output itself and says why it
     // could not.
+    // Only a plain file may be replaced by a rename: a device such as /dev/null, a pipe or a
+    // link is written to in place, as the user named it.
+    std::error_code ignored;
+    const std::filesystem::file_status existing = std::filesystem::symlink_status(output, ignored);
+    const bool replaceable =
+        !std::filesystem::exists(existing) || std::filesystem::is_regular_file(existing);
     std::filesystem::path folder = std::filesystem::temp_directory_path();
     if (!toStandardOutput) {
         folder = std::filesystem::path(output).parent_path();
         if (folder.empty())
             folder = ".";
     }
-    ScratchFile scratch(folder);
-    const std::string target = scratch.path().empty() ? output : scratch.path();
+    std::optional<ScratchFile> scratch;
+    if (toStandardOutput || replaceable)
+        scratch.emplace(folder);
+    const std::string target = scratch && !scratch->path().empty() ? scratch->path() : output;
     try {
         std::unique_ptr<IUniqueConnection> connection;
         std::unique_ptr<MetaModel::CDBMetaModelReader> repository;

@@ -221,3 +221,20 @@ TEST(Tool, AFailedRunLeavesAnExistingOutputAsItWasAndASuccessfulOneReplacesIt) {
 }
 
 } // namespace
+
+namespace {
+
+// A rename into place would replace a link (or a device, or a pipe) instead of writing
+// through it, as the user asked.
+TEST(Tool, AnOutputThatIsALinkIsWrittenThroughNotReplaced) {
+    TempFolder folder;
+    const std::string real = folder.write("real.dump", "");
+    const std::string link = folder.file("link.dump");
+    std::filesystem::create_symlink(real, link);
+    const auto run = runTool({"dump", "-o", link, sample});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(TestSupport::readFile(real), "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+}
+
+} // namespace
