@@ -5,6 +5,7 @@
 #include "platform/database/uniqueconnection.h"
 
 #include "../repository/repositorytesting.h"
+#include "support/forwardingbackend.h"
 #include "support/messagecapture.h"
 #include "support/tempfolder.h"
 
@@ -118,40 +119,12 @@ TEST(TransferOperationWithoutConnection, PostsItsMessageBeforeReadingAnyDocument
 
 // A driver that runs out of memory when the inserters are prepared: no failure of the
 // library's own kind, which only a fake can raise. The real embedded database does the rest.
-class FakeOutOfMemoryServer : public TABLINK::IBackend {
+class FakeOutOfMemoryServer : public TestSupport::ForwardingBackend {
 public:
-    explicit FakeOutOfMemoryServer(std::unique_ptr<TABLINK::IBackend> real)
-        : real_(std::move(real)) {}
-    int serverKind() const override { return real_->serverKind(); }
-    std::string defaultRepositoryName() override { return real_->defaultRepositoryName(); }
-    bool acceptsRepositoryName(const std::string& name) override {
-        return real_->acceptsRepositoryName(name);
-    }
-    bool query(const std::string& sql) override { return real_->query(sql); }
-    bool nextRow() override { return real_->nextRow(); }
-    int columnCount() const override { return real_->columnCount(); }
-    bool isNull(int column) const override { return real_->isNull(column); }
-    int integerValue(int column) const override { return real_->integerValue(column); }
-    std::string_view textValue(int column) const override { return real_->textValue(column); }
-    bool endQuery() override { return real_->endQuery(); }
-    bool executeScript(const std::string& sql) override { return real_->executeScript(sql); }
-    bool commit() override { return real_->commit(); }
-    bool createSchema(const std::string& schema) override { return real_->createSchema(schema); }
-    bool defineProcedure(const std::string& prefix, const std::string& name,
-                         const std::string& body) override {
-        return real_->defineProcedure(prefix, name, body);
-    }
-    bool callProcedure(const std::string& prefix, const std::string& name, bool wantResult,
-                       int& result) override {
-        return real_->callProcedure(prefix, name, wantResult, result);
-    }
+    using ForwardingBackend::ForwardingBackend;
     std::unique_ptr<TABLINK::IBulkTarget> openBulkTarget(const std::string&) override {
         throw std::bad_alloc();
     }
-    const std::string& lastError() const override { return real_->lastError(); }
-
-private:
-    std::unique_ptr<TABLINK::IBackend> real_;
 };
 
 TEST(TransferOperationOnAFailingDriver, AnyOtherFailureIsPostedAndAnsweredNotThrown) {

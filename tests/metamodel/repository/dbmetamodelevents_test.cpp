@@ -5,6 +5,7 @@
 
 #include "repositorytesting.h"
 #include "support/failureinfo.h"
+#include "support/forwardingbackend.h"
 
 #include <gtest/gtest.h>
 
@@ -288,48 +289,27 @@ INSTANTIATE_TEST_SUITE_P(Servers, RepositoryWriter,
 
 // A server whose kind the two real backends never answer: the real embedded database behind
 // it does the work, the fake only claims another kind and records the commit step.
-class FakeServerKind : public TABLINK::IBackend {
+class FakeServerKind : public TestSupport::ForwardingBackend {
 public:
     FakeServerKind(std::unique_ptr<TABLINK::IBackend> real, int kind, std::vector<std::string>& log)
-        : real_(std::move(real)), kind_(kind), log_(log) {}
+        : ForwardingBackend(std::move(real)), kind_(kind), log_(log) {}
 
     int serverKind() const override { return kind_; }
-    std::string defaultRepositoryName() override { return real_->defaultRepositoryName(); }
-    bool acceptsRepositoryName(const std::string& name) override {
-        return real_->acceptsRepositoryName(name);
-    }
     bool query(const std::string& sql) override {
         log_.push_back(sql);
-        return sql == "commit" || real_->query(sql);
+        return sql == "commit" || ForwardingBackend::query(sql);
     }
-    bool nextRow() override { return real_->nextRow(); }
-    int columnCount() const override { return real_->columnCount(); }
-    bool isNull(int column) const override { return real_->isNull(column); }
-    int integerValue(int column) const override { return real_->integerValue(column); }
-    std::string_view textValue(int column) const override { return real_->textValue(column); }
-    bool endQuery() override { return real_->endQuery(); }
-    bool executeScript(const std::string& sql) override { return real_->executeScript(sql); }
     bool commit() override {
         log_.push_back("<dbcommit>");
         return true;
     }
-    bool createSchema(const std::string& schema) override { return real_->createSchema(schema); }
-    bool defineProcedure(const std::string& prefix, const std::string& name,
-                         const std::string& body) override {
-        return real_->defineProcedure(prefix, name, body);
-    }
     bool callProcedure(const std::string& prefix, const std::string& name, bool wantResult,
                        int& result) override {
         log_.push_back("<call " + name + ">");
-        return real_->callProcedure(prefix, name, wantResult, result);
+        return ForwardingBackend::callProcedure(prefix, name, wantResult, result);
     }
-    std::unique_ptr<TABLINK::IBulkTarget> openBulkTarget(const std::string& table) override {
-        return real_->openBulkTarget(table);
-    }
-    const std::string& lastError() const override { return real_->lastError(); }
 
 private:
-    std::unique_ptr<TABLINK::IBackend> real_;
     int kind_;
     std::vector<std::string>& log_;
 };
