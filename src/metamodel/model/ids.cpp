@@ -8,10 +8,6 @@ namespace {
 
 constexpr int noId = int(0x80000000u);
 
-std::uint32_t hashId(int id) {
-    return std::uint32_t((std::uint64_t(std::uint32_t(id)) * 0x9E3779B97F4A7C15ULL) >> 32);
-}
-
 } // namespace
 
 CIds::CIdGroup::CIdGroup() : copies_(std::make_shared<std::deque<ORLO::String>>()) {}

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "interfaces/idset.h"
 #include "interfaces/iids.h"
-#include "interfaces/positionindex.h"
 
 #include <cstdint>
 #include <deque>

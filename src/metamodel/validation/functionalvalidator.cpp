@@ -3,10 +3,12 @@
 #include "cpplanguage/messages.h"
 #include "interfaces/iattribute.h"
 #include "interfaces/iproperty.h"
+#include "interfaces/positionindex.h"
 #include "metamodel/metamodelexceptions.h"
 
-#include <map>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace MetaModel {
 
@@ -36,6 +38,28 @@ bool walkReachesTwice(const QEL::IMetaType* type, const QEL::ICategory* tree, Ty
             return true;
     return false;
 }
+
+// The first property of each pair of INF_TYPE and INF_SUB_TYPE values.
+class FirstOfPair {
+public:
+    // The property that came with the pair first, or null when `property` is the first.
+    const QEL::IProperty* claim(int type, int subType, const QEL::IProperty* property) {
+        const std::uint64_t key =
+            (std::uint64_t(std::uint32_t(type)) << 32) | std::uint32_t(subType);
+        const auto hash = std::uint32_t((key * 0x9E3779B97F4A7C15ULL) >> 32);
+        const std::uint32_t at = index_.find(
+            hash, [&](std::uint32_t position) { return claims_[position].first == key; });
+        if (at != QEL::PositionIndex::none)
+            return claims_[at].second;
+        index_.add(hash, std::uint32_t(claims_.size()));
+        claims_.emplace_back(key, property);
+        return nullptr;
+    }
+
+private:
+    std::vector<std::pair<std::uint64_t, const QEL::IProperty*>> claims_;
+    QEL::PositionIndex index_;
+};
 
 } // namespace
 
@@ -115,7 +139,7 @@ bool FunctionalValidator::hasCircuit(const QEL::ICategory* category,
 
 bool FunctionalValidator::infTypInfSubTypAreCorrect(const QEL::IMetaModel* model) const {
     bool correct = true;
-    std::map<std::pair<int, int>, ORLO::String> pairs;
+    FirstOfPair pairs;
     for (const QEL::IProperty* property : model->GetProperties()) {
         const QEL::IAttribute* type = property->GetAttribute(infType);
         const QEL::IAttribute* subType = property->GetAttribute(infSubType);
@@ -128,11 +152,10 @@ bool FunctionalValidator::infTypInfSubTypAreCorrect(const QEL::IMetaModel* model
             fault("QEL_MM_INFSUBNOINTEGER", {{"PROPERTY_NAME", property->GetName()}});
             correct = false;
         } else {
-            const auto [entry, fresh] =
-                pairs.emplace(std::make_pair(type->GetIntegerValue(), subType->GetIntegerValue()),
-                              property->GetName());
-            if (!fresh) {
-                fault("QEL_MM_INFSUBDUPLICATE", {{"FIRST_PROPERTY_NAME", entry->second},
+            const QEL::IProperty* first =
+                pairs.claim(type->GetIntegerValue(), subType->GetIntegerValue(), property);
+            if (first) {
+                fault("QEL_MM_INFSUBDUPLICATE", {{"FIRST_PROPERTY_NAME", first->GetName()},
                                                  {"PROPERTY_NAME", property->GetName()}});
                 correct = false;
             }

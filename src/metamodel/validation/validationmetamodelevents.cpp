@@ -116,6 +116,7 @@ void CValidationMetaModelEvents::OnStart() {
     currentItem_ = nullptr;
     currentProperty_ = nullptr;
     currentDeclaration_.reset();
+    attributeNames_.clear();
     valid_ = true;
     errorCount_ = 0;
     // The id sets survive on purpose: an object is meant for one stream, and one used again
@@ -136,7 +137,7 @@ bool CValidationMetaModelEvents::startElement(Records& own, const Records& other
     TypeOrCategory& item = declared != own.end() ? declared->second : own[name];
     currentItem_ = &item;
     currentDeclaration_ = std::make_unique<TypeOrCategory>();
-    if (!partial && !declaredIds_.insert(id).second)
+    if (!partial && !declaredIds_.insert(id))
         error(location, idConflict, {{"ID", id}, {"NAM", name}});
     item.name = name;
     if (partial) {
@@ -188,7 +189,7 @@ void CValidationMetaModelEvents::OnStartProperty(const String& name, const Strin
         if (property.id == id)
             sameId = &property;
     }
-    if (!propertyIds_.insert(id).second)
+    if (!propertyIds_.insert(id))
         error(location, "QEL_MM_CONFLICT_PROP_ID", {{"ID", id}, {"NAM", name}});
 
     // A second property of an id this owner already has is not kept; its attributes go to
@@ -226,23 +227,27 @@ void CValidationMetaModelEvents::OnEndProperty() {
 }
 
 void CValidationMetaModelEvents::attribute(const String& name) {
-    std::vector<String>* attributes = nullptr;
+    int* chain = nullptr;
     const String* context = nullptr;
     if (currentProperty_) {
-        attributes = &currentProperty_->attributes;
+        chain = &currentProperty_->attributes;
         context = &currentProperty_->name;
     } else if (currentItem_) {
-        attributes = &currentItem_->attributes;
+        chain = &currentItem_->attributes;
         context = &currentItem_->name;
     } else {
         return;
     }
     // A string and an integer attribute of one name collide too: only the name counts.
-    if (std::find(attributes->begin(), attributes->end(), name) != attributes->end())
-        error(currentLocation(), "QEL_MM_DUPLICATE_ATTRIBUTE",
-              {{"CTXT", *context}, {"NAME", name}});
-    else
-        attributes->push_back(name);
+    for (int at = *chain; at != noAttribute; at = attributeNames_[size_t(at)].next) {
+        if (attributeNames_[size_t(at)].name == name) {
+            error(currentLocation(), "QEL_MM_DUPLICATE_ATTRIBUTE",
+                  {{"CTXT", *context}, {"NAME", name}});
+            return;
+        }
+    }
+    attributeNames_.push_back(AttributeName{name, *chain});
+    *chain = int(attributeNames_.size() - 1);
 }
 
 void CValidationMetaModelEvents::OnAttribute(const String& name, int, const ElementStatus&) {

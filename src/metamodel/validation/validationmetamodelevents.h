@@ -1,13 +1,13 @@
 #pragma once
 
 #include "cpplanguage/messages.h"
+#include "interfaces/idset.h"
 #include "metamodel/stream/metamodelevents.h"
 
 #include <functional>
 #include <memory>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace MetaModel {
@@ -66,13 +66,21 @@ private:
         Location location;
     };
 
+    // The attribute names of one property or element form a chain through attributeNames_,
+    // newest first, so that a property costs no list of its own.
+    static constexpr int noAttribute = -1;
+    struct AttributeName {
+        String name;
+        int next;
+    };
+
     // Only what a rule looks at is kept: descriptions and attribute values never are.
     struct PropertyRecord {
         int id = 0;
+        int attributes = noAttribute;
         String name;
         String type;
         String merge;
-        std::vector<String> attributes;
         Location location;
     };
 
@@ -84,7 +92,7 @@ private:
         String name;
         std::vector<InheritanceRecord> inherited;
         std::vector<TreeRecord> trees;
-        std::vector<String> attributes;
+        int attributes = noAttribute;
         // In arrival order, one per id; the end-of-stream checks go by ascending id.
         std::vector<PropertyRecord> properties;
     };
@@ -115,8 +123,9 @@ private:
 
     Records types_;
     Records categories_;
-    std::unordered_set<int> declaredIds_;
-    std::unordered_set<int> propertyIds_;
+    QEL::IdSet declaredIds_;
+    QEL::IdSet propertyIds_;
+    std::vector<AttributeName> attributeNames_;
     TypeOrCategory* currentItem_ = nullptr;
     std::unique_ptr<TypeOrCategory> currentDeclaration_;
     PropertyRecord* currentProperty_ = nullptr;
