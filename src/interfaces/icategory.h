@@ -65,11 +65,11 @@ public:
     }
     // Position in GetAllProperties, or -1.
     int GetPropertyIndex(const IProperty* property) const {
-        return tables_ ? tables_->PropertyIndex(localId_, property->LocalId()) : -1;
+        return tables_ ? tables_->OwnPropertyIndex(localId_, property->LocalId()) : -1;
     }
     // Position in GetAllCategories, or -1.
     int GetCategoryIndex(const ICategory* category) const {
-        return tables_ ? tables_->CategoryIndex(localId_, category->LocalId()) : -1;
+        return tables_ ? tables_->OwnCategoryIndex(localId_, category->LocalId()) : -1;
     }
 
     // GetLocalId without a virtual call, for the membership tests of inner loops; -1 for a

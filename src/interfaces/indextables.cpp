@@ -74,7 +74,7 @@ void CIndexTables::buildRows(const std::vector<const ICategory*>& categories,
         total += size;
     }
     entries_.assign(total, Entry{});
-    irregular_.assign(categories.size(), false);
+    irregular_.assign(categories.size(), 0);
     for (std::size_t row = 0; row < categories.size(); ++row) {
         const Row range = rows_[row];
         std::int16_t position = 0;
@@ -88,7 +88,7 @@ void CIndexTables::buildRows(const std::vector<const ICategory*>& categories,
                 entries_[range.first + at] =
                     Entry{std::uint32_t(column), position, std::uint16_t(blockStart)};
                 if (declaresShared_[std::size_t(column)])
-                    irregular_[row] = true;
+                    irregular_[row] = 1;
             }
             position = std::int16_t(position + 1);
             blockStart += std::uint32_t(member->GetLocalProperties().size());
@@ -116,8 +116,8 @@ int CIndexTables::irregularIndex(int row, int property) const {
 
 std::size_t CIndexTables::MemoryUsed() const {
     std::size_t bytes = rows_.capacity() * sizeof(Row) + entries_.capacity() * sizeof(Entry) +
-                        homes_.capacity() * sizeof(Home) +
-                        (declaresShared_.size() + irregular_.size()) / 8;
+                        homes_.capacity() * sizeof(Home) + declaresShared_.size() / 8 +
+                        irregular_.capacity();
     for (const auto& [row, positions] : irregularRows_)
         bytes += positions.size() * (sizeof(int) + sizeof(std::int16_t) + 2 * sizeof(void*));
     return bytes;

@@ -27,10 +27,9 @@ template <class T> std::vector<T> inPointerOrder(const ElementSet<T>& members) {
 
 } // namespace
 
-CCategory::CCategory(const CMetaModel& model) : model_(model) {
-    // Empty until the model is finished, so that nothing is a member before.
-    tables_ = &model.Tables();
-}
+// Without tables until the model is finished and has numbered it, so that nothing is a member
+// before, and a category that the model never numbered has no row to read.
+CCategory::CCategory(const CMetaModel& model) : model_(model) {}
 
 CCategory::CCategory(const CCategory& other)
     : IAttributedItem(other), ICategory(other), CAttributedItem(other), model_(other.model_),
@@ -95,6 +94,7 @@ void CCategory::collectAllProperties() {
 }
 
 void CCategory::AnswerMembershipFromTables() {
+    tables_ = model_.Tables().HasRow(localId_) ? &model_.Tables() : nullptr;
     allCategories_.delegateMembership(
         [](const void* owner, const ICategory* member) {
             return static_cast<const CCategory*>(owner)->GetCategoryIndex(member);

@@ -3,6 +3,7 @@
 #include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/repository/repositoryformat.h"
+#include "platform/database/sqliterepeats.h"
 #include "platform/database/tablink.h"
 
 #include <vector>
@@ -47,20 +48,26 @@ String createTableStatement(int tableIndex, bool workTable) {
 
 // Exact duplicates arise from repeated declarations in the documents; they are dropped here,
 // with NULLs counting as equal, which is what DISTINCT and GROUP BY do on both servers. A
-// set that passed validation has none, so each table is first only counted, distinct against
-// all, and rewritten only when the two differ: a rewrite of every row would cost more than
-// the rest of the procedure. Where the server names its rows (`rowIdentity`), only the later
-// copies are deleted; elsewhere the distinct rows replace the table's.
-String flushDataBody(const String& rowIdentity) {
+// set that passed validation has none, so each table is first only screened, and rewritten
+// only when it may hold two equal rows: a rewrite of every row would cost more than the rest
+// of the procedure. The screen is the server's aggregate `repeatScreen` where it has one (a
+// hashing pass), else a count of the distinct rows against all (a sort). Where the server
+// names its rows (`rowIdentity`), only the later copies are deleted; elsewhere the distinct
+// rows replace the table's when there are fewer of them.
+String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
     String body;
     for (const RepositoryTable& table : repositoryTables()) {
         const String work = prefixed(table.workName);
-        const String hasDuplicates = "(SELECT count(*) FROM (SELECT DISTINCT * FROM " + work +
-                                     ") distinct_rows) < (SELECT count(*) FROM " + work + ")";
+        const String columns = columnNames(table.workTableColumns());
+        const String mayHaveDuplicates =
+            repeatScreen.empty()
+                ? "(SELECT count(*) FROM (SELECT DISTINCT * FROM " + work +
+                      ") distinct_rows) < (SELECT count(*) FROM " + work + ")"
+                : "(SELECT " + repeatScreen + "(" + columns + ") FROM " + work + ") = 1";
         if (!rowIdentity.empty()) {
-            body += "DELETE FROM " + work + " WHERE " + hasDuplicates + " AND " + rowIdentity +
+            body += "DELETE FROM " + work + " WHERE " + mayHaveDuplicates + " AND " + rowIdentity +
                     " NOT IN (SELECT min(" + rowIdentity + ") FROM " + work + " GROUP BY " +
-                    columnNames(table.workTableColumns()) + ");\n";
+                    columns + ");\n";
             continue;
         }
         body += "CREATE TEMPORARY TABLE flushed_rows AS SELECT DISTINCT * FROM " + work + ";\n";
@@ -75,8 +82,9 @@ String flushDataBody(const String& rowIdentity) {
 }
 
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
-// direct links. The ancestors of each category are found first, over the category links alone
-// and with an index on them, so that the recursion never scans a table per step; UNION, not
+// direct links. The ancestors of each category that a type inherits directly are found first,
+// over the category links alone and with an index on them, so that the recursion never scans
+// a table per step and never walks above a category that no type starts from; UNION, not
 // UNION ALL, so that a circuit of inheritance still ends. EXCEPT drops what a type already
 // has, whatever its IsCatProp.
 String buildDependenciesBody() {
@@ -87,7 +95,10 @@ String buildDependenciesBody() {
            "CREATE INDEX category_links_by_category ON category_links (IdCat);\n"
            "CREATE TEMPORARY TABLE category_ancestors AS WITH RECURSIVE ancestors(IdCat, "
            "IdAncestor) AS (\n"
-           "  SELECT IdCat, IdCatParent FROM category_links\n"
+           "  SELECT IdCat, IdCatParent FROM category_links WHERE IdCat IN (SELECT IdCatParent "
+           "FROM " +
+           typeLinks +
+           " WHERE IsCatProp = 1)\n"
            "  UNION\n"
            "  SELECT ancestors.IdCat, link.IdCatParent FROM ancestors JOIN category_links link ON "
            "link.IdCat = ancestors.IdAncestor)\n"
@@ -173,8 +184,9 @@ void CreateRepository(void* connection) {
     // The servers' own names of a row, for deleting one of two equal rows.
     const int serverKind = TABLINK::dbgetconnectiontype(connection, nullptr, nullptr);
     const String rowIdentity = serverKind == 1 ? "rowid" : serverKind == 5 ? "ctid" : "";
+    const String repeatScreen = serverKind == 1 ? TABLINK::repeatScreenFunction : "";
     const std::pair<const char*, String> procedures[] = {
-        {"METAMODEL_FLUSHDATA", Repository::flushDataBody(rowIdentity)},
+        {"METAMODEL_FLUSHDATA", Repository::flushDataBody(rowIdentity, repeatScreen)},
         {"CAT_BUILD_DEPENDENCIES", Repository::buildDependenciesBody()},
         {"FINAL_METAMODEL", Repository::finalMetaModelBody()},
     };

@@ -14,9 +14,11 @@ void CreateRepository(void* connection);
 namespace Repository {
 
 // The texts behind CreateRepository, with the table-prefix marker in them. `rowIdentity` is
-// the server's hidden column that tells two equal rows apart, empty when it has none.
+// the server's hidden column that tells two equal rows apart, empty when it has none;
+// `repeatScreen` an aggregate of the server that tells cheaply whether a table may hold two
+// equal rows, empty when it has none.
 ORLO::String createTableStatement(int tableIndex, bool workTable);
-ORLO::String flushDataBody(const ORLO::String& rowIdentity);
+ORLO::String flushDataBody(const ORLO::String& rowIdentity, const ORLO::String& repeatScreen);
 ORLO::String buildDependenciesBody();
 ORLO::String finalMetaModelBody();
 

@@ -1,4 +1,5 @@
 #include "platform/database/connection.h"
+#include "platform/database/sqliterepeats.h"
 
 #include <sqlite3.h>
 
@@ -342,6 +343,11 @@ std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mo
                      &message) != SQLITE_OK) {
         error = "'" + path + "': " + (message ? message : sqlite3_errmsg(database.get()));
         sqlite3_free(message);
+        return nullptr;
+    }
+    // The procedures stored in the repository call it.
+    if (!registerRepeatScreen(database.get())) {
+        error = sqlite3_errmsg(database.get());
         return nullptr;
     }
     return std::make_unique<SqliteBackend>(std::move(database));

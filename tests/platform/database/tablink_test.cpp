@@ -1,6 +1,7 @@
 #include "platform/database/connection.h"
 #include "platform/database/databaseexceptions.h"
 #include "platform/database/rowvault.h"
+#include "platform/database/sqliterepeats.h"
 #include "platform/database/tablink.h"
 #include "platform/database/uniqueconnection.h"
 
@@ -388,3 +389,57 @@ INSTANTIATE_TEST_SUITE_P(Servers, Connectivity, testing::Values(Backend::Sqlite,
                          });
 
 } // namespace
+
+namespace {
+
+// What the embedded server's repeat screen answers over the rows of `values`, and whether
+// DISTINCT finds fewer rows than there are: the screen must never say 0 where DISTINCT sees a
+// repeat.
+struct ScreenAndDistinct {
+    int screen = -1;
+    bool distinctRepeats = false;
+};
+
+ScreenAndDistinct screenRows(void* handle, const std::string& values) {
+    const std::string rows = "(VALUES " + values + ")";
+    ScreenAndDistinct answer;
+    int all = 0, distinct = 0;
+    if (!TABLINK::dbcallrequest(handle, ("select " + std::string(TABLINK::repeatScreenFunction) +
+                                         "(column1, column2), count(*), (select count(*) from " +
+                                         "(select distinct * from " + rows + ")) from " + rows)
+                                            .c_str()) ||
+        !TABLINK::dbscanf(handle, nullptr, "%d%d%d", &answer.screen, &all, &distinct))
+        ADD_FAILURE() << TABLINK::dblasterror(handle);
+    TABLINK::dbendrequest(handle);
+    answer.distinctRepeats = distinct < all;
+    return answer;
+}
+
+} // namespace
+
+TEST(Connection, TheEmbeddedRepeatScreenSeesEveryRepeatThatDistinctSees) {
+    TestDatabase database(Backend::Sqlite);
+    ASSERT_TRUE(database.ready()) << database.problem();
+    IUniqueConnection connection(database.connectionString());
+    void* handle = connection.GetHandle();
+    struct Case {
+        const char* rows;
+        bool repeats;
+    };
+    const Case cases[] = {
+        {"(1, 'a'), (2, 'a'), (1, 'b')", false},
+        {"(1, 'a'), (2, 'b'), (1, 'a')", true},
+        {"(1, NULL), (1, NULL)", true},
+        {"(1, NULL), (1, '')", false},
+        {"(1, 'x'), ('1', 'x')", false},
+        {"(1, 'x'), (1.0, 'x')", true},
+        {"(1.5, 'x'), (1.5, 'x'), (2, 'y')", true},
+        {"('ab', 'c'), ('a', 'bc')", false},
+        {"(X'00', 'x'), ('', 'x')", false},
+    };
+    for (const Case& each : cases) {
+        const ScreenAndDistinct answer = screenRows(handle, each.rows);
+        EXPECT_EQ(answer.distinctRepeats, each.repeats) << each.rows;
+        EXPECT_EQ(answer.screen, each.repeats ? 1 : 0) << each.rows;
+    }
+}

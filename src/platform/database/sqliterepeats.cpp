@@ -1,0 +1,149 @@
+#include "platform/database/sqliterepeats.h"
+
+#include <sqlite3.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace TABLINK {
+
+namespace {
+
+// The 64-bit hashes of the rows seen so far, in an open-addressing table. Two equal rows have
+// equal hashes; two equal hashes are only a maybe, which is all the screen promises.
+class RowHashes {
+public:
+    // Answers false when the hash was there already.
+    bool insert(std::uint64_t hash) {
+        if (hash == empty)
+            hash = 1;
+        if ((count_ + 1) * 2 > slots_.size())
+            grow();
+        const std::size_t mask = slots_.size() - 1;
+        for (std::size_t slot = std::size_t(hash) & mask;; slot = (slot + 1) & mask) {
+            if (slots_[slot] == hash)
+                return false;
+            if (slots_[slot] == empty) {
+                slots_[slot] = hash;
+                ++count_;
+                return true;
+            }
+        }
+    }
+
+private:
+    static constexpr std::uint64_t empty = 0;
+
+    void grow() {
+        std::vector<std::uint64_t> old(slots_.empty() ? 1024 : slots_.size() * 2, empty);
+        old.swap(slots_);
+        count_ = 0;
+        for (const std::uint64_t hash : old)
+            if (hash != empty)
+                insert(hash);
+    }
+
+    std::vector<std::uint64_t> slots_;
+    std::size_t count_ = 0;
+};
+
+struct ScreenState {
+    RowHashes hashes;
+    std::string row;
+    bool mayRepeat = false;
+};
+
+template <class T> void appendBytes(std::string& row, const T& value) {
+    char bytes[sizeof(T)];
+    std::memcpy(bytes, &value, sizeof(T));
+    row.append(bytes, sizeof(T));
+}
+
+// Each value with a tag of its storage class, so that the integer 1 and the text "1" differ,
+// and texts with their length, so that no two rows run together. A real with an integral
+// value compares equal to that integer in SQLite and is written as one.
+void appendValue(std::string& row, sqlite3_value* value) {
+    switch (sqlite3_value_type(value)) {
+    case SQLITE_NULL:
+        row += 'n';
+        return;
+    case SQLITE_INTEGER:
+        row += 'i';
+        appendBytes(row, sqlite3_value_int64(value));
+        return;
+    case SQLITE_FLOAT: {
+        const double real = sqlite3_value_double(value);
+        if (std::trunc(real) == real && std::fabs(real) < 9.2e18) {
+            row += 'i';
+            appendBytes(row, std::int64_t(real));
+        } else {
+            row += 'f';
+            appendBytes(row, real);
+        }
+        return;
+    }
+    default: {
+        const bool text = sqlite3_value_type(value) == SQLITE_TEXT;
+        const void* bytes =
+            text ? static_cast<const void*>(sqlite3_value_text(value)) : sqlite3_value_blob(value);
+        const int size = sqlite3_value_bytes(value);
+        row += text ? 't' : 'b';
+        appendBytes(row, std::int32_t(size));
+        if (size > 0)
+            row.append(static_cast<const char*>(bytes), std::size_t(size));
+        return;
+    }
+    }
+}
+
+ScreenState* stateOf(sqlite3_context* context, bool create) {
+    auto** slot = static_cast<ScreenState**>(
+        sqlite3_aggregate_context(context, create ? int(sizeof(ScreenState*)) : 0));
+    if (!slot)
+        return nullptr;
+    if (!*slot && create)
+        *slot = new ScreenState();
+    return *slot;
+}
+
+void step(sqlite3_context* context, int count, sqlite3_value** values) {
+    ScreenState* state = nullptr;
+    try {
+        state = stateOf(context, true);
+        if (!state) {
+            sqlite3_result_error_nomem(context);
+            return;
+        }
+        if (state->mayRepeat)
+            return;
+        state->row.clear();
+        for (int column = 0; column < count; ++column)
+            appendValue(state->row, values[column]);
+        if (!state->hashes.insert(std::hash<std::string_view>()(state->row)))
+            state->mayRepeat = true;
+    } catch (const std::exception& failure) {
+        sqlite3_result_error(context, failure.what(), -1);
+    }
+}
+
+void finish(sqlite3_context* context) {
+    ScreenState* state = stateOf(context, false);
+    sqlite3_result_int(context, state && state->mayRepeat ? 1 : 0);
+    delete state;
+}
+
+} // namespace
+
+bool registerRepeatScreen(sqlite3* database) {
+    return sqlite3_create_function_v2(database, repeatScreenFunction, -1,
+                                      SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, nullptr, step,
+                                      finish, nullptr) == SQLITE_OK;
+}
+
+} // namespace TABLINK
