@@ -358,6 +358,14 @@ void CValidationMetaModelEvents::OnEnd() {
         checkProperties(*item);
         checkCategory(*item);
     }
+    // The records serve only these checks; a caller that reads the same documents again
+    // next gets their memory back at once rather than when this object goes.
+    Records().swap(types_);
+    Records().swap(categories_);
+    std::vector<AttributeName>().swap(attributeNames_);
+    currentItem_ = nullptr;
+    currentProperty_ = nullptr;
+    currentDeclaration_.reset();
     if (throwAtEnd_ && !valid_)
         CppLanguage::raiseAt<CSemanticMetaModelException>(ORLO_HERE, {}, "QEL_MM_EXIST_ERR",
                                                           {{"NUMBER", errorCount_}});
