@@ -84,7 +84,7 @@ String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
 // direct links. The ancestors of each category that a type inherits directly are found first,
 // over the category links alone and with an index on them, so that the recursion never scans
-// a table per step and never walks above a category that no type starts from; UNION, not
+// a table per step and starts from no category that no type inherits; UNION, not
 // UNION ALL, so that a circuit of inheritance still ends. EXCEPT drops what a type already
 // has, whatever its IsCatProp.
 String buildDependenciesBody() {
