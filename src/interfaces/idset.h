@@ -20,20 +20,21 @@ public:
     // Answers false, and changes nothing, when the id is there already.
     bool insert(int id) {
         const std::uint32_t hash = hashId(id);
-        if (index_.find(hash, [&](std::uint32_t at) { return ids_[at] == id; }) !=
-            PositionIndex::none)
+        if (find(hash, id))
             return false;
         index_.add(hash, std::uint32_t(ids_.size()));
         ids_.push_back(id);
         return true;
     }
-    bool contains(int id) const {
-        return index_.find(hashId(id), [&](std::uint32_t at) { return ids_[at] == id; }) !=
-               PositionIndex::none;
-    }
+    bool contains(int id) const { return find(hashId(id), id); }
     std::size_t size() const { return ids_.size(); }
 
 private:
+    bool find(std::uint32_t hash, int id) const {
+        return index_.find(hash, [&](std::uint32_t at) { return ids_[at] == id; }) !=
+               PositionIndex::none;
+    }
+
     std::vector<int> ids_;
     PositionIndex index_;
 };

@@ -110,13 +110,17 @@ void CValidationMetaModelEvents::warning(const Location& location, const char* i
     CppLanguage::reportAt(ORLO_HERE, positionOf(location), id, args);
 }
 
-void CValidationMetaModelEvents::OnStart() {
-    types_.clear();
-    categories_.clear();
+void CValidationMetaModelEvents::dropRecords() {
+    Records().swap(types_);
+    Records().swap(categories_);
+    std::vector<AttributeName>().swap(attributeNames_);
     currentItem_ = nullptr;
     currentProperty_ = nullptr;
     currentDeclaration_.reset();
-    attributeNames_.clear();
+}
+
+void CValidationMetaModelEvents::OnStart() {
+    dropRecords();
     valid_ = true;
     errorCount_ = 0;
     // The id sets survive on purpose: an object is meant for one stream, and one used again
@@ -360,12 +364,7 @@ void CValidationMetaModelEvents::OnEnd() {
     }
     // The records serve only these checks; a caller that reads the same documents again
     // next gets their memory back at once rather than when this object goes.
-    Records().swap(types_);
-    Records().swap(categories_);
-    std::vector<AttributeName>().swap(attributeNames_);
-    currentItem_ = nullptr;
-    currentProperty_ = nullptr;
-    currentDeclaration_.reset();
+    dropRecords();
     if (throwAtEnd_ && !valid_)
         CppLanguage::raiseAt<CSemanticMetaModelException>(ORLO_HERE, {}, "QEL_MM_EXIST_ERR",
                                                           {{"NUMBER", errorCount_}});

@@ -106,6 +106,8 @@ private:
     bool startElement(Records& own, const Records& other, const char* nameConflict,
                       const char* idConflict, const String& name, bool partial, int id);
     void attribute(const String& name);
+    // Forgets every record of the stream and gives back its memory; the id sets stay.
+    void dropRecords();
     // The records of a map in ascending name order, as the end-of-stream checks report.
     static std::vector<const TypeOrCategory*> byName(const Records& records);
     void checkInheritance(const TypeOrCategory& item);
