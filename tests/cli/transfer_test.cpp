@@ -301,6 +301,8 @@ TEST_P(TransferCommand, RefusedStatementsAndProceduresAreNamedAndLeaveTheOldMeta
     const auto before = transferTheDocuments();
     const std::string other = folder_.write("other/MetaModel.xml", singleDocument);
 
+    // A row that an interrupted transfer left behind: the next one deletes it first.
+    database_->execute("INSERT INTO " + prefix() + "IN_CAT VALUES (1, 'left', 'left', 'ACTIVE')");
     refuse("BEFORE DELETE", "IN_CAT");
     auto run = transfer({other});
     EXPECT_EQ(run.exitCode, 1);

@@ -20,11 +20,12 @@ String prefixed(const char* table) {
     return String(marker, 1) + table;
 }
 
-// "IdCat integer NOT NULL, CatNam text" gives "IdCat, CatNam".
-String columnNames(const char* definitions) {
+// "IdCat integer NOT NULL, CatNam text" gives "IdCat, CatNam"; with a `count`, only that
+// many of the first names.
+String columnNames(const char* definitions, int count = -1) {
     String names;
     String all(definitions);
-    for (size_t start = 0; start < all.size();) {
+    for (size_t start = 0; start < all.size() && count-- != 0;) {
         size_t end = all.find(',', start);
         if (end == String::npos)
             end = all.size();
@@ -51,7 +52,8 @@ String createTableStatement(int tableIndex, bool workTable) {
 // set that passed validation has none, so each table is first only screened, and rewritten
 // only when it may hold two equal rows: a rewrite of every row would cost more than the rest
 // of the procedure. The screen is the server's aggregate `repeatScreen` where it has one (a
-// hashing pass), else a count of the distinct rows against all (a sort). Where the server
+// hashing pass over the key columns only: equal rows have equal keys, and a valid set repeats
+// no key), else a count of the distinct rows against all (a sort). Where the server
 // names its rows (`rowIdentity`), only the later copies are deleted; elsewhere the distinct
 // rows replace the table's when there are fewer of them.
 String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
@@ -60,10 +62,11 @@ String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
         const String work = prefixed(table.workName);
         const String columns = columnNames(table.workTableColumns());
         const String mayHaveDuplicates =
-            repeatScreen.empty()
-                ? "(SELECT count(*) FROM (SELECT DISTINCT * FROM " + work +
-                      ") distinct_rows) < (SELECT count(*) FROM " + work + ")"
-                : "(SELECT " + repeatScreen + "(" + columns + ") FROM " + work + ") = 1";
+            repeatScreen.empty() ? "(SELECT count(*) FROM (SELECT DISTINCT * FROM " + work +
+                                       ") distinct_rows) < (SELECT count(*) FROM " + work + ")"
+                                 : "(SELECT " + repeatScreen + "(" +
+                                       columnNames(table.workTableColumns(), table.keyColumns) +
+                                       ") FROM " + work + ") = 1";
         if (!rowIdentity.empty()) {
             body += "DELETE FROM " + work + " WHERE " + mayHaveDuplicates + " AND " + rowIdentity +
                     " NOT IN (SELECT min(" + rowIdentity + ") FROM " + work + " GROUP BY " +
@@ -120,12 +123,22 @@ String buildDependenciesBody() {
            "DROP TABLE category_links;\n";
 }
 
-// Where a work table has the final table's very columns, the rows go across whole
-// ("SELECT *"), which the embedded server copies without decoding them; the other one is
-// matched by column name.
-String finalMetaModelBody() {
+// Where a work table has the final table's very columns, its rows go across whole: with
+// `renameWorkTables` the final table is dropped and the work table takes its name, which moves
+// no row at all, and an empty work table is made again; otherwise they are copied ("SELECT *",
+// which the embedded server copies without decoding them). The other one is matched by column
+// name. The server runs the body as one transaction, so a reader sees the old tables or the new.
+String finalMetaModelBody(bool renameWorkTables) {
     String body;
-    for (const RepositoryTable& table : repositoryTables()) {
+    for (size_t index = 0; index < repositoryTables().size(); ++index) {
+        const RepositoryTable& table = repositoryTables()[index];
+        if (!table.workColumns && renameWorkTables) {
+            body += "DROP TABLE " + prefixed(table.finalName) + ";\n";
+            body +=
+                "ALTER TABLE " + prefixed(table.workName) + " RENAME TO " + table.finalName + ";\n";
+            body += createTableStatement(int(index), true) + ";\n";
+            continue;
+        }
         body += "DELETE FROM " + prefixed(table.finalName) + ";\n";
         if (!table.workColumns) {
             body += "INSERT INTO " + prefixed(table.finalName) + " SELECT * FROM " +
@@ -188,7 +201,7 @@ void CreateRepository(void* connection) {
     const std::pair<const char*, String> procedures[] = {
         {"METAMODEL_FLUSHDATA", Repository::flushDataBody(rowIdentity, repeatScreen)},
         {"CAT_BUILD_DEPENDENCIES", Repository::buildDependenciesBody()},
-        {"FINAL_METAMODEL", Repository::finalMetaModelBody()},
+        {"FINAL_METAMODEL", Repository::finalMetaModelBody(serverKind == 1)},
     };
     for (const auto& [name, body] : procedures)
         if (!DBConnectivity::defineProc(connection, name, body.c_str()))

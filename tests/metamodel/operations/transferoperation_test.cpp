@@ -74,12 +74,12 @@ TEST_P(TransferOperation, LoadsTheDocumentsIntoTheSchemaOfTheConnection) {
               (std::vector<std::string>{"AlphaModule", "ReviewNote"}));
     EXPECT_EQ(rows("Prop", "PropNam", "PropNam = 'reviewedLines'"),
               std::vector<std::string>{"reviewedLines"});
-    // Every row that went out was told, and nothing else came into the work tables than
-    // those and the links the server derives.
-    size_t workRows = 0;
+    // Every row that went out was told, and nothing else reached the final tables than those
+    // (the set repeats no row) and the links the server derives.
+    size_t finalRows = 0;
     for (const auto& table : MetaModel::Repository::repositoryTables())
-        workRows += count(table.workName);
-    EXPECT_EQ(rowsSeen, workRows - count("IN_TYPCAT", "IsCatProp = 0"));
+        finalRows += count(table.finalName);
+    EXPECT_EQ(rowsSeen, finalRows - count("TypCat", "IsCatProp = 0"));
     EXPECT_GT(count("TypCat", "IsCatProp = 0"), 0u);
 }
 

@@ -115,10 +115,13 @@ TEST_P(RepositoryWriter, EveryEventLandsInItsTableWithNamesResolvedAtTheEnd) {
     EXPECT_EQ(rows("PropCat", "IdProp, IdCat, Status"), (Rows{"100|10|ACTIVE", "103|10|ACTIVE"}));
     EXPECT_EQ(rows("TypProp", "IdProp, IdTyp, Status"),
               (Rows{"101|20|ACTIVE", "102|20|INACTIVE", "104|30|ACTIVE", "105|30|ACTIVE"}));
-    // The work table takes the owner first, the reverse of IN_PROPCAT.
+    // The work table takes the owner first, the reverse of IN_PROPCAT; the final tables put
+    // the property first in both.
     EXPECT_EQ(repository_->database.rows("select * from IN_TYPPROP order by 1, 2"),
               (Rows{"20|101|ACTIVE", "20|102|INACTIVE", "30|104|ACTIVE", "30|105|ACTIVE"}));
-    EXPECT_EQ(repository_->database.rows("select * from IN_PROPCAT order by 1, 2"),
+    EXPECT_EQ(repository_->database.rows("select * from TypProp order by 1, 2"),
+              (Rows{"101|20|ACTIVE", "102|20|INACTIVE", "104|30|ACTIVE", "105|30|ACTIVE"}));
+    EXPECT_EQ(repository_->database.rows("select * from PropCat order by 1, 2"),
               (Rows{"100|10|ACTIVE", "103|10|ACTIVE"}));
 }
 
