@@ -21,7 +21,6 @@ public:
     bool query(const std::string& sql) override { return real_->query(sql); }
     bool nextRow() override { return real_->nextRow(); }
     int columnCount() const override { return real_->columnCount(); }
-    bool isNull(int column) const override { return real_->isNull(column); }
     int integerValue(int column) const override { return real_->integerValue(column); }
     std::string_view textValue(int column) const override { return real_->textValue(column); }
     bool endQuery() override { return real_->endQuery(); }

@@ -25,6 +25,8 @@ void CDBMetaModelReader::UnsafeRead() {
     char name[repositoryNameSize] = {};
     TABLINK::dbgetrepositoryname(connection_, name, nullptr, nullptr);
     events()->SetSource(name);
+    // What a read that failed half-way left behind.
+    WipeOut();
     ReadDB();
     SendEvents();
     WipeOut();
@@ -51,6 +53,7 @@ void CDBMetaModelReader::ReadDB() {
                    propertyAttributes_);
     ReadPropCat("select IdProp,IdCat,Status from \x0FPropCat order by IdProp");
     ReadPropCat("select IdProp,IdTyp,Status from \x0FTypProp order by IdProp");
+    propertyLinks_.group();
     ReadTreeCat();
 }
 
@@ -77,33 +80,28 @@ void CDBMetaModelReader::EndRequest() {
         {{"QUERY", request_}, {"CAUSE", TABLINK::dblasterror(connection_)}});
 }
 
-void CDBMetaModelReader::readElements(const String& query,
-                                      std::unordered_map<int, STypOrCat>& table,
-                                      std::deque<int>& order) {
+void CDBMetaModelReader::readElements(const String& query, RowsByOwner<STypOrCat>& table) {
     PrefixAndCallRequest(query);
     int status = 0;
     int id = 0;
     String name, description, rowStatus;
-    while (
-        TABLINK::dbscanf(connection_, &status, "%d%S%S%S", &id, &name, &description, &rowStatus)) {
-        table[id] = STypOrCat{id, name, description, rowStatus};
-        order.push_back(id);
-    }
+    while (TABLINK::dbscanf(connection_, &status, "%d%S%S%S", &id, &name, &description, &rowStatus))
+        table.add(id, STypOrCat{id, std::move(name), std::move(description)});
     EndRequest();
+    table.group();
 }
 
 void CDBMetaModelReader::ReadCategories() {
     readElements("select IdCat,CatNam,CatDsc,Status from \x0F"
                  "Cat order by IdCat",
-                 categories_, categoryOrder_);
+                 categories_);
 }
 
 void CDBMetaModelReader::ReadTypes() {
-    readElements("select IdTyp,TypNam,TypDsc,Status from \x0FTyp order by IdTyp", types_,
-                 typeOrder_);
+    readElements("select IdTyp,TypNam,TypDsc,Status from \x0FTyp order by IdTyp", types_);
 }
 
-void CDBMetaModelReader::ReadAttributes(const String& query, Table<SAttr>& table) {
+void CDBMetaModelReader::ReadAttributes(const String& query, RowsByOwner<SAttr>& table) {
     PrefixAndCallRequest(query);
     int status = 0;
     int owner = 0;
@@ -112,19 +110,21 @@ void CDBMetaModelReader::ReadAttributes(const String& query, Table<SAttr>& table
     String name, strValue, rowStatus;
     while (TABLINK::dbscanf(connection_, &status, "%d%S%d%d%S%S", &owner, &name, &type, &intValue,
                             &strValue, &rowStatus))
-        table[owner].push_back(SAttr{owner, name, type, intValue, strValue, rowStatus});
+        table.add(owner, SAttr{&texts_.intern(name), texts_.keep(strValue), type, intValue});
     EndRequest();
+    table.group();
 }
 
-void CDBMetaModelReader::ReadInheritance(const String& query, Table<STypOrCatCat>& table) {
+void CDBMetaModelReader::ReadInheritance(const String& query, RowsByOwner<int>& table) {
     PrefixAndCallRequest(query);
     int status = 0;
     int child = 0;
     int parent = 0;
     String rowStatus;
     while (TABLINK::dbscanf(connection_, &status, "%d%d%S", &child, &parent, &rowStatus))
-        table[child].push_back(STypOrCatCat{child, parent, rowStatus});
+        table.add(child, int(parent));
     EndRequest();
+    table.group();
 }
 
 void CDBMetaModelReader::ReadProperties() {
@@ -133,13 +133,19 @@ void CDBMetaModelReader::ReadProperties() {
     PrefixAndCallRequest(query);
     int status = 0;
     SProp row;
-    while (TABLINK::dbscanf(connection_, &status, "%d%S%S%d%S%d%d%S", &row.id, &row.name,
-                            &row.description, &row.type, &row.merge, &row.cardMin, &row.cardMax,
-                            &row.status))
-        properties_[row.id] = row;
+    String name, description, merge, rowStatus;
+    while (TABLINK::dbscanf(connection_, &status, "%d%S%S%d%S%d%d%S", &row.id, &name, &description,
+                            &row.type, &merge, &row.cardMin, &row.cardMax, &rowStatus)) {
+        row.name = texts_.keep(name);
+        row.description = texts_.keep(description);
+        row.merge = texts_.intern(merge);
+        properties_.add(row.id, SProp(row));
+    }
     EndRequest();
+    properties_.group();
 }
 
+// Both link tables go into one list per owner: PropCat's rows, then TypProp's.
 void CDBMetaModelReader::ReadPropCat(const String& query) {
     PrefixAndCallRequest(query);
     int status = 0;
@@ -147,7 +153,7 @@ void CDBMetaModelReader::ReadPropCat(const String& query) {
     int owner = 0;
     String rowStatus;
     while (TABLINK::dbscanf(connection_, &status, "%d%d%S", &property, &owner, &rowStatus))
-        propertyLinks_[owner].push_back(SPropCat{property, owner, rowStatus});
+        propertyLinks_.add(owner, int(property));
     EndRequest();
 }
 
@@ -160,80 +166,73 @@ void CDBMetaModelReader::ReadTreeCat() {
     int category = 0;
     String rowStatus;
     while (TABLINK::dbscanf(connection_, &status, "%d%d%d%S", &from, &to, &category, &rowStatus))
-        trees_[from].push_back(STreeCat{from, to, category, rowStatus});
+        trees_.add(from, STreeCat{to, category});
     EndRequest();
+    trees_.group();
 }
 
+// By ascending id, a category before a type of the same id.
 void CDBMetaModelReader::SendEvents() {
     IMetaModelEvents& sink = *events();
     sink.Start();
-    while (!categoryOrder_.empty() && !typeOrder_.empty()) {
-        if (categoryOrder_.front() > typeOrder_.front()) {
-            SendType(typeOrder_.front());
-            typeOrder_.pop_front();
-        } else {
-            SendCategory(categoryOrder_.front());
-            categoryOrder_.pop_front();
-        }
+    const auto categories = categories_.all();
+    const auto types = types_.all();
+    size_t category = 0;
+    size_t type = 0;
+    while (category < categories.size() || type < types.size()) {
+        if (type == types.size() ||
+            (category < categories.size() && categories[category].id <= types[type].id))
+            SendCategory(categories[category++]);
+        else
+            SendType(types[type++]);
     }
-    for (; !categoryOrder_.empty(); categoryOrder_.pop_front())
-        SendCategory(categoryOrder_.front());
-    for (; !typeOrder_.empty(); typeOrder_.pop_front())
-        SendType(typeOrder_.front());
     sink.End();
 }
 
-void CDBMetaModelReader::SendCategory(int id) {
-    const STypOrCat& category = categories_[id];
-    events()->StartCategory(category.name, false, category.description, id,
+void CDBMetaModelReader::SendCategory(const STypOrCat& category) {
+    events()->StartCategory(category.name, false, category.description, category.id,
                             IMetaModelEvents::EsActive);
-    SendAttributes(id, categoryAttributes_);
-    SendInheritedCategories(id, categoryInheritance_);
-    SendProperties(id, propertyLinks_);
-    SendTreeCat(id);
+    SendAttributes(category.id, categoryAttributes_);
+    SendInheritedCategories(category.id, categoryInheritance_);
+    SendProperties(category.id);
+    SendTreeCat(category.id);
     events()->EndCategory(false);
 }
 
-void CDBMetaModelReader::SendType(int id) {
-    const STypOrCat& type = types_[id];
-    events()->StartType(type.name, false, type.description, id, IMetaModelEvents::EsActive);
-    SendAttributes(id, typeAttributes_);
-    SendInheritedCategories(id, typeInheritance_);
-    SendProperties(id, propertyLinks_);
-    SendTreeCat(id);
+void CDBMetaModelReader::SendType(const STypOrCat& type) {
+    events()->StartType(type.name, false, type.description, type.id, IMetaModelEvents::EsActive);
+    SendAttributes(type.id, typeAttributes_);
+    SendInheritedCategories(type.id, typeInheritance_);
+    SendProperties(type.id);
+    SendTreeCat(type.id);
     events()->EndType(false);
 }
 
-void CDBMetaModelReader::SendAttributes(int id, const Table<SAttr>& table) {
-    const auto found = table.find(id);
-    if (found == table.end())
-        return;
-    for (const SAttr& attribute : found->second) {
+void CDBMetaModelReader::SendAttributes(int id, const RowsByOwner<SAttr>& table) {
+    for (const SAttr& attribute : table.of(id)) {
         if (attribute.type == Repository::IntegerTypeId)
-            events()->Attribute(attribute.name, attribute.intValue, IMetaModelEvents::EsActive);
+            events()->Attribute(*attribute.name, attribute.intValue, IMetaModelEvents::EsActive);
         else
-            events()->Attribute(attribute.name, attribute.strValue, IMetaModelEvents::EsActive);
+            events()->Attribute(*attribute.name, String(attribute.strValue),
+                                IMetaModelEvents::EsActive);
     }
 }
 
-void CDBMetaModelReader::SendInheritedCategories(int id, const Table<STypOrCatCat>& table) {
-    const auto found = table.find(id);
-    if (found == table.end())
-        return;
-    for (const STypOrCatCat& link : found->second)
-        events()->InheritedCategory(GetCatOrTypeName(link.idParent), IMetaModelEvents::EsActive);
+void CDBMetaModelReader::SendInheritedCategories(int id, const RowsByOwner<int>& table) {
+    for (const int parent : table.of(id))
+        events()->InheritedCategory(GetCatOrTypeName(parent), IMetaModelEvents::EsActive);
 }
 
-void CDBMetaModelReader::SendProperties(int id, const Table<SPropCat>& links) {
-    const auto found = links.find(id);
-    if (found == links.end())
-        return;
+// A link to a property that is not there tells a property with no name; of two rows of one id,
+// the later one counts.
+void CDBMetaModelReader::SendProperties(int id) {
     static const SProp missing;
-    for (const SPropCat& link : found->second) {
-        const auto property = properties_.find(link.idProp);
-        const SProp& row = property == properties_.end() ? missing : property->second;
-        events()->StartProperty(row.name, row.description, getPrimitiveTypeName(row.type),
-                                row.cardMin, row.cardMax, Repository::mergeWord(row.merge), row.id,
+    for (const int property : propertyLinks_.of(id)) {
+        const auto found = properties_.of(property);
+        const SProp& row = found.empty() ? missing : found.back();
+        events()->StartProperty(String(row.name), String(row.description),
+                                getPrimitiveTypeName(row.type), row.cardMin, row.cardMax,
+                                Repository::mergeWord(String(row.merge)), row.id,
                                 IMetaModelEvents::EsActive);
         SendAttributes(row.id, propertyAttributes_);
         events()->EndProperty();
@@ -241,19 +240,16 @@ void CDBMetaModelReader::SendProperties(int id, const Table<SPropCat>& links) {
 }
 
 void CDBMetaModelReader::SendTreeCat(int id) {
-    const auto found = trees_.find(id);
-    if (found == trees_.end())
-        return;
-    for (const STreeCat& tree : found->second)
+    for (const STreeCat& tree : trees_.of(id))
         events()->Tree(GetCatOrTypeName(tree.idTo), GetCatOrTypeName(tree.idCat),
                        IMetaModelEvents::EsActive);
 }
 
 String CDBMetaModelReader::GetCatOrTypeName(int id) const {
-    if (const auto category = categories_.find(id); category != categories_.end())
-        return category->second.name;
-    if (const auto type = types_.find(id); type != types_.end())
-        return type->second.name;
+    if (const auto category = categories_.of(id); !category.empty())
+        return category.back().name;
+    if (const auto type = types_.of(id); !type.empty())
+        return type.back().name;
     return String(std::to_string(id));
 }
 
@@ -264,8 +260,6 @@ String CDBMetaModelReader::getPrimitiveTypeName(const int& id) const {
 }
 
 void CDBMetaModelReader::WipeOut() {
-    categoryOrder_.clear();
-    typeOrder_.clear();
     categories_.clear();
     categoryAttributes_.clear();
     categoryInheritance_.clear();
@@ -276,6 +270,7 @@ void CDBMetaModelReader::WipeOut() {
     propertyAttributes_.clear();
     propertyLinks_.clear();
     trees_.clear();
+    texts_.clear();
 }
 
 } // namespace MetaModel

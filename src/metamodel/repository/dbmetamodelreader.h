@@ -1,11 +1,8 @@
 #pragma once
 
+#include "metamodel/repository/rowsbyowner.h"
+#include "metamodel/repository/textstore.h"
 #include "metamodel/stream/metamodelreader.h"
-
-#include <deque>
-#include <string>
-#include <unordered_map>
-#include <vector>
 
 namespace MetaModel {
 
@@ -22,69 +19,52 @@ public:
     void UnsafeRead() override;
 
 private:
+    // The Status columns are read and left: what the reader tells is always active. The texts
+    // of the large tables live in `texts_`.
     struct STypOrCat {
         int id = -1;
         String name;
         String description;
-        String status;
     };
     struct SAttr {
-        int idRef;
-        String name;
+        const String* name;
+        std::string_view strValue;
         int type;
         int intValue;
-        String strValue;
-        String status;
-    };
-    struct STypOrCatCat {
-        int id;
-        int idParent;
-        String status;
     };
     struct SProp {
         int id = -1;
-        String name;
-        String description;
         int type = -1;
         int cardMin = 0;
         int cardMax = -1;
-        String merge;
-        String status;
-    };
-    struct SPropCat {
-        int idProp;
-        int idOwner;
-        String status;
+        std::string_view name;
+        std::string_view description;
+        std::string_view merge;
     };
     struct STreeCat {
-        int idFrom;
         int idTo;
         int idCat;
-        String status;
     };
-    // Lists keyed by their owner's id, in select order within each list. Hash maps rather than
-    // the fixed-bucket tables: a large repository would make their chains long.
-    template <class T> using Table = std::unordered_map<int, std::vector<T>>;
 
     void ReadDB();
     void ReadCategories();
     void ReadTypes();
     void ReadProperties();
     void ReadTreeCat();
-    void ReadAttributes(const String& query, Table<SAttr>& table);
-    void ReadInheritance(const String& query, Table<STypOrCatCat>& table);
+    void ReadAttributes(const String& query, RowsByOwner<SAttr>& table);
+    // The parents of each child.
+    void ReadInheritance(const String& query, RowsByOwner<int>& table);
     void ReadPropCat(const String& query);
-    void readElements(const String& query, std::unordered_map<int, STypOrCat>& table,
-                      std::deque<int>& order);
+    void readElements(const String& query, RowsByOwner<STypOrCat>& table);
     void PrefixAndCallRequest(const String& query);
     void EndRequest();
 
     void SendEvents();
-    void SendCategory(int id);
-    void SendType(int id);
-    void SendAttributes(int id, const Table<SAttr>& table);
-    void SendInheritedCategories(int id, const Table<STypOrCatCat>& table);
-    void SendProperties(int id, const Table<SPropCat>& links);
+    void SendCategory(const STypOrCat& category);
+    void SendType(const STypOrCat& type);
+    void SendAttributes(int id, const RowsByOwner<SAttr>& table);
+    void SendInheritedCategories(int id, const RowsByOwner<int>& table);
+    void SendProperties(int id);
     void SendTreeCat(int id);
 
     String GetCatOrTypeName(int id) const;
@@ -92,18 +72,19 @@ private:
     void WipeOut();
 
     void* connection_;
-    std::deque<int> categoryOrder_;
-    std::deque<int> typeOrder_;
-    std::unordered_map<int, STypOrCat> categories_;
-    Table<SAttr> categoryAttributes_;
-    Table<STypOrCatCat> categoryInheritance_;
-    std::unordered_map<int, STypOrCat> types_;
-    Table<SAttr> typeAttributes_;
-    Table<STypOrCatCat> typeInheritance_;
-    std::unordered_map<int, SProp> properties_;
-    Table<SAttr> propertyAttributes_;
-    Table<SPropCat> propertyLinks_;
-    Table<STreeCat> trees_;
+    // Elements by id, properties by id, everything else by the id of its owner.
+    RowsByOwner<STypOrCat> categories_;
+    RowsByOwner<SAttr> categoryAttributes_;
+    RowsByOwner<int> categoryInheritance_;
+    RowsByOwner<STypOrCat> types_;
+    RowsByOwner<SAttr> typeAttributes_;
+    RowsByOwner<int> typeInheritance_;
+    RowsByOwner<SProp> properties_;
+    RowsByOwner<SAttr> propertyAttributes_;
+    // The property ids of each category or type.
+    RowsByOwner<int> propertyLinks_;
+    RowsByOwner<STreeCat> trees_;
+    TextStore texts_;
     // The last statement sent, as expanded, for the message of a failure.
     String request_;
 };

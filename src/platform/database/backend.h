@@ -47,7 +47,7 @@ public:
     // Moves to the next row; false at the end and on a failure, which lastError() tells apart.
     virtual bool nextRow() = 0;
     virtual int columnCount() const = 0;
-    virtual bool isNull(int column) const = 0;
+    // A null reads as 0 and as the empty text.
     virtual int integerValue(int column) const = 0;
     virtual std::string_view textValue(int column) const = 0;
     // Answers whether the query went through without a failure.

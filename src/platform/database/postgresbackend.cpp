@@ -149,7 +149,6 @@ public:
         return true;
     }
     int columnCount() const override { return current_ ? PQnfields(current_.get()) : 0; }
-    bool isNull(int column) const override { return PQgetisnull(current_.get(), row_, column); }
     int integerValue(int column) const override {
         const std::string_view text = textValue(column);
         int value = 0;

@@ -113,9 +113,6 @@ public:
         return false;
     }
     int columnCount() const override { return current_ ? sqlite3_column_count(current_.get()) : 0; }
-    bool isNull(int column) const override {
-        return sqlite3_column_type(current_.get(), column) == SQLITE_NULL;
-    }
     int integerValue(int column) const override {
         return sqlite3_column_int(current_.get(), column);
     }

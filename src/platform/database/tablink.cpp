@@ -67,6 +67,7 @@ int dbscanf(void* handle, int*, const char* format, ...) {
         return 0;
     va_list arguments;
     va_start(arguments, format);
+    const int columns = backend.columnCount();
     int column = 0;
     bool wellFormed = true;
     for (const char* letter = format; *letter && wellFormed; ++letter) {
@@ -76,23 +77,15 @@ int dbscanf(void* handle, int*, const char* format, ...) {
         if (*letter == 'd') {
             int* out = va_arg(arguments, int*);
             if (out)
-                *out = column < backend.columnCount() && !backend.isNull(column)
-                           ? backend.integerValue(column)
-                           : 0;
+                *out = column < columns ? backend.integerValue(column) : 0;
         } else if (*letter == 's') {
             char* out = va_arg(arguments, char*);
             if (out)
-                copyText(out, column < backend.columnCount() && !backend.isNull(column)
-                                  ? backend.textValue(column)
-                                  : std::string_view());
+                copyText(out, column < columns ? backend.textValue(column) : std::string_view());
         } else if (*letter == 'S') {
             ORLO::String* out = va_arg(arguments, ORLO::String*);
-            if (out) {
-                if (column < backend.columnCount() && !backend.isNull(column))
-                    out->assign(backend.textValue(column));
-                else
-                    out->clear();
-            }
+            if (out)
+                out->assign(column < columns ? backend.textValue(column) : std::string_view());
         } else {
             wellFormed = false;
             continue;
