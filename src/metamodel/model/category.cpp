@@ -36,8 +36,10 @@ CCategory::CCategory(const CCategory& other)
       buildingFinished_(other.buildingFinished_), id_(other.id_), name_(other.name_),
       description_(other.description_), status_(other.status_),
       localCategories_(other.localCategories_), localProperties_(other.localProperties_),
-      allProperties_(other.allProperties_), allCategories_(other.allCategories_),
-      hasIndex_(other.hasIndex_) {
+      allProperties_(other.GetAllProperties()), allCategories_(other.allCategories_),
+      closed_(other.closed_), hasIndex_(other.hasIndex_) {
+    if (closed_)
+        std::call_once(allPropertiesCollected_, [] {});
     if (other.model_.IsFinished())
         AnswerMembershipFromTables();
 }
@@ -70,15 +72,25 @@ void CCategory::FinishBuilding() {
         for (const ICategory* member : parent->GetAllCategories())
             AddAncestor(*member);
     }
-    collectAllProperties();
+    closed_ = true;
     hasIndex_ = std::any_of(localProperties_.begin(), localProperties_.end(),
                             [](const IProperty* property) { return property->IsIndexed(); });
 }
 
+// The list is long (every property of every ancestor) and most runs never ask for it: the
+// membership tests and positions come from the model's tables. So it is made on the first
+// demand after the category is closed, once, even when several threads ask at the same time.
+const PropertySet& CCategory::GetAllProperties() const {
+    if (closed_)
+        std::call_once(allPropertiesCollected_, [this] { collectAllProperties(); });
+    return allProperties_;
+}
+
 // Each ancestor brings what it declares, in the order of the ancestors; what an ancestor
 // inherits comes with its own ancestors. Since only declared properties are taken, this may
-// wait until all ancestors are known, even on a circuit.
-void CCategory::collectAllProperties() {
+// wait until all ancestors are known, even on a circuit. Where membership is already answered
+// by the tables, a repeat is found there: they hold each property's place in this list.
+void CCategory::collectAllProperties() const {
     std::size_t count = 0;
     for (const ICategory* member : allCategories_)
         count += member->GetLocalProperties().size();

@@ -3,6 +3,7 @@
 #include "interfaces/icategory.h"
 #include "metamodel/model/attribute.h"
 
+#include <mutex>
 #include <unordered_map>
 
 namespace QEL {
@@ -34,9 +35,9 @@ public:
     bool isLanguage() const override;
     const IProperty* GetProperty(const ORLO::String& name) const override;
     const IPropertyType* GetPropertyType(const ORLO::String& name) const override;
-    const PropertySet& GetAllProperties() const override { return allProperties_; }
+    const PropertySet& GetAllProperties() const override;
     const CategorySet& GetAllCategories() const override { return allCategories_; }
-    int GetPropertyCount() const override { return int(allProperties_.size()); }
+    int GetPropertyCount() const override { return int(GetAllProperties().size()); }
     int GetCategoryCount() const override { return int(allCategories_.size()); }
 
     virtual bool invariant() const { return true; }
@@ -58,7 +59,7 @@ protected:
 
 private:
     void AddAncestor(const ICategory& ancestor);
-    void collectAllProperties();
+    void collectAllProperties() const;
     // The walk that a category without a definition of the tree gets: its parents, then its
     // reference properties.
     void appendDefaultWalk(std::vector<const IWalkable*>& out, const ORLO::String& tree) const;
@@ -72,8 +73,12 @@ private:
     ElementStatus status_ = EsInactive;
     CategorySet localCategories_;
     PropertySet localProperties_;
-    PropertySet allProperties_;
+    // Put together on first demand once the category is closed: see GetAllProperties.
+    mutable PropertySet allProperties_;
+    mutable std::once_flag allPropertiesCollected_;
     CategorySet allCategories_;
+    // Whether allCategories_ is complete.
+    bool closed_ = false;
     bool hasIndex_ = false;
 };
 
