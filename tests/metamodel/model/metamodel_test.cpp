@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -279,6 +280,47 @@ TEST(IndexTables, APropertyDeclaredByTwoCategoriesStandsOnceAtItsFirstPlace) {
     EXPECT_EQ(second->GetPropertyIndex(two), 0);
     EXPECT_EQ(first->GetPropertyIndex(two), 1);
     EXPECT_FALSE(second->HasProperty(one));
+}
+
+// The closed property list is made on first demand, after the tables already answer for its
+// membership: a repeat must still stand once, and threads that ask together must all get the
+// one list.
+TEST(IndexTables, TheClosedPropertyListIsTheSameWhoeverAsksFirst) {
+    HandModel hand;
+    QEL::CCategory* first = hand.category("First");
+    QEL::CCategory* second = hand.category("Second");
+    QEL::CCategory* both = hand.category("Both", {first, second});
+    QEL::CCategory* solo = hand.category("Solo");
+    QEL::CCategory* plain = hand.category("Plain", {solo});
+    hand.property(first, "one");
+    QEL::CProperty* two = hand.property(second, "two");
+    first->AddProperty(two);
+    hand.property(solo, "s1");
+    hand.property(solo, "s2");
+    hand.property(plain, "p");
+    hand.model.FinishBuilding();
+
+    const auto names = [](const QEL::ICategory* category) {
+        std::vector<std::string> listed;
+        for (const QEL::IProperty* property : category->GetAllProperties())
+            listed.push_back(property->GetName());
+        return listed;
+    };
+    std::vector<std::vector<std::string>> seen(8);
+    std::vector<std::thread> askers;
+    for (size_t index = 0; index < seen.size(); ++index)
+        askers.emplace_back([&, index] {
+            const QEL::ICategory* asked = index % 2 ? plain : both;
+            seen[index] = names(asked);
+        });
+    for (std::thread& asker : askers)
+        asker.join();
+    for (size_t index = 0; index < seen.size(); index += 2)
+        EXPECT_EQ(seen[index], (std::vector<std::string>{"First.one", "Second.two"}));
+    for (size_t index = 1; index < seen.size(); index += 2)
+        EXPECT_EQ(seen[index], (std::vector<std::string>{"Plain.p", "Solo.s1", "Solo.s2"}));
+    EXPECT_EQ(both->GetPropertyCount(), 2);
+    EXPECT_EQ(plain->GetPropertyIndex(two), -1);
 }
 
 TEST(IndexTables, PositionsWrapAtSixteenBitsAsInADenseTable) {
