@@ -1,8 +1,8 @@
 #pragma once
 
 #include "metamodel/repository/rowsbyowner.h"
-#include "metamodel/repository/textstore.h"
 #include "metamodel/stream/metamodelreader.h"
+#include "metamodel/textstore.h"
 
 namespace MetaModel {
 

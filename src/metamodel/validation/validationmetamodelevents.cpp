@@ -114,6 +114,7 @@ void CValidationMetaModelEvents::dropRecords() {
     Records().swap(types_);
     Records().swap(categories_);
     std::vector<AttributeName>().swap(attributeNames_);
+    texts_.clear();
     currentItem_ = nullptr;
     currentProperty_ = nullptr;
     currentDeclaration_.reset();
@@ -203,9 +204,9 @@ void CValidationMetaModelEvents::OnStartProperty(const String& name, const Strin
     } else {
         PropertyRecord& record = owner.properties.emplace_back();
         record.id = id;
-        record.name = name;
-        record.type = type;
-        record.merge = merge;
+        record.name = texts_.keep(name);
+        record.type = &texts_.intern(type);
+        record.merge = &texts_.intern(merge);
         record.location = location;
         currentProperty_ = &record;
     }
@@ -232,25 +233,25 @@ void CValidationMetaModelEvents::OnEndProperty() {
 
 void CValidationMetaModelEvents::attribute(const String& name) {
     int* chain = nullptr;
-    const String* context = nullptr;
+    std::string_view context;
     if (currentProperty_) {
         chain = &currentProperty_->attributes;
-        context = &currentProperty_->name;
+        context = currentProperty_->name;
     } else if (currentItem_) {
         chain = &currentItem_->attributes;
-        context = &currentItem_->name;
+        context = currentItem_->name;
     } else {
         return;
     }
     // A string and an integer attribute of one name collide too: only the name counts.
     for (int at = *chain; at != noAttribute; at = attributeNames_[size_t(at)].next) {
-        if (attributeNames_[size_t(at)].name == name) {
+        if (*attributeNames_[size_t(at)].name == name) {
             error(currentLocation(), "QEL_MM_DUPLICATE_ATTRIBUTE",
-                  {{"CTXT", *context}, {"NAME", name}});
+                  {{"CTXT", context}, {"NAME", name}});
             return;
         }
     }
-    attributeNames_.push_back(AttributeName{name, *chain});
+    attributeNames_.push_back(AttributeName{&texts_.intern(name), *chain});
     *chain = int(attributeNames_.size() - 1);
 }
 
@@ -303,17 +304,18 @@ void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
               [](const PropertyRecord* a, const PropertyRecord* b) { return a->id < b->id; });
     for (const PropertyRecord* property : byId) {
         CPropertyTypeValidator type;
-        type.Classify(property->type);
-        if (!type.recognized() && categories_.count(property->type) == 0 &&
-            types_.count(property->type) == 0)
+        type.Classify(*property->type);
+        if (!type.recognized() && categories_.count(*property->type) == 0 &&
+            types_.count(*property->type) == 0)
             error(property->location, "QEL_MM_INVALID_PROP_TYP",
                   {{"CTXT", item.name}, {"PROP_NAM", property->name}});
         CPropertyMergeValidator merge;
-        merge.Classify(property->merge);
+        merge.Classify(*property->merge);
         if (!merge.recognized())
-            error(
-                property->location, "QEL_MM_INVALID_PROP_MERGE",
-                {{"CTXT", item.name}, {"PROP_MRG", property->merge}, {"PROP_NAM", property->name}});
+            error(property->location, "QEL_MM_INVALID_PROP_MERGE",
+                  {{"CTXT", item.name},
+                   {"PROP_MRG", *property->merge},
+                   {"PROP_NAM", property->name}});
     }
 }
 

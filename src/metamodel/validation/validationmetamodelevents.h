@@ -3,6 +3,7 @@
 #include "cpplanguage/messages.h"
 #include "interfaces/idset.h"
 #include "metamodel/stream/metamodelevents.h"
+#include "metamodel/textstore.h"
 
 #include <functional>
 #include <memory>
@@ -70,18 +71,19 @@ private:
     // newest first, so that a property costs no list of its own.
     static constexpr int noAttribute = -1;
     struct AttributeName {
-        String name;
+        const String* name;
         int next;
     };
 
-    // Only what a rule looks at is kept: descriptions and attribute values never are.
+    // Only what a rule looks at is kept: descriptions and attribute values never are. A set
+    // has a record per property, so the texts live in texts_, the repeating ones once.
     struct PropertyRecord {
         int id = 0;
         int attributes = noAttribute;
-        String name;
-        String type;
-        String merge;
         Location location;
+        std::string_view name;
+        const String* type = nullptr;
+        const String* merge = nullptr;
     };
 
     struct TypeOrCategory {
@@ -128,6 +130,7 @@ private:
     QEL::IdSet declaredIds_;
     QEL::IdSet propertyIds_;
     std::vector<AttributeName> attributeNames_;
+    TextStore texts_;
     TypeOrCategory* currentItem_ = nullptr;
     std::unique_ptr<TypeOrCategory> currentDeclaration_;
     PropertyRecord* currentProperty_ = nullptr;

@@ -2,7 +2,7 @@
 // filed under the wrong owner or a text overwritten by a later one would come out as a
 // plausible but wrong document.
 #include "metamodel/repository/rowsbyowner.h"
-#include "metamodel/repository/textstore.h"
+#include "metamodel/textstore.h"
 
 #include <gtest/gtest.h>
 

@@ -13,8 +13,8 @@ namespace MetaModel {
 
 // Texts kept until the store is cleared, packed into blocks that never move, so that a view of
 // one stays valid while more are added. A string object per text would cost its 32 bytes and,
-// past a few characters, an allocation of its own; a reader of a large repository keeps
-// hundreds of thousands of them. Texts that repeat throughout (attribute names, codes) are
+// past a few characters, an allocation of its own; the readers and checkers of a large schema
+// keep hundreds of thousands of them. Texts that repeat throughout (attribute names, codes) are
 // kept once, as strings that can be handed on as they are.
 class TextStore {
 public:

@@ -1,4 +1,4 @@
-#include "metamodel/repository/textstore.h"
+#include "metamodel/textstore.h"
 
 #include <cstring>
 
