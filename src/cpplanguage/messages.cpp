@@ -10,6 +10,14 @@ namespace CppLanguage {
 namespace {
 
 thread_local const IDocumentPositionSource* activePositionSource = nullptr;
+thread_local std::vector<CAppMsg>* heldMessages = nullptr;
+
+void post(const CAppMsg& record) {
+    if (heldMessages)
+        heldMessages->push_back(record);
+    else
+        AppMsgManager::LoadAppMsgManager()->PostMsg(record);
+}
 
 AppMsgManager::MessageOrigin originOf(const SourceSite& site, const DocumentPosition& where) {
     AppMsgManager::MessageOrigin origin;
@@ -53,8 +61,7 @@ DocumentPosition currentDocumentPosition() {
 
 void reportAt(const SourceSite& site, const DocumentPosition& where, const char* id,
               std::initializer_list<MsgArg> args) {
-    const CAppMsg record = makeMessage(site, id, args, where);
-    AppMsgManager::LoadAppMsgManager()->PostMsg(record);
+    post(makeMessage(site, id, args, where));
 }
 
 void report(const SourceSite& site, const char* id, std::initializer_list<MsgArg> args) {
@@ -62,12 +69,24 @@ void report(const SourceSite& site, const char* id, std::initializer_list<MsgArg
 }
 
 bool reportException(const std::exception& caught) {
-    AppMsgManager::IAppMsgManager* manager = AppMsgManager::LoadAppMsgManager();
-    std::unique_ptr<CAppMsg> record(manager->ExceptionToMsg(&caught));
+    std::unique_ptr<CAppMsg> record(AppMsgManager::LoadAppMsgManager()->ExceptionToMsg(&caught));
     if (!record)
         return false;
-    manager->PostMsg(*record);
+    post(*record);
     return true;
+}
+
+HeldMessagesScope::HeldMessagesScope(std::vector<CAppMsg>& held) : previous_(heldMessages) {
+    heldMessages = &held;
+}
+
+HeldMessagesScope::~HeldMessagesScope() {
+    heldMessages = previous_;
+}
+
+void postHeld(const std::vector<CAppMsg>& held) {
+    for (const CAppMsg& record : held)
+        post(record);
 }
 
 } // namespace CppLanguage

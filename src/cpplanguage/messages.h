@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace CppLanguage {
 
@@ -89,5 +90,22 @@ void report(const SourceSite& site, const char* id, std::initializer_list<MsgArg
 
 // Posts the message that a caught exception carries; answers whether there was one.
 bool reportException(const std::exception& caught);
+
+// While one lives, what the calling thread reports is kept in `held`, in order, instead of
+// posted: for work done ahead of its turn on another thread, whose messages must wait for
+// the work before it, or be dropped with it. Scopes nest; each must end on its own thread.
+class HeldMessagesScope {
+public:
+    explicit HeldMessagesScope(std::vector<CAppMsg>& held);
+    ~HeldMessagesScope();
+    HeldMessagesScope(const HeldMessagesScope&) = delete;
+    HeldMessagesScope& operator=(const HeldMessagesScope&) = delete;
+
+private:
+    std::vector<CAppMsg>* previous_;
+};
+
+// Posts messages that were held, in their order.
+void postHeld(const std::vector<CAppMsg>& held);
 
 } // namespace CppLanguage

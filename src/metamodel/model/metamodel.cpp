@@ -6,7 +6,7 @@
 
 namespace QEL {
 
-std::uint64_t CMetaModel::next_version = 1;
+std::atomic<std::uint64_t> CMetaModel::next_version = 1;
 
 CMetaModel::Elements::~Elements() {
     categories.clear();

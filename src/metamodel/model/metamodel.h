@@ -8,6 +8,7 @@
 #include "metamodel/model/nametable.h"
 #include "metamodel/model/property.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -95,7 +96,7 @@ public:
     // Bytes held by the tables and indexes of the model, without the elements themselves.
     std::size_t IndexMemoryUsed() const;
 
-    static std::uint64_t next_version;
+    static std::atomic<std::uint64_t> next_version;
 
 private:
     bool IsBuildingFinished() const { return buildingFinished_; }

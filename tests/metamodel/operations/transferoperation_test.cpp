@@ -5,6 +5,7 @@
 #include "platform/database/uniqueconnection.h"
 
 #include "../repository/repositorytesting.h"
+#include "installationonly.h"
 #include "support/forwardingbackend.h"
 #include "support/messagecapture.h"
 #include "support/tempfolder.h"
@@ -28,14 +29,9 @@ const std::string faulty = METAMODEL_SOURCE_DIR "/examples/faulty/MetaModel.xml"
 class TransferOperation : public testing::TestWithParam<Backend> {
 protected:
     void SetUp() override {
-        AppDataManager::AppDataOverrides folders;
-        folders.appDir = METAMODEL_SOURCE_DIR "/share/metamodel";
-        folders.userDir = folders.allUsersDir = scratch_.file("none");
-        AppDataManager::SetAppDataOverrides(folders);
         repository_ = std::make_unique<Repository>(GetParam(), schema());
         ASSERT_TRUE(repository_->database.ready()) << repository_->database.problem();
     }
-    void TearDown() override { AppDataManager::SetAppDataOverrides({}); }
     std::string schema() const { return GetParam() == Backend::Postgres ? "Meta Model" : ""; }
     std::vector<std::string> rows(const std::string& table, const std::string& columns,
                                   const std::string& condition = "") const {
@@ -48,7 +44,7 @@ protected:
                               .at(0));
     }
 
-    TestSupport::TempFolder scratch_;
+    OperationTesting::InstallationOnly installation_;
     std::unique_ptr<Repository> repository_;
 };
 

@@ -1,0 +1,82 @@
+// The check builds its model on a second thread while the first reading still runs; nothing of
+// that may show before the first reading has passed, nor at all when it fails.
+#include "metamodel/operations/checkoperation.h"
+
+#include "installationonly.h"
+#include "support/messagecapture.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+using MetaModel::CheckMetaModelFromXML;
+using TestSupport::MessageCapture;
+using Ids = std::vector<std::string>;
+
+const std::string review = METAMODEL_SOURCE_DIR "/examples/review";
+
+class CheckOperation : public testing::Test {
+protected:
+    OperationTesting::InstallationOnly installation_;
+};
+
+TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
+    for (int run = 0; run < 20; ++run) {
+        std::mutex toldMutex;
+        std::vector<std::pair<int, size_t>> told;
+        size_t secondCount = 0;
+        MessageCapture messages;
+        ASSERT_TRUE(CheckMetaModelFromXML(
+            {review}, [&](int pass, const ORLO::String&, size_t number, size_t count) {
+                const std::lock_guard lock(toldMutex);
+                told.emplace_back(pass, number);
+                if (pass == 2)
+                    secondCount = count;
+            }));
+        EXPECT_EQ(messages.ids(), Ids{});
+
+        // The installation's three documents and the extension, each once in the first pass.
+        ASSERT_GT(told.size(), 4u);
+        for (size_t at = 0; at < 4; ++at)
+            ASSERT_EQ(told[at], std::make_pair(1, at + 1)) << "run " << run;
+        // The second pass from wherever it had got to, onwards, up to its last document.
+        for (size_t at = 4; at < told.size(); ++at) {
+            ASSERT_EQ(told[at].first, 2) << "run " << run;
+            if (at > 4) {
+                ASSERT_GT(told[at].second, told[at - 1].second) << "run " << run;
+            }
+        }
+        EXPECT_EQ(secondCount, 4u);
+        EXPECT_EQ(told.back(), std::make_pair(2, size_t(4)));
+    }
+}
+
+TEST_F(CheckOperation, WhatTheSecondReadingFindsInAFaultySetIsNeverShown) {
+    TestSupport::TempFolder folder;
+    // The model builder refuses an unknown merge word too, with a message of its own.
+    folder.write("merge/MetaModel.xml",
+                 "<metaModel file_no=\"9\"><category name=\"Scored\" rid=\"1\"><description/>"
+                 "<property name=\"score\" rid=\"2\" type=\"integer\" merge=\"average\">"
+                 "<description/></property></category></metaModel>");
+    {
+        MessageCapture messages;
+        EXPECT_FALSE(CheckMetaModelFromXML({folder.file("merge")}));
+        EXPECT_EQ(messages.ids(), (Ids{"QEL_MM_INVALID_PROP_MERGE", "QEL_MM_EXIST_ERR"}));
+    }
+
+    // A document that is not well-formed fails either reading the same way.
+    folder.write("broken/MetaModel.xml", "<metaModel file_no=\"9\"><category name=\"Open\">");
+    MessageCapture messages;
+    EXPECT_FALSE(CheckMetaModelFromXML({folder.file("broken")}));
+    const Ids ids = messages.ids();
+    ASSERT_FALSE(ids.empty());
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "QEL_MM_XML_FILE_ERR"), 1) << ids.size();
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), ids.front()), 1) << ids.front();
+}
+
+} // namespace
