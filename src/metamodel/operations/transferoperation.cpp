@@ -1,7 +1,9 @@
 #include "metamodel/operations/transferoperation.h"
 
 #include "cpplanguage/messages.h"
+#include "metamodel/operations/advancereading.h"
 #include "metamodel/repository/dbmetamodelevents.h"
+#include "metamodel/stream/eventlog.h"
 #include "metamodel/validation/validationmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
@@ -14,8 +16,15 @@ void transfer(IUniqueConnection& connection, const std::vector<std::string>& pat
               const PassObserver& passObserver, const RowObserver& rowObserver) {
     String schema;
     connection.GetSettings()->GetValue(IUniqueConnection::SchemaSetting, schema, 0, false);
-    // Declared in this order so that they go in the reverse one: the repository sink first,
-    // the reader last.
+    // The second reading is only kept, as it goes, while the first one validates the set: it
+    // runs beside it, and the repository hears it, documents and all, once the set has
+    // passed. Declared before the reading that fills it, so that it is gone after it.
+    CEventLog secondReading;
+    AdvanceReading reading(paths, secondReading, 2, {},
+                           [&secondReading](const String& path, size_t number, size_t count) {
+                               secondReading.Mark(path, number, count);
+                           });
+
     CXMLMetaModelReader reader(true, false);
     addOperationPaths(reader, paths);
     CValidationMetaModelEvents validation(true);
@@ -24,12 +33,14 @@ void transfer(IUniqueConnection& connection, const std::vector<std::string>& pat
     // A faulty set throws at the End of this pass, before the repository sink exists: not a
     // single row of the repository is touched then.
     reader.Read();
+    reading.Finish();
 
     CDBMetaModelEvents repository(connection.GetHandle(), schema);
     repository.SetRowObserver(rowObserver);
-    reader.SetEvents(&repository);
-    observePass(reader, 2, passObserver);
-    reader.Read();
+    secondReading.Replay(repository, [&](const String& path, size_t number, size_t count) {
+        if (passObserver)
+            passObserver(2, path, number, count);
+    });
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -90,6 +91,21 @@ TEST_P(TransferOperation, ASetThatFailsValidationNeverReachesTheRepository) {
     EXPECT_EQ(Ids(ids.end() - 2, ids.end()), (Ids{"QEL_MM_EXIST_ERR", "QEL_MM_XML2DB_ERR"}));
     EXPECT_EQ(rows("IN_CAT", "CatNam"), std::vector<std::string>{"earlier"});
     EXPECT_EQ(count("Cat"), 0u);
+}
+
+// The second reading goes on beside the first; a document that neither can read is told of
+// once, by the first.
+TEST_P(TransferOperation, ADocumentThatIsNotWellFormedIsToldOnceAndReachesNoTable) {
+    TestSupport::TempFolder folder;
+    folder.write("broken/MetaModel.xml", "<metaModel file_no=\"9\"><category name=\"Open\">");
+    MessageCapture messages;
+    EXPECT_EQ(TransferMetaModelFromXmlToDb(repository_->connection.get(), {folder.file("broken")}),
+              1);
+    const Ids ids = messages.ids();
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "QEL_MM_XML_FILE_ERR"), 1) << ids.size();
+    EXPECT_EQ(ids.back(), "QEL_MM_XML2DB_ERR");
+    for (const auto& table : MetaModel::Repository::repositoryTables())
+        EXPECT_EQ(count(table.workName), 0u) << table.workName;
 }
 
 TEST_P(TransferOperation, AMissingWorkTableIsReportedAndEndsTheTransfer) {

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "cpplanguage/appmsg.h"
+#include "metamodel/operations/operationreading.h"
+
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace MetaModel {
+
+// A reading of an operation's documents into a sink, run on a thread of its own ahead of its
+// turn, beside the reading before it: for a reading whose sink nothing outside the operation
+// sees until then. Until Finish nothing of it shows: what it reports is held and its progress
+// kept back. A reading that is never finished is abandoned at its next document and dropped
+// whole, so an operation shows what readings one after the other would show.
+class AdvanceReading {
+public:
+    // `progress` hears of the documents as pass `pass`, from Finish on; `onDocument` hears of
+    // each at once, on the reading's thread, before the document is read.
+    AdvanceReading(const std::vector<std::string>& paths, IMetaModelEvents& sink, int pass,
+                   const PassObserver& progress,
+                   CXMLMetaModelReader::DocumentObserver onDocument = {});
+    ~AdvanceReading();
+    AdvanceReading(const AdvanceReading&) = delete;
+    AdvanceReading& operator=(const AdvanceReading&) = delete;
+
+    // Its turn has come: tells the progress so far and from now on, waits for the end of the
+    // reading, posts what it reported, and throws again what stopped it.
+    void Finish();
+
+private:
+    struct Abandoned {};
+    struct Progress {
+        String path;
+        size_t number;
+        size_t count;
+    };
+
+    void run();
+    void documentStarts(const String& path, size_t number, size_t count);
+
+    CXMLMetaModelReader reader_;
+    const int pass_;
+    const PassObserver progress_;
+    const CXMLMetaModelReader::DocumentObserver onDocument_;
+    std::vector<CppLanguage::CAppMsg> messages_;
+    std::exception_ptr failure_;
+    std::atomic<bool> abandoned_{false};
+    std::mutex progressMutex_;
+    bool telling_ = false;
+    std::optional<Progress> latest_;
+    std::thread thread_;
+};
+
+} // namespace MetaModel

@@ -1,0 +1,319 @@
+#include "metamodel/stream/eventlog.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace MetaModel {
+
+namespace {
+
+constexpr std::size_t blockSize = 1 << 20;
+
+enum Kind : std::uint8_t {
+    KindStart,
+    KindEnd,
+    KindStartCategory,
+    KindEndCategory,
+    KindStartType,
+    KindEndType,
+    KindStartProperty,
+    KindEndProperty,
+    KindIntegerAttribute,
+    KindTextAttribute,
+    KindInheritedCategory,
+    KindTree,
+    KindSource,
+    KindMark,
+};
+
+} // namespace
+
+// Reads the bytes back in the order they were put, across the blocks.
+class CEventLog::Cursor {
+public:
+    explicit Cursor(const CEventLog& log) : log_(log) {}
+
+    bool atEnd() const {
+        return block_ + 1 >= log_.blocks_.size() && (log_.blocks_.empty() || at_ >= endOf(block_));
+    }
+    std::uint8_t kind() {
+        std::uint8_t kind = 0;
+        get(&kind, 1);
+        return kind;
+    }
+    // Integers are stored zig-zag, seven bits to a byte: most are small.
+    std::int64_t integer() {
+        std::uint64_t bits = 0;
+        for (int shift = 0;; shift += 7) {
+            std::uint8_t byte = 0;
+            get(&byte, 1);
+            bits |= std::uint64_t(byte & 0x7F) << shift;
+            if (!(byte & 0x80))
+                break;
+        }
+        return std::int64_t(bits >> 1) ^ -std::int64_t(bits & 1);
+    }
+    int number() { return int(integer()); }
+    IMetaModelEvents::ElementStatus status() {
+        return static_cast<IMetaModelEvents::ElementStatus>(integer());
+    }
+    // Into `text`, which keeps its capacity from one event to the next.
+    const String& text(String& text) {
+        text.resize(std::size_t(integer()));
+        get(text.data(), text.size());
+        return text;
+    }
+
+private:
+    std::size_t endOf(std::size_t block) const {
+        return block + 1 == log_.blocks_.size() ? log_.used_ : blockSize;
+    }
+    void get(void* into, std::size_t size) {
+        auto* out = static_cast<char*>(into);
+        while (size > 0) {
+            if (at_ == endOf(block_)) {
+                ++block_;
+                at_ = 0;
+            }
+            const std::size_t step = std::min(size, endOf(block_) - at_);
+            std::memcpy(out, log_.blocks_[block_].get() + at_, step);
+            out += step;
+            at_ += step;
+            size -= step;
+        }
+    }
+
+    const CEventLog& log_;
+    std::size_t block_ = 0;
+    std::size_t at_ = 0;
+};
+
+CEventLog::CEventLog() = default;
+
+CEventLog::~CEventLog() = default;
+
+void CEventLog::put(const void* bytes, std::size_t size) {
+    const auto* in = static_cast<const char*>(bytes);
+    while (size > 0) {
+        if (blocks_.empty() || used_ == blockSize) {
+            blocks_.push_back(std::make_unique_for_overwrite<char[]>(blockSize));
+            used_ = 0;
+        }
+        const std::size_t step = std::min(size, blockSize - used_);
+        std::memcpy(blocks_.back().get() + used_, in, step);
+        in += step;
+        used_ += step;
+        size -= step;
+    }
+}
+
+void CEventLog::putKind(std::uint8_t kind) {
+    put(&kind, 1);
+}
+
+void CEventLog::putInt(std::int64_t value) {
+    std::uint64_t bits = (std::uint64_t(value) << 1) ^ std::uint64_t(value >> 63);
+    std::uint8_t bytes[10];
+    std::size_t size = 0;
+    do {
+        bytes[size++] = std::uint8_t((bits & 0x7F) | (bits > 0x7F ? 0x80 : 0));
+        bits >>= 7;
+    } while (bits);
+    put(bytes, size);
+}
+
+void CEventLog::putText(const String& text) {
+    putInt(std::int64_t(text.size()));
+    put(text.data(), text.size());
+}
+
+void CEventLog::Start() {
+    putKind(KindStart);
+}
+
+void CEventLog::End() {
+    putKind(KindEnd);
+}
+
+void CEventLog::putElement(std::uint8_t kind, const String& name, bool partial,
+                           const String& description, int id, ElementStatus status) {
+    putKind(kind);
+    putText(name);
+    putInt(partial);
+    putText(description);
+    putInt(id);
+    putInt(status);
+}
+
+void CEventLog::StartCategory(const String& name, bool partial, const String& description, int id,
+                              const ElementStatus& status) {
+    putElement(KindStartCategory, name, partial, description, id, status);
+}
+
+void CEventLog::EndCategory(bool partial) {
+    putKind(KindEndCategory);
+    putInt(partial);
+}
+
+void CEventLog::StartType(const String& name, bool partial, const String& description, int id,
+                          const ElementStatus& status) {
+    putElement(KindStartType, name, partial, description, id, status);
+}
+
+void CEventLog::EndType(bool partial) {
+    putKind(KindEndType);
+    putInt(partial);
+}
+
+void CEventLog::StartProperty(const String& name, const String& description, const String& type,
+                              const int& minimalCardinality, const int& maximalCardinality,
+                              const String& merge, int id, const ElementStatus& status) {
+    putKind(KindStartProperty);
+    putText(name);
+    putText(description);
+    putText(type);
+    putInt(minimalCardinality);
+    putInt(maximalCardinality);
+    putText(merge);
+    putInt(id);
+    putInt(status);
+}
+
+void CEventLog::EndProperty() {
+    putKind(KindEndProperty);
+}
+
+void CEventLog::Attribute(const String& name, int value, const ElementStatus& status) {
+    putKind(KindIntegerAttribute);
+    putText(name);
+    putInt(value);
+    putInt(status);
+}
+
+void CEventLog::Attribute(const String& name, const String& value, const ElementStatus& status) {
+    putKind(KindTextAttribute);
+    putText(name);
+    putText(value);
+    putInt(status);
+}
+
+void CEventLog::InheritedCategory(const String& name, const ElementStatus& status) {
+    putKind(KindInheritedCategory);
+    putText(name);
+    putInt(status);
+}
+
+void CEventLog::Tree(const String& parentType, const String& treeCategory,
+                     const ElementStatus& status) {
+    putKind(KindTree);
+    putText(parentType);
+    putText(treeCategory);
+    putInt(status);
+}
+
+void CEventLog::SetSource(const String& source) {
+    source_ = source;
+    putKind(KindSource);
+    putText(source);
+}
+
+void CEventLog::Mark(const String& text, std::size_t number, std::size_t count) {
+    putKind(KindMark);
+    putText(text);
+    putInt(std::int64_t(number));
+    putInt(std::int64_t(count));
+}
+
+void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark) const {
+    Cursor cursor(*this);
+    // One string per text slot of an event, reused throughout.
+    String first, second, third, fourth;
+    while (!cursor.atEnd()) {
+        const std::uint8_t kind = cursor.kind();
+        switch (kind) {
+        case KindStart:
+            sink.Start();
+            break;
+        case KindEnd:
+            sink.End();
+            break;
+        case KindStartCategory:
+        case KindStartType: {
+            const String& name = cursor.text(first);
+            const bool partial = cursor.integer() != 0;
+            const String& description = cursor.text(second);
+            const int id = cursor.number();
+            const ElementStatus status = cursor.status();
+            if (kind == KindStartCategory)
+                sink.StartCategory(name, partial, description, id, status);
+            else
+                sink.StartType(name, partial, description, id, status);
+            break;
+        }
+        case KindEndCategory:
+            sink.EndCategory(cursor.integer() != 0);
+            break;
+        case KindEndType:
+            sink.EndType(cursor.integer() != 0);
+            break;
+        case KindStartProperty: {
+            const String& name = cursor.text(first);
+            const String& description = cursor.text(second);
+            const String& type = cursor.text(third);
+            const int minimalCardinality = cursor.number();
+            const int maximalCardinality = cursor.number();
+            const String& merge = cursor.text(fourth);
+            const int id = cursor.number();
+            const ElementStatus status = cursor.status();
+            sink.StartProperty(name, description, type, minimalCardinality, maximalCardinality,
+                               merge, id, status);
+            break;
+        }
+        case KindEndProperty:
+            sink.EndProperty();
+            break;
+        case KindIntegerAttribute: {
+            const String& name = cursor.text(first);
+            const int value = cursor.number();
+            sink.Attribute(name, value, cursor.status());
+            break;
+        }
+        case KindTextAttribute: {
+            const String& name = cursor.text(first);
+            const String& value = cursor.text(second);
+            sink.Attribute(name, value, cursor.status());
+            break;
+        }
+        case KindInheritedCategory: {
+            const String& name = cursor.text(first);
+            sink.InheritedCategory(name, cursor.status());
+            break;
+        }
+        case KindTree: {
+            const String& parentType = cursor.text(first);
+            const String& treeCategory = cursor.text(second);
+            sink.Tree(parentType, treeCategory, cursor.status());
+            break;
+        }
+        case KindSource:
+            sink.SetSource(cursor.text(first));
+            break;
+        case KindMark: {
+            const String& text = cursor.text(first);
+            const auto number = std::size_t(cursor.integer());
+            const auto count = std::size_t(cursor.integer());
+            if (onMark)
+                onMark(text, number, count);
+            break;
+        }
+        }
+    }
+}
+
+void CEventLog::Clear() {
+    blocks_.clear();
+    used_ = 0;
+    source_.clear();
+}
+
+} // namespace MetaModel

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "metamodel/stream/metamodelevents.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace MetaModel {
+
+// A stream kept to be told again: every call a reader makes, in order, with its values, and
+// marks that the keeper adds between them (a reader's "now document n of m"). Kept as packed
+// bytes in blocks that never move: a large set is hundreds of thousands of events, and a
+// record with a string object per text would cost several times the texts themselves.
+class CEventLog final : public IMetaModelEvents {
+public:
+    CEventLog();
+    ~CEventLog() override;
+    CEventLog(const CEventLog&) = delete;
+    CEventLog& operator=(const CEventLog&) = delete;
+
+    void Release() override { delete this; }
+
+    void Start() override;
+    void End() override;
+    void StartCategory(const String& name, bool partial, const String& description, int id,
+                       const ElementStatus& status) override;
+    void EndCategory(bool partial) override;
+    void StartType(const String& name, bool partial, const String& description, int id,
+                   const ElementStatus& status) override;
+    void EndType(bool partial) override;
+    void StartProperty(const String& name, const String& description, const String& type,
+                       const int& minimalCardinality, const int& maximalCardinality,
+                       const String& merge, int id, const ElementStatus& status) override;
+    void EndProperty() override;
+    void Attribute(const String& name, int value, const ElementStatus& status) override;
+    void Attribute(const String& name, const String& value, const ElementStatus& status) override;
+    void InheritedCategory(const String& name, const ElementStatus& status) override;
+    void Tree(const String& parentType, const String& treeCategory,
+              const ElementStatus& status) override;
+    void SetSource(const String& source) override;
+    const String& GetSource() const override { return source_; }
+
+    // A mark between the events so far and the next ones, told back to the `onMark` of
+    // Replay where it stands.
+    void Mark(const String& text, std::size_t number, std::size_t count);
+
+    using MarkObserver =
+        std::function<void(const String& text, std::size_t number, std::size_t count)>;
+    // Tells `sink` every event in order, and `onMark` every mark; an exception of either
+    // stops the replay where it stands.
+    void Replay(IMetaModelEvents& sink, const MarkObserver& onMark) const;
+    // Forgets everything and gives back the memory.
+    void Clear();
+
+private:
+    class Cursor;
+
+    void put(const void* bytes, std::size_t size);
+    void putKind(std::uint8_t kind);
+    void putInt(std::int64_t value);
+    void putText(const String& text);
+    void putElement(std::uint8_t kind, const String& name, bool partial, const String& description,
+                    int id, ElementStatus status);
+
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    std::size_t used_ = 0; // in the last block
+    String source_;
+};
+
+} // namespace MetaModel
