@@ -16,7 +16,8 @@ namespace MetaModel {
 // turn, beside the reading before it: for a reading whose sink nothing outside the operation
 // sees until then. Until Finish nothing of it shows: what it reports is held and its progress
 // kept back. A reading that is never finished is abandoned at its next document and dropped
-// whole, so an operation shows what readings one after the other would show.
+// whole, so an operation shows what readings one after the other would show. Where the
+// process has a single core, it simply runs in its turn.
 class AdvanceReading {
 public:
     // `progress` hears of the documents as pass `pass`, from Finish on; `onDocument` hears of

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
+
 #include <algorithm>
 #include <mutex>
 #include <utility>
@@ -54,6 +56,31 @@ TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
         EXPECT_EQ(secondCount, 4u);
         EXPECT_EQ(told.back(), std::make_pair(2, size_t(4)));
     }
+}
+
+// A process held to one core reads in turn: every document of each pass is told, in order.
+TEST_F(CheckOperation, OnASingleCoreTheReadingsTakeTurns) {
+    cpu_set_t all;
+    ASSERT_EQ(sched_getaffinity(0, sizeof all, &all), 0);
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu)
+        if (CPU_ISSET(cpu, &all)) {
+            CPU_SET(cpu, &one);
+            break;
+        }
+    ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+    std::vector<std::pair<int, size_t>> told;
+    MessageCapture messages;
+    const bool passed =
+        CheckMetaModelFromXML({review}, [&](int pass, const ORLO::String&, size_t number, size_t) {
+            told.emplace_back(pass, number);
+        });
+    sched_setaffinity(0, sizeof all, &all);
+    EXPECT_TRUE(passed);
+    EXPECT_EQ(messages.ids(), Ids{});
+    EXPECT_EQ(told, (std::vector<std::pair<int, size_t>>{
+                        {1, 1}, {1, 2}, {1, 3}, {1, 4}, {2, 1}, {2, 2}, {2, 3}, {2, 4}}));
 }
 
 TEST_F(CheckOperation, WhatTheSecondReadingFindsInAFaultySetIsNeverShown) {
