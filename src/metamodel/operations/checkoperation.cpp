@@ -4,7 +4,6 @@
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/operations/advancereading.h"
 #include "metamodel/validation/functionalvalidator.h"
-#include "metamodel/validation/validationmetamodelevents.h"
 
 namespace MetaModel {
 
@@ -13,9 +12,6 @@ bool CheckMetaModelFromXML(const std::vector<std::string>& paths) {
 }
 
 bool CheckMetaModelFromXML(const std::vector<std::string>& paths, const PassObserver& observer) {
-    // The per-machine and per-user roots are no part of a check.
-    CXMLMetaModelReader reader(true, false);
-    addOperationPaths(reader, paths);
     try {
         // The second reading only builds a model, which nothing outside the check sees: it
         // runs beside the first, so that a valid set costs the longer of the two readings
@@ -24,10 +20,7 @@ bool CheckMetaModelFromXML(const std::vector<std::string>& paths, const PassObse
         AdvanceReading building(paths, builder, 2, observer);
         // Nothing built is looked at when the set fails the stream checks: their End throws,
         // and the building is dropped on the way out.
-        CValidationMetaModelEvents validation(true);
-        reader.SetEvents(&validation);
-        observePass(reader, 1, observer);
-        reader.Read();
+        readValidating(paths, observer);
         building.Finish();
         FunctionalValidator().validate(builder.GetResult());
     } catch (const CppLanguage::CRuntimeException& failure) {

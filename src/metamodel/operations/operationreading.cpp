@@ -1,6 +1,7 @@
 #include "metamodel/operations/operationreading.h"
 
 #include "metamodel/operations/documentfiles.h"
+#include "metamodel/validation/validationmetamodelevents.h"
 
 namespace MetaModel {
 
@@ -21,6 +22,16 @@ void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& obse
     reader.SetDocumentObserver([pass, &observer](const String& path, size_t number, size_t count) {
         observer(pass, path, number, count);
     });
+}
+
+void readValidating(const std::vector<std::string>& paths, const PassObserver& observer) {
+    // The per-machine and per-user roots are no part of an operation.
+    CXMLMetaModelReader reader(true, false);
+    addOperationPaths(reader, paths);
+    CValidationMetaModelEvents validation(true);
+    reader.SetEvents(&validation);
+    observePass(reader, 1, observer);
+    reader.Read();
 }
 
 } // namespace MetaModel

@@ -22,4 +22,8 @@ void addOperationPaths(CXMLMetaModelReader& reader, const std::vector<std::strin
 // silences it.
 void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& observer);
 
+// The first reading of an operation: the stream checks over the installation's roots and
+// `paths`, told to `observer` as pass 1. A set that fails them throws at its End.
+void readValidating(const std::vector<std::string>& paths, const PassObserver& observer);
+
 } // namespace MetaModel

@@ -4,8 +4,6 @@
 #include "metamodel/operations/advancereading.h"
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "metamodel/stream/eventlog.h"
-#include "metamodel/validation/validationmetamodelevents.h"
-#include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
 
 namespace MetaModel {
@@ -25,14 +23,9 @@ void transfer(IUniqueConnection& connection, const std::vector<std::string>& pat
                                secondReading.Mark(path, number, count);
                            });
 
-    CXMLMetaModelReader reader(true, false);
-    addOperationPaths(reader, paths);
-    CValidationMetaModelEvents validation(true);
-    reader.SetEvents(&validation);
-    observePass(reader, 1, passObserver);
     // A faulty set throws at the End of this pass, before the repository sink exists: not a
     // single row of the repository is touched then.
-    reader.Read();
+    readValidating(paths, passObserver);
     reading.Finish();
 
     CDBMetaModelEvents repository(connection.GetHandle(), schema);
