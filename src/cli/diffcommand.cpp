@@ -6,6 +6,7 @@
 
 #include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
+#include "metamodel/operations/advancereading.h"
 #include "metamodel/operations/operationreading.h"
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "metamodel/repository/dbmetamodelreader.h"
@@ -228,8 +229,10 @@ int diff(const GlobalOptions& global, const CommandArguments& arguments) {
             build(repository, installed);
             buildAsStored(arguments.operands, proposed);
         } else {
+            // The two builds share nothing: the new one runs beside, where a core is free.
+            MetaModel::AdvanceReading proposedReading(arguments.operands, proposed, 2, {});
             buildFromDocuments(againstPaths, installed);
-            buildFromDocuments(arguments.operands, proposed);
+            proposedReading.Finish();
         }
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
