@@ -15,9 +15,7 @@
 #include "platform/database/uniqueconnection.h"
 
 #include <cstdio>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace Cli {
 
@@ -42,35 +40,12 @@ void buildFromDocuments(const std::vector<std::string>& paths,
     build(reader, builder);
 }
 
-// A SQLite file in the temporary folder, gone with this object.
-class ScratchRepository {
-public:
-    ScratchRepository() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "metamodel-diff-XXXXXX");
-        const int descriptor = mkstemp(pattern.data());
-        if (descriptor >= 0) {
-            close(descriptor);
-            path_ = pattern;
-        }
-    }
-    ~ScratchRepository() {
-        for (const char* suffix : {"", "-journal", "-wal", "-shm"})
-            if (!path_.empty())
-                std::remove((path_ + suffix).c_str());
-    }
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
 // The documents as the repository holds them once transferred: the tables keep less than
 // the documents say (statuses, empty descriptions, pieces of one category), so the set goes
-// through a scratch repository of the same tables and is read back the way the installed
-// side is.
+// through a scratch repository in memory, of the same tables, and is read back the way the
+// installed side is.
 void buildAsStored(const std::vector<std::string>& paths, MetaModel::CMetaModelBuilder& builder) {
-    ScratchRepository scratch;
-    IUniqueConnection connection("sqlite:" + scratch.path(), "", TABLINK::OpenMode::Create);
+    IUniqueConnection connection("sqlite::memory:", "", TABLINK::OpenMode::Create);
     MetaModel::CreateRepository(connection.GetHandle());
     {
         MetaModel::CXMLMetaModelReader documents(true, false);
