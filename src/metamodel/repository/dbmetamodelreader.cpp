@@ -14,6 +14,28 @@ constexpr int repositoryNameSize = 256;
 
 } // namespace
 
+String callReaderRequest(void* connection, const String& query) {
+    char buffer[statementBufferSize] = {};
+    const bool fits = TABLINK::SQLExecuter::formatQuery(buffer, statementBufferSize, query.c_str(),
+                                                        connection) != 0;
+    String request = buffer;
+    if (fits && TABLINK::dbcallrequest(connection, buffer))
+        return request;
+    CppLanguage::raise<CMetaModelReaderException>(
+        ORLO_HERE, "QEL_DB_REQ_ERR",
+        {{"QUERY", request},
+         {"CAUSE", fits ? String(TABLINK::dblasterror(connection))
+                        : String("the statement is longer than 256 bytes")}});
+}
+
+void endReaderRequest(void* connection, const String& request) {
+    if (TABLINK::dbendrequest(connection))
+        return;
+    CppLanguage::raise<CMetaModelReaderException>(
+        ORLO_HERE, "QEL_DB_REQ_ERR",
+        {{"QUERY", request}, {"CAUSE", TABLINK::dblasterror(connection)}});
+}
+
 CDBMetaModelReader::CDBMetaModelReader(void* connection) : connection_(connection) {}
 
 CDBMetaModelReader::~CDBMetaModelReader() = default;
@@ -58,26 +80,11 @@ void CDBMetaModelReader::ReadDB() {
 }
 
 void CDBMetaModelReader::PrefixAndCallRequest(const String& query) {
-    char buffer[statementBufferSize] = {};
-    const bool fits = TABLINK::SQLExecuter::formatQuery(buffer, statementBufferSize, query.c_str(),
-                                                        connection_) != 0;
-    request_ = buffer;
-    if (fits && TABLINK::dbcallrequest(connection_, buffer))
-        return;
-    CppLanguage::raise<CMetaModelReaderException>(
-        ORLO_HERE, "QEL_DB_REQ_ERR",
-        {{"QUERY", request_},
-         {"CAUSE", fits ? String(TABLINK::dblasterror(connection_))
-                        : String("the statement is longer than 256 bytes")}});
+    request_ = callReaderRequest(connection_, query);
 }
 
-// A fetch that fails half-way looks like the last row; the end of the request tells.
 void CDBMetaModelReader::EndRequest() {
-    if (TABLINK::dbendrequest(connection_))
-        return;
-    CppLanguage::raise<CMetaModelReaderException>(
-        ORLO_HERE, "QEL_DB_REQ_ERR",
-        {{"QUERY", request_}, {"CAUSE", TABLINK::dblasterror(connection_)}});
+    endReaderRequest(connection_, request_);
 }
 
 void CDBMetaModelReader::readElements(const String& query, RowsByOwner<STypOrCat>& table) {
