@@ -93,6 +93,7 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
     const std::vector<Case> cases = {
         {"existing", base + "/there", 0, {}},
         {"nested, either separator", base + "/a\\b/c", 0, {}},
+        {"trailing separator", base + "/t/u/", 0, {}},
         {"a file in the way",
          base + "/file/sub/deeper",
          1,
@@ -105,7 +106,7 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
         EXPECT_EQ(FileOp::createDirectory(c.path), c.expected) << c.name;
         EXPECT_EQ(reports(capture, base), c.reports) << c.name;
     }
-    EXPECT_TRUE(fs::is_directory(base + "/a/b/c"));
+    EXPECT_TRUE(fs::is_directory(base + "/a/b/c") && fs::is_directory(base + "/t/u"));
 }
 
 TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
