@@ -21,9 +21,9 @@ Tree treeOf(const std::string& folder) {
     return tree;
 }
 
-Tree parseTree(std::string_view spec) {
+Tree parseTree(std::string_view text) {
     Tree tree;
-    std::istringstream entries{std::string(spec)};
+    std::istringstream entries{std::string(text)};
     for (std::string entry; entries >> entry;) {
         const size_t equals = entry.find('=');
         if (equals != std::string::npos)

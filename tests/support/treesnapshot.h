@@ -12,7 +12,7 @@ using Tree = std::map<std::string, std::string>;
 
 Tree treeOf(const std::string& folder);
 // A tree written as "a/b=text c/": blank-separated entries, a folder ending in '/'.
-Tree parseTree(std::string_view spec);
+Tree parseTree(std::string_view text);
 // Makes what `tree` says under `folder`.
 void plantTree(const std::string& folder, const Tree& tree);
 
