@@ -14,7 +14,10 @@ build: deps
 	cmake --preset default >/dev/null
 	cmake --build build -j $(JOBS)
 
-demo: build
+# The demo runs only the tool: tests and benchmarks wait for `make test` and `make bench`.
+demo: deps
+	cmake --preset default >/dev/null
+	cmake --build build -j $(JOBS) --target metamodel
 	scripts/demo build
 
 test: build
