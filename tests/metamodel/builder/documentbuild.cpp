@@ -8,7 +8,8 @@ namespace TestSupport {
 ModelPtr buildFromDocuments(const std::vector<std::string>& relativePaths) {
     MetaModel::CXMLMetaModelReader reader(false, false);
     for (const std::string& path : relativePaths)
-        reader.addFile(std::string(METAMODEL_TEST_DATA_DIR "/model/") + path);
+        reader.addFile(
+            path.starts_with('/') ? path : std::string(METAMODEL_TEST_DATA_DIR "/model/") + path);
     MetaModel::CMetaModelBuilder builder;
     reader.SetEvents(&builder);
     reader.Read();

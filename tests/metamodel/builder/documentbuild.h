@@ -13,7 +13,8 @@ struct ModelRelease {
 };
 using ModelPtr = std::unique_ptr<QEL::IMetaModel, ModelRelease>;
 
-// The model of the fixture documents under tests/data/model, read in the order given.
+// The model of the documents, read in the order given; a relative path lies under
+// tests/data/model.
 ModelPtr buildFromDocuments(const std::vector<std::string>& relativePaths);
 
 } // namespace TestSupport

@@ -1,0 +1,256 @@
+#include "metamodel/operations/fileop.h"
+#include "support/messagecapture.h"
+#include "support/tempfolder.h"
+#include "support/treesnapshot.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using MetaModel::FileOp;
+using TestSupport::Tree;
+
+// The reports as "ID(NAME=value,...)", with the test folder written "~".
+std::vector<std::string> reports(const TestSupport::MessageCapture& capture,
+                                 const std::string& base) {
+    std::vector<std::string> lines;
+    for (const auto& message : capture.messages()) {
+        std::string line = std::string(message.GetId()) + "(";
+        for (const auto& [name, value] : message.GetArguments()) {
+            std::string shown = value;
+            for (size_t at; (at = shown.find(base)) != std::string::npos;)
+                shown.replace(at, base.size(), "~");
+            line += name + "=" + shown + ",";
+        }
+        lines.push_back(line + ")");
+    }
+    return lines;
+}
+
+TEST(FileOp, CompareFiles) {
+    TestSupport::TempFolder root;
+    const std::string base = root.path().string();
+    std::string big(70000, 'x'), bigOther = big;
+    bigOther.back() = 'y';
+    TestSupport::plantTree(base, {{"empty1", ""},
+                                  {"empty2", ""},
+                                  {"a", "same text"},
+                                  {"a2", "same text"},
+                                  {"longer", "same text!"},
+                                  {"b", "same texT"},
+                                  {"big", big},
+                                  {"bigOther", bigOther},
+                                  {"folder", "<dir>"}});
+    struct Case {
+        const char* name;
+        std::string file1, file2;
+        FileOp::fcStatus expected;
+        std::vector<std::string> reports;
+    };
+    const std::vector<Case> cases = {
+        {"a missing path with itself", base + "/none", base + "/none", FileOp::fcSame, {}},
+        {"two empty files", base + "/empty1", base + "/empty2", FileOp::fcSame, {}},
+        {"equal bytes, either separator", base + "\\a", base + "/a2", FileOp::fcSame, {}},
+        {"other length", base + "/a", base + "/longer", FileOp::fcDifferent, {}},
+        {"same length, other byte", base + "/a", base + "/b", FileOp::fcDifferent, {}},
+        {"differs past the first block",
+         base + "/big",
+         base + "/bigOther",
+         FileOp::fcDifferent,
+         {}},
+        {"both missing", base + "/none", base + "/none2", FileOp::fcFile1Missing, {}},
+        {"second missing", base + "/a", base + "/none", FileOp::fcFile2Missing, {}},
+        {"path through a file", base + "/a", base + "/a/x", FileOp::fcFile2Missing, {}},
+        {"a folder",
+         base + "/folder",
+         base + "/a",
+         FileOp::fcError,
+         {"FILEOP_CANNOT_COMPARE_FILE(FILE2=~/a,FILE1=~/folder,)"}},
+    };
+    for (const Case& c : cases) {
+        TestSupport::MessageCapture capture;
+        EXPECT_EQ(FileOp::compareFiles(c.file1, c.file2), c.expected) << c.name;
+        EXPECT_EQ(reports(capture, base), c.reports) << c.name;
+    }
+}
+
+TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
+    TestSupport::TempFolder root;
+    const std::string base = root.path().string();
+    TestSupport::plantTree(base, {{"there", "<dir>"}, {"file", "x"}});
+    struct Case {
+        const char* name;
+        std::string path;
+        int expected;
+        std::vector<std::string> reports;
+    };
+    const std::vector<Case> cases = {
+        {"existing", base + "/there", 0, {}},
+        {"nested, either separator", base + "/a\\b/c", 0, {}},
+        {"a file in the way",
+         base + "/file/sub/deeper",
+         1,
+         {"FILEOP_CANNOT_CREATE_DIR(DIR=~/file/sub,)",
+          "FILEOP_CANNOT_CREATE_DIR(DIR=~/file/sub/deeper,)"}},
+        {"empty", "", 1, {"FILEOP_CANNOT_CREATE_DIR(DIR=,)"}},
+    };
+    for (const Case& c : cases) {
+        TestSupport::MessageCapture capture;
+        EXPECT_EQ(FileOp::createDirectory(c.path), c.expected) << c.name;
+        EXPECT_EQ(reports(capture, base), c.reports) << c.name;
+    }
+    EXPECT_TRUE(fs::is_directory(base + "/a/b/c"));
+}
+
+TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
+    using Op = std::function<int(const std::string& base)>;
+    struct Case {
+        const char* name;
+        Tree before;
+        Op op;
+        Tree after;
+        std::vector<std::string> reports;
+    };
+    const std::vector<Case> cases = {
+        {"delete *.* takes files, dot-names and folders, and leaves the folder",
+         {{"w/a.h", "a"}, {"w/.hidden", "h"}, {"w/sub/x", "x"}, {"keep", "k"}},
+         [](const std::string& b) { return FileOp::deleteFiles(b + "/w/*.*"); },
+         {{"w", "<dir>"}, {"keep", "k"}},
+         {}},
+        {"delete * of an empty folder",
+         {{"w", "<dir>"}},
+         [](const std::string& b) { return FileOp::deleteFiles(b + "\\w\\*"); },
+         {{"w", "<dir>"}},
+         {}},
+        {"delete a missing path",
+         {},
+         [](const std::string& b) { return FileOp::deleteFiles(b + "/none"); },
+         {},
+         {"FILEOP_CANNOT_DELETE(ARG=~/none,)"}},
+        {"move a pattern: folders merge, files overwrite",
+         {{"s/a", "new"},
+          {"s/d/x", "x2"},
+          {"s/d/y", "y"},
+          {"t/a", "old"},
+          {"t/d/x", "x1"},
+          {"t/d/z", "z"}},
+         [](const std::string& b) { return FileOp::moveFiles(b + "/s/*.*", b + "/t"); },
+         {{"s", "<dir>"},
+          {"t", "<dir>"},
+          {"t/a", "new"},
+          {"t/d", "<dir>"},
+          {"t/d/x", "x2"},
+          {"t/d/y", "y"},
+          {"t/d/z", "z"}},
+         {}},
+        {"move a file onto a folder: into it",
+         {{"f", "1"}, {"t", "<dir>"}},
+         [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/t/"); },
+         {{"t", "<dir>"}, {"t/f", "1"}},
+         {}},
+        {"move a file to a new path: renamed, folders made",
+         {{"f", "1"}},
+         [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/n/m/g"); },
+         {{"n", "<dir>"}, {"n/m", "<dir>"}, {"n/m/g", "1"}},
+         {}},
+        {"move a folder onto a file",
+         {{"s/d/x", "x"}, {"t/d", "file"}},
+         [](const std::string& b) { return FileOp::moveFiles(b + "/s/*", b + "/t"); },
+         {{"s", "<dir>"}, {"s/d", "<dir>"}, {"s/d/x", "x"}, {"t", "<dir>"}, {"t/d", "file"}},
+         {"FILEOP_CANNOT_MOVE(DST=~/t,SRC=~/s/*,)"}},
+        {"copy a pattern: the source stays",
+         {{"s/a", "a"}, {"s/d/b", "b"}, {"t/d/c", "c"}},
+         [](const std::string& b) { return FileOp::copyFiles(b + "/s/*.*", b + "/t"); },
+         {{"s", "<dir>"},
+          {"s/a", "a"},
+          {"s/d", "<dir>"},
+          {"s/d/b", "b"},
+          {"t", "<dir>"},
+          {"t/a", "a"},
+          {"t/d", "<dir>"},
+          {"t/d/b", "b"},
+          {"t/d/c", "c"}},
+         {}},
+        {"copy a folder into itself",
+         {{"d/a", "a"}},
+         [](const std::string& b) { return FileOp::copyFiles(b + "/d", b + "/d/inner"); },
+         {{"d", "<dir>"}, {"d/a", "a"}},
+         {"FILEOP_CANNOT_COPY(DST=~/d/inner,SRC=~/d,)"}},
+        {"copy a missing path",
+         {},
+         [](const std::string& b) { return FileOp::copyFiles(b + "/none", b + "/t"); },
+         {},
+         {"FILEOP_CANNOT_COPY(DST=~/t,SRC=~/none,)"}},
+    };
+    for (const Case& c : cases) {
+        TestSupport::TempFolder root;
+        const std::string base = root.path().string();
+        TestSupport::plantTree(base, c.before);
+        TestSupport::MessageCapture capture;
+        const int result = c.op(base);
+        EXPECT_EQ(result == 0, c.reports.empty()) << c.name;
+        EXPECT_EQ(reports(capture, base), c.reports) << c.name;
+        EXPECT_EQ(TestSupport::treeOf(base), c.after) << c.name;
+    }
+}
+
+TEST(FileOp, MergeKeepsIdenticalFilesWithTheirDatesAndTellsWhatItDoes) {
+    TestSupport::TempFolder root;
+    const std::string target = root.file("target"), source = root.file("source");
+    TestSupport::plantTree(target, {{"changed.h", "old"},
+                                    {"gone.h", "g"},
+                                    {"same.h", "s"},
+                                    {"sub/gone2.h", "g2"},
+                                    {"sub/keep.h", "k"}});
+    TestSupport::plantTree(source, {{"added.h", "n"},
+                                    {"changed.h", "new"},
+                                    {"same.h", "s"},
+                                    {"sub/keep.h", "k"},
+                                    {"newsub/n.h", "n2"}});
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
+    fs::last_write_time(target + "/same.h", old);
+    fs::last_write_time(source + "/added.h", old);
+    const Tree merged = {{"added.h", "n"},    {"changed.h", "new"}, {"same.h", "s"},
+                         {"sub", "<dir>"},    {"sub/keep.h", "k"},  {"newsub", "<dir>"},
+                         {"newsub/n.h", "n2"}};
+
+    std::ostringstream out;
+    std::streambuf* const saved = std::cout.rdbuf(out.rdbuf());
+    TestSupport::MessageCapture capture;
+    const int result = FileOp::mergeDirectories(target, source);
+    const Tree afterFirst = TestSupport::treeOf(target);
+    const bool datesKept = fs::last_write_time(target + "/same.h") == old &&
+                           fs::last_write_time(target + "/added.h") == old;
+    FileOp::verboseMode = false;
+    const int again = FileOp::mergeDirectories(target, source); // from an empty source
+    FileOp::verboseMode = true;
+    std::cout.rdbuf(saved);
+
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(afterFirst, merged);
+    EXPECT_EQ(out.str(), "Merging results ...\n"
+                         "Comparing " +
+                             target +
+                             " ...\n"
+                             "Updating changed.h\n"
+                             "Purging gone.h\n"
+                             "Comparing " +
+                             target +
+                             "/sub ...\n"
+                             "Purging gone2.h\n"
+                             "Adding new files ...\n");
+    EXPECT_TRUE(datesKept);
+    EXPECT_TRUE(TestSupport::treeOf(source).empty());
+    // The empty source purges every file; only the folders stay.
+    EXPECT_EQ(again, 0);
+    EXPECT_EQ(TestSupport::treeOf(target), (Tree{{"sub", "<dir>"}, {"newsub", "<dir>"}}));
+    EXPECT_TRUE(capture.messages().empty());
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+#include "metamodel/wrappers/wrappergenerator.h"
+
+#include "metamodel/builder/documentbuild.h"
+#include "metamodel/metamodelexceptions.h"
+#include "metamodel/model/raisedmessage.h"
+#include "metamodel/operations/fileop.h"
+#include "platform/appdatamanager.h"
+#include "support/messagecapture.h"
+#include "support/tempfolder.h"
+#include "support/treesnapshot.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+
+namespace {
+
+namespace fs = std::filesystem;
+using MetaModel::WrapperGenerator;
+using MetaModel::WrapperGeneratorException;
+using TestSupport::RaisedMessage;
+using TestSupport::Tree;
+
+const std::string dataFolder = METAMODEL_TEST_DATA_DIR "/wrappers";
+const std::string summaryHead = "//AllWrappers.h : generated file\n\n#pragma once\n"
+                                "#pragma message(\"including AllWrappers.h\")\n\n";
+
+// The temporary folder, and so the work folder, lies in a test folder of its own; the merge
+// works silently.
+class WrapperGeneration : public ::testing::Test {
+protected:
+    WrapperGeneration() {
+        AppDataManager::AppDataOverrides folders;
+        folders.tempDir = root.file("tmp");
+        fs::create_directory(root.file("tmp"));
+        AppDataManager::SetAppDataOverrides(folders);
+        MetaModel::FileOp::verboseMode = false;
+    }
+    ~WrapperGeneration() override {
+        MetaModel::FileOp::verboseMode = true;
+        AppDataManager::SetAppDataOverrides({});
+    }
+
+    // A document of one level-1 file; each declaration is "name" or "name:type".
+    std::string writeDocument(const std::string& folder, const std::vector<std::string>& names) {
+        std::string text = "<metaModel file_no=\"1\" file_level=\"core\">\n";
+        int rid = 0;
+        for (const std::string& name : names)
+            text += "<category name=\"" + name + "\" rid=\"" + std::to_string(++rid) +
+                    "\"><description/></category>\n";
+        return root.write("docs/" + folder + "/MetaModel.xml", text + "</metaModel>\n");
+    }
+
+    TestSupport::TempFolder root;
+    const std::string work = root.file("tmp/MetamodelWrapperGeneratedFiles");
+    const std::string output = root.file("out/wrappers");
+};
+
+// What the expected files are written from: the row tables of the generated text, line by
+// line, not a run of the generator.
+TEST_F(WrapperGeneration, GeneratesTheTreeOfHeadersByteForByte) {
+    const auto model = TestSupport::buildFromDocuments({
+        dataFolder + "/model/Languages/Deep/MetaModel.xml",
+        dataFolder + "/model/Core/MetaModel.xml",
+        dataFolder + "/model/MetaModel.xml",
+    });
+    WrapperGenerator(model.get(), dataFolder + "/model/", output).Build();
+
+    const Tree expected = TestSupport::treeOf(dataFolder + "/expected");
+    const Tree actual = TestSupport::treeOf(output);
+    std::set<std::string> paths;
+    for (const auto& tree : {expected, actual})
+        for (const auto& [path, content] : tree)
+            paths.insert(path);
+    for (const std::string& path : paths) {
+        const auto want = expected.find(path), got = actual.find(path);
+        ASSERT_TRUE(want != expected.end()) << path << " is not expected";
+        ASSERT_TRUE(got != actual.end()) << path << " is missing";
+        EXPECT_EQ(got->second, want->second) << path;
+    }
+}
+
+TEST_F(WrapperGeneration, RefusesANullModelAndAMissingRootBeforeTouchingTheDisk) {
+    const auto model = TestSupport::buildFromDocuments({});
+    EXPECT_EQ(TestSupport::raisedBy<WrapperGeneratorException>(
+                  [&] { WrapperGenerator(nullptr, root.path().string(), output); }),
+              (RaisedMessage{"QEL_NULL_PTR", {{"NULL_ARG", "metamodel"}}}));
+    EXPECT_EQ(TestSupport::raisedBy<WrapperGeneratorException>(
+                  [&] { WrapperGenerator(model.get(), root.file("none"), output); }),
+              (RaisedMessage{"FILEOP_INVALID_PATH", {{"PATH", root.file("none")}}}));
+    EXPECT_EQ(TestSupport::treeOf(root.path().string()), (Tree{{"tmp", "<dir>"}}));
+}
+
+TEST_F(WrapperGeneration, AnEmptyModelGivesTheSummaryAloneAndLeftoversNeverReachTheOutput) {
+    TestSupport::plantTree(work, {{"stale.h", "old"}, {"old/x.h", "old"}});
+    const auto model = TestSupport::buildFromDocuments({});
+    WrapperGenerator(model.get(), root.path().string(), output).Build();
+    EXPECT_EQ(TestSupport::treeOf(output), (Tree{{"AllWrappers.h", summaryHead + "\n//EOF\n"}}));
+}
+
+TEST_F(WrapperGeneration, ASecondBuildKeepsUnchangedHeadersAndPurgesVanishedOnes) {
+    const std::string docs = root.file("docs");
+    const std::string document = writeDocument("lib", {"Kept", "Gone"});
+    WrapperGenerator(TestSupport::buildFromDocuments({document}).get(), docs, output).Build();
+    ASSERT_TRUE(fs::exists(output + "/lib/Gone.h"));
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
+    fs::last_write_time(output + "/lib/Kept.h", old);
+    const std::string keptBefore = TestSupport::readFile(output + "/lib/Kept.h");
+
+    writeDocument("lib", {"Kept", "Added"});
+    WrapperGenerator(TestSupport::buildFromDocuments({document}).get(), docs, output).Build();
+    EXPECT_EQ(fs::last_write_time(output + "/lib/Kept.h"), old);
+    EXPECT_EQ(TestSupport::readFile(output + "/lib/Kept.h"), keptBefore);
+    EXPECT_FALSE(fs::exists(output + "/lib/Gone.h"));
+    EXPECT_TRUE(fs::exists(output + "/lib/Added.h"));
+    EXPECT_EQ(TestSupport::readFile(output + "/AllWrappers.h"),
+              summaryHead + "#include \"lib/Kept.h\"\n#include \"lib/Added.h\"\n\n//EOF\n");
+}
+
+TEST_F(WrapperGeneration, AHeaderThatCannotBeOpenedFailsAndLeavesTheOutputAsItWas) {
+    // The sub-folder "X.h" of the first document stands where the second one's header goes.
+    const std::string inTheWay = writeDocument("X.h", {"Y"});
+    const std::string top =
+        root.write("docs/MetaModel.xml", "<metaModel file_no=\"2\" file_level=\"core\">"
+                                         "<category name=\"X\" rid=\"1\"><description/></category>"
+                                         "</metaModel>");
+    TestSupport::plantTree(output, {{"AllWrappers.h", "before"}, {"X.h", "before"}});
+    const auto model = TestSupport::buildFromDocuments({inTheWay, top});
+    EXPECT_EQ(TestSupport::raisedBy<WrapperGeneratorException>(
+                  [&] { WrapperGenerator(model.get(), root.file("docs"), output).Build(); }),
+              (RaisedMessage{"QEL_MM_DUMP_FILE_ERR", {{"FILE", work + "/X.h"}}}));
+    EXPECT_EQ(TestSupport::treeOf(output), (Tree{{"AllWrappers.h", "before"}, {"X.h", "before"}}));
+}
+
+} // namespace
