@@ -231,8 +231,11 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         // The merge into a scratch folder tells nothing worth reading.
         MetaModel::FileOp::verboseMode = !global.quiet && !check;
         generator.Build();
-    } catch (const CppLanguage::CRuntimeException& failure) {
-        CppLanguage::reportException(failure);
+    } catch (const std::exception& failure) {
+        // The library's failures carry an id; anything else (a folder that cannot be walked,
+        // memory) is said as it stands.
+        if (!CppLanguage::reportException(failure))
+            std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
         // The generator makes the output folder before it fails; one that was not there
         // before goes again.
         if (!check && !outputExisted)
