@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace TestSupport {
 
@@ -16,6 +17,19 @@ Tree treeOf(const std::string& folder) {
          it.increment(error)) {
         const std::string relative = fs::relative(it->path(), folder).string();
         tree[relative] = it->is_directory() ? "<dir>" : readFile(it->path().string());
+    }
+    return tree;
+}
+
+Tree parseTree(std::string_view text) {
+    Tree tree;
+    std::istringstream entries{std::string(text)};
+    for (std::string entry; entries >> entry;) {
+        const size_t equals = entry.find('=');
+        if (equals != std::string::npos)
+            tree[entry.substr(0, equals)] = entry.substr(equals + 1);
+        else
+            tree[entry.substr(0, entry.size() - 1)] = "<dir>";
     }
     return tree;
 }

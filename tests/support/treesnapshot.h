@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace TestSupport {
 
@@ -10,6 +11,8 @@ namespace TestSupport {
 using Tree = std::map<std::string, std::string>;
 
 Tree treeOf(const std::string& folder);
+// A tree written as "a/b=text c/": blank-separated entries, a folder ending in '/'.
+Tree parseTree(std::string_view text);
 // Makes what `tree` says under `folder`.
 void plantTree(const std::string& folder, const Tree& tree);
 

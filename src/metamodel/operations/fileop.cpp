@@ -267,12 +267,14 @@ int FileOp::copyFiles(const ORLO::String& source, const ORLO::String& destinatio
 // deepest folder that stood in the way as well as the one asked for.
 int FileOp::createDirectory(const ORLO::String& path) {
     const std::string native = nativeText(path);
+    const auto made = [&native] { return ORLO_mkdir(native.c_str()) == 0 || errno == EEXIST; };
     if (!path.empty()) {
-        if (ORLO_mkdir(native.c_str()) == 0 || errno == EEXIST)
+        if (made())
             return 0;
         const size_t cut = native.rfind(ORLO::PathSeparator);
         const ORLO::String above(cut == std::string::npos ? std::string() : native.substr(0, cut));
-        if (createDirectory(above) == 0 && ORLO_mkdir(native.c_str()) == 0)
+        // "a/b/" is made with "a/b" on the way back: it exists then, and that is success.
+        if (createDirectory(above) == 0 && made())
             return 0;
     }
     CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_CREATE_DIR", {{"DIR", path}});

@@ -93,6 +93,7 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
     const std::vector<Case> cases = {
         {"existing", base + "/there", 0, {}},
         {"nested, either separator", base + "/a\\b/c", 0, {}},
+        {"trailing separator", base + "/t/u/", 0, {}},
         {"a file in the way",
          base + "/file/sub/deeper",
          1,
@@ -105,120 +106,86 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
         EXPECT_EQ(FileOp::createDirectory(c.path), c.expected) << c.name;
         EXPECT_EQ(reports(capture, base), c.reports) << c.name;
     }
-    EXPECT_TRUE(fs::is_directory(base + "/a/b/c"));
+    EXPECT_TRUE(fs::is_directory(base + "/a/b/c") && fs::is_directory(base + "/t/u"));
 }
 
 TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
     using Op = std::function<int(const std::string& base)>;
     struct Case {
         const char* name;
-        Tree before;
+        const char* before;
         Op op;
-        Tree after;
+        const char* after;
         std::vector<std::string> reports;
     };
     const std::vector<Case> cases = {
         {"delete *.* takes files, dot-names and folders, and leaves the folder",
-         {{"w/a.h", "a"}, {"w/.hidden", "h"}, {"w/sub/x", "x"}, {"keep", "k"}},
+         "w/a.h=a w/.hidden=h w/sub/x=x keep=k",
          [](const std::string& b) { return FileOp::deleteFiles(b + "/w/*.*"); },
-         {{"w", "<dir>"}, {"keep", "k"}},
-         {}},
-        {"delete * of an empty folder",
-         {{"w", "<dir>"}},
-         [](const std::string& b) { return FileOp::deleteFiles(b + "\\w\\*"); },
-         {{"w", "<dir>"}},
+         "w/ keep=k",
          {}},
         {"delete a missing path",
-         {},
+         "",
          [](const std::string& b) { return FileOp::deleteFiles(b + "/none"); },
-         {},
+         "",
          {"FILEOP_CANNOT_DELETE(ARG=~/none,)"}},
         {"move a pattern: folders merge, files overwrite",
-         {{"s/a", "new"},
-          {"s/d/x", "x2"},
-          {"s/d/y", "y"},
-          {"t/a", "old"},
-          {"t/d/x", "x1"},
-          {"t/d/z", "z"}},
-         [](const std::string& b) { return FileOp::moveFiles(b + "/s/*.*", b + "/t"); },
-         {{"s", "<dir>"},
-          {"t", "<dir>"},
-          {"t/a", "new"},
-          {"t/d", "<dir>"},
-          {"t/d/x", "x2"},
-          {"t/d/y", "y"},
-          {"t/d/z", "z"}},
+         "s/a=new s/d/x=x2 s/d/y=y t/a=old t/d/x=x1 t/d/z=z",
+         [](const std::string& b) { return FileOp::moveFiles(b + "\\s\\*.*", b + "/t"); },
+         "s/ t/ t/a=new t/d/ t/d/x=x2 t/d/y=y t/d/z=z",
          {}},
         {"move a file onto a folder: into it",
-         {{"f", "1"}, {"t", "<dir>"}},
+         "f=1 t/",
          [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/t/"); },
-         {{"t", "<dir>"}, {"t/f", "1"}},
+         "t/ t/f=1",
          {}},
         {"move a file to a new path: renamed, folders made",
-         {{"f", "1"}},
+         "f=1",
          [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/n/m/g"); },
-         {{"n", "<dir>"}, {"n/m", "<dir>"}, {"n/m/g", "1"}},
+         "n/ n/m/ n/m/g=1",
          {}},
         {"move a folder onto a file",
-         {{"s/d/x", "x"}, {"t/d", "file"}},
+         "s/d/x=x t/d=file",
          [](const std::string& b) { return FileOp::moveFiles(b + "/s/*", b + "/t"); },
-         {{"s", "<dir>"}, {"s/d", "<dir>"}, {"s/d/x", "x"}, {"t", "<dir>"}, {"t/d", "file"}},
+         "s/ s/d/ s/d/x=x t/ t/d=file",
          {"FILEOP_CANNOT_MOVE(DST=~/t,SRC=~/s/*,)"}},
         {"copy a pattern: the source stays",
-         {{"s/a", "a"}, {"s/d/b", "b"}, {"t/d/c", "c"}},
+         "s/a=a s/d/b=b t/d/c=c",
          [](const std::string& b) { return FileOp::copyFiles(b + "/s/*.*", b + "/t"); },
-         {{"s", "<dir>"},
-          {"s/a", "a"},
-          {"s/d", "<dir>"},
-          {"s/d/b", "b"},
-          {"t", "<dir>"},
-          {"t/a", "a"},
-          {"t/d", "<dir>"},
-          {"t/d/b", "b"},
-          {"t/d/c", "c"}},
+         "s/ s/a=a s/d/ s/d/b=b t/ t/a=a t/d/ t/d/b=b t/d/c=c",
          {}},
         {"copy a folder into itself",
-         {{"d/a", "a"}},
+         "d/a=a",
          [](const std::string& b) { return FileOp::copyFiles(b + "/d", b + "/d/inner"); },
-         {{"d", "<dir>"}, {"d/a", "a"}},
+         "d/ d/a=a",
          {"FILEOP_CANNOT_COPY(DST=~/d/inner,SRC=~/d,)"}},
-        {"copy a missing path",
-         {},
-         [](const std::string& b) { return FileOp::copyFiles(b + "/none", b + "/t"); },
-         {},
-         {"FILEOP_CANNOT_COPY(DST=~/t,SRC=~/none,)"}},
     };
     for (const Case& c : cases) {
         TestSupport::TempFolder root;
         const std::string base = root.path().string();
-        TestSupport::plantTree(base, c.before);
+        TestSupport::plantTree(base, TestSupport::parseTree(c.before));
         TestSupport::MessageCapture capture;
         const int result = c.op(base);
         EXPECT_EQ(result == 0, c.reports.empty()) << c.name;
         EXPECT_EQ(reports(capture, base), c.reports) << c.name;
-        EXPECT_EQ(TestSupport::treeOf(base), c.after) << c.name;
+        EXPECT_EQ(TestSupport::treeOf(base), TestSupport::parseTree(c.after)) << c.name;
     }
 }
 
 TEST(FileOp, MergeKeepsIdenticalFilesWithTheirDatesAndTellsWhatItDoes) {
     TestSupport::TempFolder root;
     const std::string target = root.file("target"), source = root.file("source");
-    TestSupport::plantTree(target, {{"changed.h", "old"},
-                                    {"gone.h", "g"},
-                                    {"same.h", "s"},
-                                    {"sub/gone2.h", "g2"},
-                                    {"sub/keep.h", "k"}});
-    TestSupport::plantTree(source, {{"added.h", "n"},
-                                    {"changed.h", "new"},
-                                    {"same.h", "s"},
-                                    {"sub/keep.h", "k"},
-                                    {"newsub/n.h", "n2"}});
+    TestSupport::plantTree(
+        target,
+        TestSupport::parseTree("changed.h=old gone.h=g same.h=s sub/gone2.h=g2 sub/keep.h=k"));
+    TestSupport::plantTree(
+        source,
+        TestSupport::parseTree("added.h=n changed.h=new same.h=s sub/keep.h=k newsub/n.h=n2"));
     const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
     fs::last_write_time(target + "/same.h", old);
     fs::last_write_time(source + "/added.h", old);
-    const Tree merged = {{"added.h", "n"},    {"changed.h", "new"}, {"same.h", "s"},
-                         {"sub", "<dir>"},    {"sub/keep.h", "k"},  {"newsub", "<dir>"},
-                         {"newsub/n.h", "n2"}};
+    const Tree merged = TestSupport::parseTree(
+        "added.h=n changed.h=new same.h=s sub/ sub/keep.h=k newsub/ newsub/n.h=n2");
 
     std::ostringstream out;
     std::streambuf* const saved = std::cout.rdbuf(out.rdbuf());
