@@ -44,6 +44,7 @@ std::string checkProgram(const fs::path& output, int& classes) {
         "\tclass (?:__declspec\\(deprecated\\) )?(\\w+) : public QEL::(Type|Category)Wrapper");
     static const std::regex property(
         "\t\tclass (?:__declspec\\(deprecated\\) )?(\\w+) : public QEL::\\w+PropertyWrapper");
+    static const std::regex anyClass("\t{1,2}class .*");
     std::string checks;
     classes = 0;
     for (const auto& [name, text] : tree(output)) {
@@ -61,6 +62,8 @@ std::string checkProgram(const fs::path& output, int& classes) {
                 const std::string nested = owner + "::" + match[1].str();
                 checks += "    failures += check(" + nested + "::getProperty(), " + nested + ");\n";
             } else {
+                EXPECT_FALSE(std::regex_match(line, anyClass))
+                    << "a class the checks miss: " << line;
                 continue;
             }
             ++classes;
