@@ -1,6 +1,7 @@
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
 #include "cli/modelsource.h"
+#include "cli/modelwords.h"
 #include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
@@ -22,21 +23,6 @@ namespace {
 
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
-
-const char* statusWord(QEL::ElementStatus status) {
-    static const char* const words[] = {"active", "deprecated", "obsolete", "inactive"};
-    return unsigned(status) < 4 ? words[status] : "unknown";
-}
-
-const ORLO::String& typeWord(const QEL::IPropertyType& type) {
-    static const ORLO::String* const words[] = {&QEL::IntegerWord,      &QEL::StringWord,
-                                                &QEL::DateTimeWord,     &QEL::BookmarkWord,
-                                                &QEL::ReferenceWord,    &QEL::IntegerListWord,
-                                                &QEL::StringListWord,   &QEL::DateTimeListWord,
-                                                &QEL::BookmarkListWord, &QEL::ReferenceListWord};
-    const int kind = type.GetKind();
-    return unsigned(kind) < std::size(words) ? *words[kind] : ORLO::String::nil();
-}
 
 template <class Set> std::vector<std::string> sortedNames(const Set& members) {
     std::vector<std::string> names;

@@ -1,5 +1,6 @@
 #include "cli/commandline.h"
 #include "cli/modelsource.h"
+#include "cli/outputfile.h"
 #include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
@@ -7,59 +8,16 @@
 #include "metamodel/xml/xmlmetamodelevents.h"
 #include "platform/orlofile.h"
 
-#include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace Cli {
 
 namespace {
 
-constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
 
 using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(const std::string&)>;
-
-// A temporary file in a folder that goes away with this object unless it was moved.
-class ScratchFile {
-public:
-    explicit ScratchFile(const std::filesystem::path& folder) {
-        std::string pattern = (folder / ".metamodel-XXXXXX");
-        const int descriptor = mkstemp(pattern.data());
-        if (descriptor >= 0) {
-            // It may become the output: give it the mode a plain new file would get.
-            const mode_t mask = umask(0);
-            umask(mask);
-            fchmod(descriptor, 0666 & ~mask);
-            close(descriptor);
-            path_ = pattern;
-        }
-    }
-    ~ScratchFile() {
-        if (!path_.empty())
-            std::remove(path_.c_str());
-    }
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
-bool copyToStandardOutput(const std::string& path) {
-    std::FILE* in = std::fopen(path.c_str(), "rb");
-    if (!in)
-        return false;
-    char buffer[1 << 16];
-    size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, in)) > 0)
-        std::fwrite(buffer, 1, count, stdout);
-    std::fclose(in);
-    return std::fflush(stdout) == 0;
-}
 
 // Plays the documents, or the repository with --db, into the sink that `makeSink` builds on
 // the output path. A failed run leaves nothing half-written.
@@ -68,47 +26,18 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
     ModelSource source(command, arguments);
     if (!source.prepare())
         return exitFailure;
-    const std::string output = arguments.value("output", "-");
-    const bool toStandardOutput = output == "-";
-    // The stream goes to a scratch file first, beside the output so that a rename puts it in
-    // place: a failed run leaves the output as it was, standard output untouched included.
-    // Where no scratch file can be made, the sink writes the output itself and says why it
-    // could not.
-    // Only a plain file may be replaced by a rename: a device such as /dev/null, a pipe or a
-    // link is written to in place, as the user named it.
-    std::error_code ignored;
-    const std::filesystem::file_status existing = std::filesystem::symlink_status(output, ignored);
-    const bool replaceable =
-        !std::filesystem::exists(existing) || std::filesystem::is_regular_file(existing);
-    std::filesystem::path folder = std::filesystem::temp_directory_path();
-    if (!toStandardOutput) {
-        folder = std::filesystem::path(output).parent_path();
-        if (folder.empty())
-            folder = ".";
-    }
-    std::optional<ScratchFile> scratch;
-    if (toStandardOutput || replaceable)
-        scratch.emplace(folder);
-    const std::string target = scratch && !scratch->path().empty() ? scratch->path() : output;
-    try {
-        std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
-        source.play(*sink);
-    } catch (const CppLanguage::CRuntimeException& failure) {
-        CppLanguage::reportException(failure);
-        return exitFailure;
-    }
-    if (target == output)
-        return exitSuccess;
-    if (toStandardOutput)
-        return copyToStandardOutput(target) ? exitSuccess : exitFailure;
-    std::error_code moved;
-    std::filesystem::rename(target, output, moved);
-    if (moved) {
-        std::fprintf(stderr, "metamodel: error: cannot write '%s': %s\n", output.c_str(),
-                     moved.message().c_str());
-        return exitFailure;
-    }
-    return exitSuccess;
+    // The stream goes to a scratch file first, so that a failed run leaves the output as it
+    // was, standard output untouched included.
+    return writeOutputWhole(arguments.value("output", "-"), [&](const std::string& target) {
+        try {
+            std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
+            source.play(*sink);
+        } catch (const CppLanguage::CRuntimeException& failure) {
+            CppLanguage::reportException(failure);
+            return false;
+        }
+        return true;
+    });
 }
 
 template <class Sink> struct OwnedSink {
@@ -116,9 +45,6 @@ template <class Sink> struct OwnedSink {
         return std::unique_ptr<MetaModel::IMetaModelEvents>(new Sink(ORLO::String(output)));
     }
 };
-
-const OptionSpec outputOption{"output", 'o', "FILE",
-                              "write to FILE instead of standard output (\"-\")"};
 
 const CommandRegistration dump({
     "dump",

@@ -9,11 +9,16 @@ namespace Cli {
 
 bool documentPathsExist(const std::vector<std::string>& paths) {
     bool allThere = true;
-    for (const std::string& path : paths)
-        if (!MetaModel::namesDocument(path) && !ORLO::File(path).isDirectory()) {
+    for (const std::string& path : paths) {
+        // The folder a placeholder stands for is tested; the reader still gets the symbolic
+        // form, which its documents keep as their root.
+        ORLO::String folder(path);
+        MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
+        if (!MetaModel::namesDocument(path) && !ORLO::File(folder).isDirectory()) {
             CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_NOT_FOUND", {{"PATH", path}});
             allThere = false;
         }
+    }
     return allThere;
 }
 

@@ -14,7 +14,8 @@ protected:
 
 class IRefCountable : public virtual IDeletable {
 public:
-    virtual void AddRef() = 0;
+    // Answers the count of references after this one; objects that are not counted answer 1.
+    virtual int AddRef() = 0;
     virtual void RemoveRef() = 0;
 };
 

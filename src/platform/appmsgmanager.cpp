@@ -112,7 +112,7 @@ void readTagged(va_list args, MessageOrigin& origin, CppLanguage::CAppMsg** out,
 class DefaultManager : public IAppMsgManager {
 public:
     void Release() override {}
-    void AddRef() override {}
+    int AddRef() override { return 1; }
     void RemoveRef() override {}
 
     CppLanguage::CAppMsg* ExceptionToMsg(const std::exception* caught) override {

@@ -72,6 +72,24 @@ constexpr MessageDefinition catalogue[] = {
     {"QEL_MM_EXCLUSIVE_ATTR", SeverityError,
      "The attributes '{ATTR1}' and '{ATTR2}' exclude each other, but {TAG} has both."},
     {"QEL_MM_EXIST_ERR", SeverityError, "The meta-model is not valid: {NUMBER} fault(s) found."},
+    {"QEL_MM_FRAGMENT_DUPLICATE", SeverityError,
+     "The {WHAT} '{KEY}' is defined twice[, first in '{OTHER_FILE}']."},
+    {"QEL_MM_FRAGMENT_ID_CHANGED", SeverityError,
+     "'{NAME}' would change its id from {INSTALLED_ID} to {NEW_ID}[ (installed by "
+     "'{INSTALLED}')]."},
+    {"QEL_MM_FRAGMENT_ID_CLASH", SeverityError,
+     "The category or type id {ID}[ of '{NAME}'] is already installed[ for '{INSTALLED_NAME}'][ "
+     "by '{INSTALLED}']."},
+    {"QEL_MM_FRAGMENT_INCOHERENT", SeverityError,
+     "The document defines a category or type id, a category or type name or a property id "
+     "twice."},
+    {"QEL_MM_FRAGMENT_NAME_CLASH", SeverityError,
+     "The category or type '{NAME}' is already installed[ with the id {INSTALLED_ID}][ by "
+     "'{INSTALLED}']."},
+    {"QEL_MM_FRAGMENT_NOT_A_NUMBER", SeverityError,
+     "An 'id', 'rid' or 'file_no' attribute holds something other than a whole number."},
+    {"QEL_MM_FRAGMENT_PROP_ID_CLASH", SeverityError,
+     "The property id {PROP_ID} is already installed[ by '{INSTALLED}']."},
     {"QEL_MM_INFSUBDUPLICATE", SeverityError,
      "Property '{PROPERTY_NAME}' has the same 'INF_TYPE' and 'INF_SUB_TYPE' pair as property "
      "'{FIRST_PROPERTY_NAME}'."},

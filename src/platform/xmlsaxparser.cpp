@@ -1,5 +1,7 @@
 #include "platform/xmlsaxparser.h"
 
+#include "platform/xmlguards.h"
+
 #include <libxml/SAX2.h>
 #include <libxml/entities.h>
 #include <libxml/globals.h>
@@ -9,14 +11,12 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -605,70 +605,17 @@ bool isOurContext(xmlParserCtxtPtr ctxt) {
 
 // ---- scoped process and thread state ----------------------------------------------------------
 
-// The entity loader is process-wide while parses may run on several threads: the first parse
-// installs the refusing loader, the last one puts the previous loader back, and contexts that
-// are not ours keep the loader they had.
-std::mutex loaderMutex;
-int loaderUsers = 0;
-std::atomic<xmlExternalEntityLoader> previousLoader{nullptr};
-
-xmlParserInputPtr refuseExternalEntity(const char* url, const char* id, xmlParserCtxtPtr ctxt) {
-    if (ctxt && !isOurContext(ctxt)) {
-        const xmlExternalEntityLoader previous = previousLoader.load();
-        return previous ? previous(url, id, ctxt) : nullptr;
-    }
-    if (ctxt && ctxt->userData) {
-        Bridge& b = bridgeOf(ctxt->userData);
-        String message = "External entity '";
-        message += url ? url : (id ? id : "");
-        message += "' is not loaded";
-        b.report(XML_ERR_WARNING, message, ctxt->input ? ctxt->input->line : 0,
-                 ctxt->input ? ctxt->input->col : 0);
-    }
-    return nullptr;
+// A refused entity is a warning of the parse that asked for it.
+void reportRefusedEntity(const char* url, const char* id, xmlParserCtxtPtr ctxt) {
+    if (!isOurContext(ctxt) || !ctxt->userData)
+        return;
+    Bridge& b = bridgeOf(ctxt->userData);
+    String message = "External entity '";
+    message += url ? url : (id ? id : "");
+    message += "' is not loaded";
+    b.report(XML_ERR_WARNING, message, ctxt->input ? ctxt->input->line : 0,
+             ctxt->input ? ctxt->input->col : 0);
 }
-
-class ScopedEntityLoader {
-public:
-    ScopedEntityLoader() {
-        const std::lock_guard lock(loaderMutex);
-        if (loaderUsers++ == 0) {
-            previousLoader = xmlGetExternalEntityLoader();
-            xmlSetExternalEntityLoader(refuseExternalEntity);
-        }
-    }
-    ~ScopedEntityLoader() {
-        const std::lock_guard lock(loaderMutex);
-        if (--loaderUsers == 0 && xmlGetExternalEntityLoader() == refuseExternalEntity)
-            xmlSetExternalEntityLoader(previousLoader.load());
-    }
-    ScopedEntityLoader(const ScopedEntityLoader&) = delete;
-    ScopedEntityLoader& operator=(const ScopedEntityLoader&) = delete;
-};
-
-// libxml2's error channels are per thread; messages that do not come through the context's
-// own channel must reach the handler too instead of standard error.
-class ScopedErrorChannels {
-public:
-    explicit ScopedErrorChannels(Bridge& bridge)
-        : structured_(xmlStructuredError), structuredContext_(xmlStructuredErrorContext),
-          generic_(xmlGenericError), genericContext_(xmlGenericErrorContext) {
-        xmlSetStructuredErrorFunc(&bridge, onStructuredError);
-        xmlSetGenericErrorFunc(&bridge, onGenericError);
-    }
-    ~ScopedErrorChannels() {
-        xmlSetStructuredErrorFunc(structuredContext_, structured_);
-        xmlSetGenericErrorFunc(genericContext_, generic_);
-    }
-    ScopedErrorChannels(const ScopedErrorChannels&) = delete;
-    ScopedErrorChannels& operator=(const ScopedErrorChannels&) = delete;
-
-private:
-    xmlStructuredErrorFunc structured_;
-    void* structuredContext_;
-    xmlGenericErrorFunc generic_;
-    void* genericContext_;
-};
 
 struct ContextDeleter {
     void operator()(xmlParserCtxtPtr ctxt) const {
@@ -688,8 +635,10 @@ bool parseBuffer(IXmlHandler& handler, const char* data, size_t size, const Stri
     Bridge bridge(handler, systemId);
     bool wellFormed = false;
     {
-        ScopedErrorChannels channels(bridge);
-        ScopedEntityLoader loader;
+        // Messages that do not come through the context's own channel must reach the handler
+        // too instead of standard error.
+        ScopedXmlErrorChannels channels(&bridge, onStructuredError, onGenericError);
+        ScopedEntityRefusal loader(reportRefusedEntity);
         ScopedLocator following(bridge);
         bridge.guard([&] { handler.setDocumentLocator(&threadLocator); });
         if (openFailure) {

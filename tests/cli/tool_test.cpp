@@ -71,6 +71,29 @@ TEST(Tool, ReadsTheInstallationFirstAndKeepsItsPlaceholderInRootPath) {
               std::string::npos);
 }
 
+// A folder named through a placeholder is found through the folder it stands for, and its
+// documents keep the symbolic form as their root.
+TEST(Tool, FoldersGivenWithAPlaceholderAreReadAndKeepIt) {
+    TempFolder folder;
+    const std::string document = "<metaModel file_no=\"4\"><category name=\"Extra\" rid=\"1\"/>"
+                                 "</metaModel>";
+    folder.write("app/extra/MetaModel.xml", document);
+    folder.write("user/x/MetaModel.xml", document);
+    for (const std::string placeholder : {"<app dir>/extra", "<user dir>/x"}) {
+        const auto run = runTool({"--app-dir", folder.file("app"), "--user-dir",
+                                  folder.file("user"), "export", placeholder},
+                                 folder.file("app"));
+        EXPECT_EQ(run.exitCode, 0) << placeholder << ": " << run.err;
+        std::string escaped = placeholder;
+        escaped.replace(escaped.find('>'), 1, "&gt;").replace(0, 1, "&lt;");
+        EXPECT_NE(run.out.find("stringValue=\"" + escaped + "\""), std::string::npos)
+            << placeholder << ": " << run.out;
+    }
+    const auto missing = runTool({"check", "<app dir>/absent"}, folder.file("app"));
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_NE(missing.err.find("QEL_MM_ROOT_NOT_FOUND"), std::string::npos) << missing.err;
+}
+
 TEST(Tool, AnEmptyIdIsReportedAtItsLineThenTheFileFailureAndExitOne) {
     TempFolder folder;
     const std::string bad = folder.write(

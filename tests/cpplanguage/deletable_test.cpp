@@ -34,7 +34,7 @@ public:
         ++releases_;
         delete this;
     }
-    void AddRef() override {}
+    int AddRef() override { return 1; }
     void RemoveRef() override {}
     int steps() const override { return 3; }
 

@@ -162,7 +162,7 @@ TEST(Report, CaughtExceptionsArePostedWhenTheyAreOurs) {
 class HostManager : public AppMsgManager::IAppMsgManager {
 public:
     void Release() override {}
-    void AddRef() override {}
+    int AddRef() override { return 1; }
     void RemoveRef() override {}
     CppLanguage::CAppMsg* ExceptionToMsg(const std::exception*) override { return nullptr; }
     void PostMsg(const CppLanguage::IAppMsg& message) override {

@@ -14,6 +14,28 @@ constexpr int repositoryNameSize = 256;
 
 } // namespace
 
+String callReaderRequest(void* connection, const String& query) {
+    char buffer[statementBufferSize] = {};
+    const bool fits = TABLINK::SQLExecuter::formatQuery(buffer, statementBufferSize, query.c_str(),
+                                                        connection) != 0;
+    String request = buffer;
+    if (fits && TABLINK::dbcallrequest(connection, buffer))
+        return request;
+    CppLanguage::raise<CMetaModelReaderException>(
+        ORLO_HERE, "QEL_DB_REQ_ERR",
+        {{"QUERY", request},
+         {"CAUSE", fits ? String(TABLINK::dblasterror(connection))
+                        : String("the statement is longer than 256 bytes")}});
+}
+
+void endReaderRequest(void* connection, const String& request) {
+    if (TABLINK::dbendrequest(connection))
+        return;
+    CppLanguage::raise<CMetaModelReaderException>(
+        ORLO_HERE, "QEL_DB_REQ_ERR",
+        {{"QUERY", request}, {"CAUSE", TABLINK::dblasterror(connection)}});
+}
+
 CDBMetaModelReader::CDBMetaModelReader(void* connection) : connection_(connection) {}
 
 CDBMetaModelReader::~CDBMetaModelReader() = default;
@@ -58,26 +80,11 @@ void CDBMetaModelReader::ReadDB() {
 }
 
 void CDBMetaModelReader::PrefixAndCallRequest(const String& query) {
-    char buffer[statementBufferSize] = {};
-    const bool fits = TABLINK::SQLExecuter::formatQuery(buffer, statementBufferSize, query.c_str(),
-                                                        connection_) != 0;
-    request_ = buffer;
-    if (fits && TABLINK::dbcallrequest(connection_, buffer))
-        return;
-    CppLanguage::raise<CMetaModelReaderException>(
-        ORLO_HERE, "QEL_DB_REQ_ERR",
-        {{"QUERY", request_},
-         {"CAUSE", fits ? String(TABLINK::dblasterror(connection_))
-                        : String("the statement is longer than 256 bytes")}});
+    request_ = callReaderRequest(connection_, query);
 }
 
-// A fetch that fails half-way looks like the last row; the end of the request tells.
 void CDBMetaModelReader::EndRequest() {
-    if (TABLINK::dbendrequest(connection_))
-        return;
-    CppLanguage::raise<CMetaModelReaderException>(
-        ORLO_HERE, "QEL_DB_REQ_ERR",
-        {{"QUERY", request_}, {"CAUSE", TABLINK::dblasterror(connection_)}});
+    endReaderRequest(connection_, request_);
 }
 
 void CDBMetaModelReader::readElements(const String& query, RowsByOwner<STypOrCat>& table) {
@@ -171,20 +178,48 @@ void CDBMetaModelReader::ReadTreeCat() {
     trees_.group();
 }
 
+namespace {
+
+// The elements of one table in id order, where rows that share an id each stand for the one
+// of them that came last: a table keyed by id keeps the last row, while its queue of ids
+// still holds every row.
+template <class Rows> class LatestById {
+public:
+    explicit LatestById(const Rows& rows) : rows_(rows) {}
+    bool done() const { return at_ == rows_.size(); }
+    int id() const { return rows_[at_].id; }
+    // The row to send for the current place, and a step to the next.
+    const auto& take() {
+        if (runEnd_ <= at_) {
+            runEnd_ = at_ + 1;
+            while (runEnd_ < rows_.size() && rows_[runEnd_].id == rows_[at_].id)
+                ++runEnd_;
+        }
+        ++at_;
+        return rows_[runEnd_ - 1];
+    }
+
+private:
+    const Rows& rows_;
+    size_t at_ = 0;
+    size_t runEnd_ = 0;
+};
+
+} // namespace
+
 // By ascending id, a category before a type of the same id.
 void CDBMetaModelReader::SendEvents() {
     IMetaModelEvents& sink = *events();
     sink.Start();
-    const auto categories = categories_.all();
-    const auto types = types_.all();
-    size_t category = 0;
-    size_t type = 0;
-    while (category < categories.size() || type < types.size()) {
-        if (type == types.size() ||
-            (category < categories.size() && categories[category].id <= types[type].id))
-            SendCategory(categories[category++]);
+    const auto allCategories = categories_.all();
+    const auto allTypes = types_.all();
+    LatestById categories(allCategories);
+    LatestById types(allTypes);
+    while (!categories.done() || !types.done()) {
+        if (types.done() || (!categories.done() && categories.id() <= types.id()))
+            SendCategory(categories.take());
         else
-            SendType(types[type++]);
+            SendType(types.take());
     }
     sink.End();
 }

@@ -6,6 +6,14 @@
 
 namespace MetaModel {
 
+// Starts a request of the repository's readers: the statement with its table prefix expanded
+// in a buffer of 257 bytes, sent on the connection; answers the text sent. A statement that
+// does not fit or that the server refuses raises "QEL_DB_REQ_ERR" as a
+// CMetaModelReaderException.
+String callReaderRequest(void* connection, const String& query);
+// Ends it; a fetch that failed half-way looks like the last row, and this tells.
+void endReaderRequest(void* connection, const String& request);
+
 // Plays the repository's final tables into a sink as one stream. All tables are loaded first,
 // since their order does not suit the stream and the connection runs one statement at a time;
 // then the elements go out by ascending id, a category before a type of the same id, each

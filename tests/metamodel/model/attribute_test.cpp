@@ -86,7 +86,7 @@ class UnusableManager : public AppMsgManager::IAppMsgManager {
 public:
     bool invariant() const override { return false; }
     void Release() override {}
-    void AddRef() override {}
+    int AddRef() override { return 1; }
     void RemoveRef() override {}
     CppLanguage::CAppMsg* ExceptionToMsg(const std::exception*) override { return nullptr; }
     void PostMsg(const CppLanguage::IAppMsg& message) override { real->PostMsg(message); }

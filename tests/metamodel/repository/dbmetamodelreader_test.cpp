@@ -59,6 +59,23 @@ TEST_F(RepositoryReader, ElementsComeByIdWithTheCategoryFirstOnATie) {
                      "StartType T9 full 't' 9 active", "EndType full", "End"}));
 }
 
+// Rows that share an id are all sent, each as the row that came last, body included.
+TEST_F(RepositoryReader, RowsOfOneIdAreEachSentAsTheLastOfThem) {
+    insert("INSERT INTO Cat VALUES (4, 'First', 'one', 'ACTIVE'), (2, 'Two', 't', 'ACTIVE'),"
+           "(4, 'Second', 'two', 'ACTIVE');"
+           "INSERT INTO Typ VALUES (4, 'TFirst', 'x', 'ACTIVE'), (4, 'TSecond', 'y', 'ACTIVE');"
+           "INSERT INTO CatAttr VALUES (4, 'A', 137475, 1, NULL, 'ACTIVE')");
+    const Lines second{"StartCategory Second full 'two' 4 active", "Attribute A int 1 active",
+                       "EndCategory full"};
+    const Lines type{"StartType TSecond full 'y' 4 active", "EndType full"};
+    Lines expected{"Start", "Source main", "StartCategory Two full 't' 2 active",
+                   "EndCategory full"};
+    for (const Lines* part : {&second, &second, &type, &type})
+        expected.insert(expected.end(), part->begin(), part->end());
+    expected.push_back("End");
+    EXPECT_EQ(readBack(repository_.handle()), expected);
+}
+
 // Bodies come attributes first, then inherited categories, properties with their attributes,
 // and trees; each group in the order of its select; every status is sent as active.
 TEST_F(RepositoryReader, BodiesComeInTheFixedOrderAndStatusesAreNotPassedOn) {

@@ -1,0 +1,91 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+#include "support/testdatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using TestSupport::Backend;
+using TestSupport::readFile;
+using TestSupport::runTool;
+
+const std::string data = METAMODEL_TEST_DATA_DIR "/diff/";
+const std::string oldSet = data + "old";
+const std::string newSet = data + "new";
+
+// The fixture changes every kind of thing once; the whole output is compared.
+TEST(Diff, EveryKindOfChangeAsTextAndAsJson) {
+    const auto text = runTool({"diff", "--against", oldSet, newSet});
+    EXPECT_EQ(text.exitCode, 0) << text.err;
+    EXPECT_EQ(text.out, readFile(data + "expected.txt"));
+    EXPECT_EQ(text.err, "diff: 32 changes, 14 breaking\n");
+
+    const auto json = runTool({"-q", "diff", "--json", "--against", oldSet, newSet});
+    EXPECT_EQ(json.exitCode, 0) << json.err;
+    EXPECT_EQ(json.out, readFile(data + "expected.json"));
+    EXPECT_EQ(json.err, "");
+}
+
+TEST(Diff, ExitStatusAndUsage) {
+    const std::string document = oldSet + "/MetaModel.xml";
+    const TestSupport::TempFolder empty;
+    struct Case {
+        const char* name;
+        std::vector<std::string> arguments;
+        int exitCode;
+        bool printsChanges;
+    };
+    const Case cases[] = {
+        {"breaking, asked", {"diff", "--fail-on-breaking", "--against", oldSet, newSet}, 1, true},
+        {"breaking, not asked", {"diff", "--against", oldSet, newSet}, 0, true},
+        // Against itself, as a folder and as a document, repeated: the same model.
+        {"nothing",
+         {"diff", "--fail-on-breaking", "--against", oldSet, "--against", document, document},
+         0,
+         false},
+        {"only additions",
+         {"diff", "--fail-on-breaking", "--against", empty.path().string(), oldSet},
+         0,
+         true},
+        {"neither side", {"diff", newSet}, 2, false},
+        {"both sides", {"diff", "--against", oldSet, "--db", "x.db", newSet}, 2, false},
+        {"schema without db", {"diff", "--schema", "s", "--against", oldSet, newSet}, 2, false},
+        {"missing folder", {"diff", "--against", data + "missing", newSet}, 1, false},
+    };
+    for (const Case& test : cases) {
+        const auto run = runTool(test.arguments);
+        EXPECT_EQ(run.exitCode, test.exitCode) << test.name << ": " << run.err;
+        EXPECT_EQ(!run.out.empty(), test.printsChanges) << test.name << ": " << run.out;
+    }
+}
+
+class DiffOnRepository : public testing::TestWithParam<Backend> {};
+
+// The old set transferred, the new one compared with it: what the repository keeps of the
+// documents is compared, so statuses are not told and empty descriptions hold the names.
+TEST_P(DiffOnRepository, ComparesTheSetWithWhatTheRepositoryHolds) {
+    TestSupport::TestDatabase database(GetParam());
+    ASSERT_TRUE(database.ready()) << database.problem();
+    const std::string uri = database.connectionString();
+    const auto transfer = runTool({"-q", "transfer", "--db", uri, oldSet});
+    ASSERT_EQ(transfer.exitCode, 0) << transfer.err;
+
+    const auto same = runTool({"diff", "--fail-on-breaking", "--db", uri, oldSet});
+    EXPECT_EQ(same.exitCode, 0) << same.err;
+    EXPECT_EQ(same.out, "");
+    const auto changed = runTool({"diff", "--fail-on-breaking", "--db", uri, newSet});
+    EXPECT_EQ(changed.exitCode, 1) << changed.err;
+    EXPECT_EQ(changed.out, readFile(data + "expected-repository.txt"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, DiffOnRepository,
+                         testing::Values(Backend::Sqlite, Backend::Postgres),
+                         [](const testing::TestParamInfo<Backend>& info) {
+                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
+                         });
+
+} // namespace

@@ -1,0 +1,190 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+#include "support/testdatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+
+namespace {
+
+using TestSupport::Backend;
+using TestSupport::runTool;
+using TestSupport::TempFolder;
+
+const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
+const std::string review = METAMODEL_SOURCE_DIR "/examples/review";
+
+// The message ids of JSON diagnostics, in their order, each followed by a blank.
+std::string messageIds(const std::string& err) {
+    static const std::regex idField("\"id\":\"([A-Z_]+)\"");
+    std::string ids;
+    for (std::sregex_iterator it(err.begin(), err.end(), idField), end; it != end; ++it)
+        ids += (*it)[1].str() + " ";
+    return ids;
+}
+
+// The export document names every service in the order of their ids.
+TEST(ServicesCommand, WritesTheLibrarysExportDocumentWholeOrNotAtAll) {
+    TempFolder folder;
+    auto run = runTool({"services", "--library", "libhost.so", "-o", folder.file("out.xml")});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    std::string expected =
+        "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+        "<configuration xmlns=\"urn:metamodel:configuration\" "
+        "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+        "xsi:schemaLocation=\"urn:metamodel:configuration configuration.xsd\">\n";
+    for (const char* id : {"DBMetaModelEventsFactory", "DBMetaModelReaderFactory",
+                           "ValidationMetaModelEventsFactoryService", "XMLMetaModelEventsFactory",
+                           "XMLMetaModelReaderFactory"})
+        expected += std::string("\t<service>\n\t\t<id>ServiceId_") + id +
+                    "</id>\n\t\t<dll>libhost.so</dll>\n\t</service>\n";
+    EXPECT_EQ(TestSupport::readFile(folder.file("out.xml")), expected + "</configuration>\n");
+
+    run = runTool({"services"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find("\t\t<dll>libmetamodel.so</dll>\n"), std::string::npos) << run.out;
+
+    run = runTool({"services", "-o", folder.file("missing/out.xml")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("QEL_MM_XML_OUTPUT_FILE_ERR"), std::string::npos) << run.err;
+    EXPECT_FALSE(std::filesystem::exists(folder.file("missing")));
+}
+
+// Installed: category A (2001001) with property 2001002 in one document, type B (2002001) in
+// another. Each case asks about documents of its own.
+class CompatCommand : public testing::Test {
+protected:
+    void SetUp() override {
+        installedA_ = folder_.write("installed/a/MetaModel.xml",
+                                    "<metaModel file_no='1'><category name='A' rid='1'>"
+                                    "<property name='p' rid='2'/></category></metaModel>");
+        installedB_ = folder_.write("installed/b/MetaModel.xml",
+                                    "<metaModel file_no='2'><type name='B' rid='1'/></metaModel>");
+    }
+    std::string write(const std::string& name, const std::string& body) {
+        return folder_.write(name + "/MetaModel.xml", "<metaModel>" + body + "</metaModel>");
+    }
+
+    TempFolder folder_;
+    std::string installedA_, installedB_;
+};
+
+TEST_F(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
+    const std::string installed = folder_.file("installed");
+    const std::string fresh = write("fresh", "<type name='C' id='2003001'/>");
+    const std::string clashing =
+        write("clashing", "<type name='Z' id='2001001'/><type name='B' id='2009001'/>"
+                          "<type name='D' id='2009002'><property name='q' id='2001002'/></type>");
+    const std::string moved = write("moved", "<category name='A' id='2001005'/>");
+    write("twice/one", "<type name='E' id='2005001'/>");
+    write("twice/two", "<type name='E' id='2005002'/>");
+    const std::string twice = folder_.file("twice");
+    const std::string bad = write("bad", "<type name='F' rid='x1'/>");
+    const std::string absent = folder_.file("absent");
+    // A usage error (exit 2) shows no diagnostic, only the usage.
+    struct Case {
+        std::vector<std::string> arguments;
+        int exitCode;
+        std::string diagnostics; // message ids, in order
+    } cases[] = {
+        {{"--against", installed, fresh}, 0, ""},
+        {{"--against", installedA_, "--against", installedB_, clashing},
+         1,
+         "QEL_MM_FRAGMENT_ID_CLASH QEL_MM_FRAGMENT_NAME_CLASH QEL_MM_FRAGMENT_PROP_ID_CLASH "},
+        {{"--migrate", "--against", installed, installed}, 0, ""},
+        {{"--migrate", "--against", installed, moved}, 1, "QEL_MM_FRAGMENT_ID_CHANGED "},
+        {{"--against", installed, twice}, 1, "QEL_MM_FRAGMENT_DUPLICATE "},
+        {{"--against", installed, bad}, 1, "QEL_MM_FRAGMENT_NOT_A_NUMBER "},
+        {{"--against", absent, fresh}, 1, "QEL_MM_ROOT_NOT_FOUND "},
+        {{installed}, 2, ""},
+        {{"--against", installed}, 2, ""},
+        {{"--against", installed, "--db", folder_.file("r.sqlite"), installed}, 2, ""},
+        {{"--against", installed, "--schema", "s", installed}, 2, ""},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> arguments = {"--format", "json", "-q", "compat"};
+        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+        const auto run = runTool(arguments);
+        const std::string name = arguments.back() + " after " + c.arguments.front();
+        EXPECT_EQ(run.exitCode, c.exitCode) << name << ": " << run.err;
+        EXPECT_EQ(messageIds(run.err), c.diagnostics) << name << ": " << run.err;
+        EXPECT_EQ(run.out.empty(), c.arguments[0] != "--migrate" || c.exitCode != 1) << name;
+    }
+    EXPECT_EQ(runTool({"compat", "--migrate", "--against", installed, moved}).out,
+              "type or category A has original id 2001001 and trying to change to 2001005 "
+              "defined in file : " +
+                  moved + "\n");
+
+    // Each clash names the document that brings it and the installed one it meets.
+    const auto run = runTool({"-q", "compat", "--against", installed, clashing});
+    EXPECT_EQ(run.err, clashing +
+                           ": error: The category or type id 2001001 of 'Z' is already "
+                           "installed for 'A' by '" +
+                           installedA_ + "'. [QEL_MM_FRAGMENT_ID_CLASH]\n" + clashing +
+                           ": error: The category or type 'B' is already installed with the id "
+                           "2002001 by '" +
+                           installedB_ + "'. [QEL_MM_FRAGMENT_NAME_CLASH]\n" + clashing +
+                           ": error: The property id 2001002 is already installed by '" +
+                           installedA_ + "'. [QEL_MM_FRAGMENT_PROP_ID_CLASH]\n");
+}
+
+class CompatOnRepository : public testing::TestWithParam<Backend> {};
+
+// The installation and the example extension in a repository: the extension cannot be
+// installed again but may replace itself, a new type can join, and a moved id is named
+// with the document that moves it.
+TEST_P(CompatOnRepository, AnswersAgainstTheRepositorysTables) {
+    TestSupport::TestDatabase database(GetParam());
+    ASSERT_TRUE(database.ready()) << database.problem();
+    std::vector<std::string> repository = {"--db", database.connectionString()};
+    if (GetParam() == Backend::Postgres)
+        repository.insert(repository.end(), {"--schema", "Meta Model"});
+    std::vector<std::string> transfer = {"-q", "transfer"};
+    transfer.insert(transfer.end(), repository.begin(), repository.end());
+    transfer.push_back(review);
+    const auto loaded = runTool(transfer, baseInstallation);
+    ASSERT_EQ(loaded.exitCode, 0) << loaded.err;
+
+    TempFolder folder;
+    const std::string fresh = folder.write(
+        "fresh/MetaModel.xml", "<metaModel file_no='9'><type name='Fresh' rid='1'/></metaModel>");
+    const std::string moved = folder.write(
+        "moved/MetaModel.xml", "<metaModel><type name='ReviewNote' id='2009001'/></metaModel>");
+    const std::string idClash = "QEL_MM_FRAGMENT_ID_CLASH ";
+    const std::string nameClash = "QEL_MM_FRAGMENT_NAME_CLASH ";
+    struct Case {
+        bool migrate;
+        std::string path;
+        int exitCode;
+        std::string diagnostics, out;
+    } cases[] = {
+        {false, review, 1, idClash + idClash + nameClash + nameClash, ""},
+        {true, review, 0, "", ""},
+        {false, fresh, 0, "", ""},
+        {true, moved, 1, "QEL_MM_FRAGMENT_ID_CHANGED ",
+         "type or category ReviewNote has original id 2007004 and trying to change to 2009001 "
+         "defined in file : " +
+             moved + "\n"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> arguments = {"--format", "json", "-q", "compat"};
+        if (c.migrate)
+            arguments.push_back("--migrate");
+        arguments.insert(arguments.end(), repository.begin(), repository.end());
+        arguments.push_back(c.path);
+        const auto run = runTool(arguments);
+        EXPECT_EQ(run.exitCode, c.exitCode) << c.path << ": " << run.err;
+        EXPECT_EQ(messageIds(run.err), c.diagnostics) << c.path;
+        EXPECT_EQ(run.out, c.out) << c.path;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Backends, CompatOnRepository,
+                         testing::Values(Backend::Sqlite, Backend::Postgres),
+                         [](const testing::TestParamInfo<Backend>& info) {
+                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
+                         });
+
+} // namespace
