@@ -266,7 +266,7 @@ const CommandRegistration wrappers({
          "write nothing; list the files a run would change, add or remove, exit 1 if any"},
     },
     "[PATH...]",
-    70,
+    65,
     generate,
 });
 
