@@ -1,14 +1,14 @@
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
-#include "cli/documentpaths.h"
+#include "cli/modelsource.h"
 #include "cli/modelwords.h"
+#include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/model/metamodel.h"
 #include "metamodel/model/propertyclassifiers.h"
 #include "metamodel/model/propertytype.h"
-#include "metamodel/xml/xmlmetamodelreader.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -319,13 +319,12 @@ void print(const std::string& text) {
 }
 
 int describe(const CommandArguments& arguments) {
-    MetaModel::CXMLMetaModelReader reader;
-    if (!addDocumentPaths(reader, arguments.operands))
+    ModelSource source("describe", arguments);
+    if (!source.prepare())
         return exitFailure;
     MetaModel::CMetaModelBuilder builder;
     try {
-        reader.SetEvents(&builder);
-        reader.Read();
+        source.play(builder);
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
         return exitFailure;
@@ -360,6 +359,8 @@ const CommandRegistration describeCommand({
     {
         {"json", 0, nullptr, "one JSON object per element and line"},
         {"element", 'e', "NAME", "a category, type or property (by full name) to print", true},
+        databaseOption,
+        schemaOption,
     },
     "[PATH...]",
     30,

@@ -1,14 +1,11 @@
 #include "cli/commandline.h"
-#include "cli/documentpaths.h"
+#include "cli/modelsource.h"
 #include "cli/outputfile.h"
 #include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
-#include "metamodel/repository/dbmetamodelreader.h"
 #include "metamodel/stream/dumpmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelevents.h"
-#include "metamodel/xml/xmlmetamodelreader.h"
-#include "platform/database/uniqueconnection.h"
 #include "platform/orlofile.h"
 
 #include <functional>
@@ -26,33 +23,15 @@ using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(c
 // the output path. A failed run leaves nothing half-written.
 int playDocuments(const std::string& command, const CommandArguments& arguments,
                   const SinkFactory& makeSink) {
-    const bool fromRepository = arguments.has("db");
-    if (fromRepository && !arguments.operands.empty())
-        throw UsageError("--db reads the repository instead of documents: no PATH", command);
-    if (!fromRepository && arguments.has("schema"))
-        throw UsageError("--schema needs --db", command);
-    MetaModel::CXMLMetaModelReader documents;
-    if (!fromRepository && !addDocumentPaths(documents, arguments.operands))
+    ModelSource source(command, arguments);
+    if (!source.prepare())
         return exitFailure;
     // The stream goes to a scratch file first, so that a failed run leaves the output as it
     // was, standard output untouched included.
     return writeOutputWhole(arguments.value("output", "-"), [&](const std::string& target) {
         try {
-            std::unique_ptr<IUniqueConnection> connection;
-            std::unique_ptr<MetaModel::CDBMetaModelReader> repository;
-            MetaModel::IMetaModelReader* reader = &documents;
-            if (fromRepository) {
-                connection = std::make_unique<IUniqueConnection>(arguments.value("db", ""),
-                                                                 arguments.value("schema", ""));
-                repository =
-                    std::make_unique<MetaModel::CDBMetaModelReader>(connection->GetHandle());
-                reader = repository.get();
-            }
-            {
-                std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
-                reader->SetEvents(sink.get());
-                reader->Read();
-            }
+            std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
+            source.play(*sink);
         } catch (const CppLanguage::CRuntimeException& failure) {
             CppLanguage::reportException(failure);
             return false;

@@ -17,13 +17,15 @@ CPPLANGUAGE_DECLARE_EXCEPTION(CMetaModelException, CppLanguage::CRuntimeExceptio
 
 // The read-only view of one meta-model. The bool of every lookup says whether a missing element
 // is an error: false answers null, true throws CMetaModelException. Properties are looked up by
-// their full name.
+// their full name. By name, a missing element answers null unless told otherwise: client code
+// (the generated wrappers among it) asks by name alone and tests the answer.
 class IMetaModel : public CppLanguage::IDeletable, public virtual IIds {
 public:
     ~IMetaModel() override = default;
 
     virtual const ICategory* GetCategory(int id, bool mandatory) const = 0;
-    virtual const ICategory* GetCategory(const ORLO::String& name, bool mandatory) const = 0;
+    virtual const ICategory* GetCategory(const ORLO::String& name,
+                                         bool mandatory = false) const = 0;
     virtual const ICategory* GetCategorystd(const std::string& name, bool mandatory) const = 0;
     virtual bool HasCategory(int id) const = 0;
     virtual bool HasCategory(const ORLO::String& name) const = 0;
@@ -32,14 +34,16 @@ public:
     virtual const CategorySet& GetCategories() const = 0;
 
     virtual const IMetaType* GetMetaType(int id, bool mandatory) const = 0;
-    virtual const IMetaType* GetMetaType(const ORLO::String& name, bool mandatory) const = 0;
+    virtual const IMetaType* GetMetaType(const ORLO::String& name,
+                                         bool mandatory = false) const = 0;
     virtual const IMetaType* GetMetaTypestd(const std::string& name, bool mandatory) const = 0;
     virtual bool HasMetaType(int id) const = 0;
     virtual bool HasMetaType(const ORLO::String& name) const = 0;
     virtual const MetaTypeSet& GetMetaTypes() const = 0;
 
     virtual const IProperty* GetProperty(int id, bool mandatory) const = 0;
-    virtual const IProperty* GetProperty(const ORLO::String& name, bool mandatory) const = 0;
+    virtual const IProperty* GetProperty(const ORLO::String& name,
+                                         bool mandatory = false) const = 0;
     virtual const IProperty* GetPropertystd(const std::string& name, bool mandatory) const = 0;
     virtual bool HasProperty(int id) const = 0;
     virtual bool HasProperty(const ORLO::String& name) const = 0;

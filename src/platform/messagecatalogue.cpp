@@ -31,6 +31,9 @@ constexpr MessageDefinition catalogue[] = {
     {"MM_WRP_GEN_FAILED", SeverityError,
      "Generating the wrapper headers failed: a folder could not be created, cleaned or merged "
      "into the output folder."},
+    {"MM_WRP_ROOT_OUTSIDE", SeverityError,
+     "Category '{CAT_NAM}' lies in '{PATH}', outside the wrapper root '{ROOT}': its header would "
+     "have no place in the output tree."},
     {"QEL_DB_CONNECT_ERR", SeverityError,
      "The repository database '{CONNECTION}' cannot be used[: {CAUSE}]."},
     {"QEL_DB_PROC_ERR", SeverityError, "The repository procedure call '{CALL}' failed[: {CAUSE}]."},

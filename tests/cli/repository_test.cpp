@@ -141,6 +141,27 @@ TEST_P(ToolOnRepository, DumpAndExportReadTheRepositoryInIdOrder) {
         EXPECT_LT(xml.find(part, module), moduleEnd) << part;
 }
 
+TEST_P(ToolOnRepository, DescribeBuildsTheSameModelFromTheRepository) {
+    ASSERT_EQ(runTool(withSchema({"init", "--db", uri_})).exitCode, 0);
+    loadExamples(uri_, schema());
+    const auto fromDocuments =
+        runTool({"describe", "--json", baseInstallation + "/configuration", extension});
+    ASSERT_EQ(fromDocuments.exitCode, 0) << fromDocuments.err;
+    const auto fromRepository = runTool(withSchema({"describe", "--json", "--db", uri_}));
+    ASSERT_EQ(fromRepository.exitCode, 0) << fromRepository.err;
+    // Kind, name and id of each element; local ids follow the order of reading, and the
+    // repository has folded partial declarations in an order of its own.
+    const auto identities = [](const std::string& out) {
+        Lines result = lines(out);
+        for (std::string& line : result)
+            line.resize(line.find(",\"localId\""));
+        return result;
+    };
+    const Lines expected = identities(fromDocuments.out);
+    EXPECT_GT(expected.size(), 20u);
+    EXPECT_EQ(identities(fromRepository.out), expected);
+}
+
 TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
     TempFolder folder;
     const std::string output = folder.file("out.dump");
@@ -189,6 +210,8 @@ TEST(ToolRepositoryFailures, WrongCombinationsAreUsageErrors) {
         {"init", "--db"},
         {"dump", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
         {"export", "--schema", "s"},
+        {"describe", "--schema", "s"},
+        {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
         {"dump", "--db", "a", "--db", "b"},
     };
     for (const auto& call : wrongCalls) {

@@ -1,0 +1,36 @@
+#include "cli/modelsource.h"
+
+#include "cli/documentpaths.h"
+#include "metamodel/repository/dbmetamodelreader.h"
+#include "platform/database/uniqueconnection.h"
+
+namespace Cli {
+
+ModelSource::ModelSource(const std::string& command, const CommandArguments& arguments)
+    : database_(arguments.value("db", "")), schema_(arguments.value("schema", "")),
+      paths_(arguments.operands) {
+    if (arguments.has("db") && database_.empty())
+        throw UsageError("--db needs a repository", command);
+    if (fromRepository() && !paths_.empty())
+        throw UsageError("--db reads the repository instead of documents: no PATH", command);
+    if (!fromRepository() && arguments.has("schema"))
+        throw UsageError("--schema needs --db", command);
+}
+
+bool ModelSource::prepare() {
+    return fromRepository() || addDocumentPaths(documents_, paths_);
+}
+
+void ModelSource::play(MetaModel::IMetaModelEvents& sink) {
+    if (!fromRepository()) {
+        documents_.SetEvents(&sink);
+        documents_.Read();
+        return;
+    }
+    IUniqueConnection connection(database_, schema_);
+    MetaModel::CDBMetaModelReader repository(connection.GetHandle());
+    repository.SetEvents(&sink);
+    repository.Read();
+}
+
+} // namespace Cli

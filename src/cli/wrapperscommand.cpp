@@ -1,0 +1,275 @@
+#include "cli/commandline.h"
+#include "cli/modelsource.h"
+#include "cli/repositoryaccess.h"
+
+#include "cpplanguage/messages.h"
+#include "metamodel/builder/metamodelbuilder.h"
+#include "metamodel/operations/fileop.h"
+#include "metamodel/wrappers/wrappergenerator.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/appdatamanager.h"
+#include "platform/orlofile.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace Cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int exitSuccess = 0;
+constexpr int exitFailure = 1;
+// Categories from this id on get no header.
+constexpr int firstUnwrappedId = 1001000;
+const ORLO::String rootPathAttribute = "ROOT_PATH";
+
+// The generator cuts the root off every "ROOT_PATH" as text, so each must be a real, absolute
+// folder: the installation's documents carry the "<app dir>" form, a document named by a
+// relative path a relative folder, and a repository whatever the transfer stored.
+class RealRootPathBuilder : public MetaModel::CMetaModelBuilder {
+protected:
+    using CMetaModelBuilder::OnAttribute;
+    void OnAttribute(const ORLO::String& name, const ORLO::String& value,
+                     const ElementStatus& status) override {
+        if (name != rootPathAttribute) {
+            CMetaModelBuilder::OnAttribute(name, value, status);
+            return;
+        }
+        ORLO::String folder(value);
+        MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
+        CMetaModelBuilder::OnAttribute(name, ORLO::File(folder).getAbsolutePath(), status);
+    }
+};
+
+const AppDataManager::IPaths* appPaths() {
+    const AppDataManager::IAppDataManager* manager = AppDataManager::LoadAppDataManager();
+    return manager ? manager->GetPaths() : nullptr;
+}
+
+// Ends with a separator, as the generator expects of it.
+std::string temporaryFolder() {
+    char buffer[1024] = {};
+    const AppDataManager::IPaths* paths = appPaths();
+    if (paths)
+        paths->GetTemporaryFolder(buffer, 0, sizeof buffer, '/');
+    return buffer;
+}
+
+std::string defaultRoot() {
+    char buffer[1024] = {};
+    const AppDataManager::IPaths* paths = appPaths();
+    if (paths)
+        paths->GetApplicationFolder(buffer, sizeof buffer - 1, false);
+    return std::string(buffer) + "/configuration";
+}
+
+// The generator's work folder has one fixed name per temporary folder, and it empties that
+// folder first: two runs at once would destroy each other's files. The lock lies beside it,
+// since inside it the lock file would be deleted from under its holder.
+class WorkFolderLock {
+public:
+    WorkFolderLock() {
+        path_ = temporaryFolder() + "MetamodelWrapperGeneratedFiles.lock";
+        descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        if (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0) {
+            close(descriptor_);
+            descriptor_ = -1;
+        }
+    }
+    ~WorkFolderLock() {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+    }
+    WorkFolderLock(const WorkFolderLock&) = delete;
+    WorkFolderLock& operator=(const WorkFolderLock&) = delete;
+    bool held() const { return descriptor_ >= 0; }
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+    int descriptor_ = -1;
+};
+
+bool liesUnder(const std::string& folder, const std::string& root) {
+    return folder == root ||
+           (folder.size() > root.size() && folder.compare(0, root.size(), root) == 0 &&
+            folder[root.size()] == '/');
+}
+
+// Every category that gets a header must lie under the root: the generator would cut
+// another folder's path at the root's length and scatter headers anywhere.
+bool categoriesUnderRoot(const QEL::IMetaModel& model, const std::string& root) {
+    bool allUnder = true;
+    for (const QEL::ICategory* category : model.GetCategories()) {
+        const QEL::IAttribute* folder = category->GetAttribute(rootPathAttribute);
+        if (category->GetId() >= firstUnwrappedId || !folder || !folder->IsString() ||
+            liesUnder(folder->GetStringValue(), root))
+            continue;
+        CppLanguage::reportAt(
+            ORLO_HERE, {}, "MM_WRP_ROOT_OUTSIDE",
+            {{"CAT_NAM", category->GetName()}, {"PATH", folder->GetStringValue()}, {"ROOT", root}});
+        allUnder = false;
+    }
+    return allUnder;
+}
+
+std::string absoluteRoot(const std::string& root) {
+    ORLO::String absolute = ORLO::File(root).getAbsolutePath();
+    absolute.trimRight('/');
+    return absolute;
+}
+
+// Regular files under the folder, by path relative to it.
+std::map<std::string, fs::path> filesUnder(const fs::path& folder) {
+    std::map<std::string, fs::path> files;
+    std::error_code ignored;
+    for (auto entry = fs::recursive_directory_iterator(folder, ignored);
+         entry != fs::recursive_directory_iterator(); entry.increment(ignored))
+        if (entry->is_regular_file(ignored))
+            files.emplace(entry->path().lexically_relative(folder).string(), entry->path());
+    return files;
+}
+
+bool sameBytes(const fs::path& first, const fs::path& second) {
+    std::error_code ignored;
+    if (fs::file_size(first, ignored) != fs::file_size(second, ignored))
+        return false;
+    std::ifstream a(first, std::ios::binary);
+    std::ifstream b(second, std::ios::binary);
+    return a && b &&
+           std::equal(std::istreambuf_iterator<char>(a), std::istreambuf_iterator<char>(),
+                      std::istreambuf_iterator<char>(b), std::istreambuf_iterator<char>());
+}
+
+// Prints one line per file that a run would change, add or remove in `output`; answers how
+// many.
+int printDifferences(const fs::path& generated, const fs::path& output) {
+    const auto fresh = filesUnder(generated);
+    const auto current = filesUnder(output);
+    std::map<std::string, const char*> changes;
+    for (const auto& [name, path] : fresh) {
+        const auto found = current.find(name);
+        if (found == current.end())
+            changes.emplace(name, "new");
+        else if (!sameBytes(path, found->second))
+            changes.emplace(name, "changed");
+    }
+    for (const auto& [name, path] : current)
+        if (!fresh.count(name))
+            changes.emplace(name, "gone");
+    for (const auto& [name, change] : changes)
+        std::printf("%s %s\n", change, (output / name).c_str());
+    return int(changes.size());
+}
+
+// A folder of its own under the temporary folder, removed with everything in it.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string pattern = temporaryFolder() + "metamodel-wrappers-XXXXXX";
+        if (mkdtemp(pattern.data()))
+            path_ = pattern;
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        if (!path_.empty())
+            fs::remove_all(path_, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+void cannot(const char* what, const std::string& path) {
+    std::fprintf(stderr, "metamodel: error: cannot %s '%s'\n", what, path.c_str());
+}
+
+int generate(const GlobalOptions& global, const CommandArguments& arguments) {
+    ModelSource source("wrappers", arguments);
+    if (!source.prepare())
+        return exitFailure;
+    const std::string output = arguments.value("output", "");
+    const bool check = arguments.has("check");
+    WorkFolderLock lock;
+    if (!lock.held()) {
+        cannot("lock", lock.path());
+        return exitFailure;
+    }
+    RealRootPathBuilder builder;
+    std::error_code ignored;
+    const bool outputExisted = fs::exists(output, ignored);
+    std::optional<ScratchFolder> scratch;
+    try {
+        source.play(builder);
+        const QEL::IMetaModel& model = *builder.GetResult();
+        const std::string root = arguments.value("root", defaultRoot());
+        if (check) {
+            scratch.emplace();
+            if (scratch->path().empty()) {
+                cannot("create a folder in", temporaryFolder());
+                return exitFailure;
+            }
+        }
+        // The generator checks the root before the categories can be held against it.
+        MetaModel::WrapperGenerator generator(&model, root, check ? scratch->path() : output);
+        if (!categoriesUnderRoot(model, absoluteRoot(root)))
+            return exitFailure;
+        // The merge into a scratch folder tells nothing worth reading.
+        MetaModel::FileOp::verboseMode = !global.quiet && !check;
+        generator.Build();
+    } catch (const std::exception& failure) {
+        // The library's failures carry an id; anything else (a folder that cannot be walked,
+        // memory) is said as it stands.
+        if (!CppLanguage::reportException(failure))
+            std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
+        // The generator makes the output folder before it fails; one that was not there
+        // before goes again.
+        if (!check && !outputExisted)
+            fs::remove_all(output, ignored);
+        return exitFailure;
+    }
+    if (!check)
+        return exitSuccess;
+    const int differences = printDifferences(scratch->path(), output);
+    if (!global.quiet)
+        std::fprintf(stderr, "wrappers: %s\n",
+                     differences ? (std::to_string(differences) + " file(s) out of date").c_str()
+                                 : "up to date");
+    return differences ? exitFailure : exitSuccess;
+}
+
+const CommandRegistration wrappers({
+    "wrappers",
+    "generate the wrapper headers of the model, one per category below id 1001000, into a "
+    "folder; unchanged files keep their dates",
+    {
+        {"output", 'o', "DIR", "the folder of the generated tree", false, true},
+        {"root", 0, "DIR",
+         "the folder whose sub-folders the tree repeats (default: <app dir>/configuration)"},
+        databaseOption,
+        schemaOption,
+        {"check", 0, nullptr,
+         "write nothing; list the files a run would change, add or remove, exit 1 if any"},
+    },
+    "[PATH...]",
+    65,
+    generate,
+});
+
+} // namespace
+
+} // namespace Cli

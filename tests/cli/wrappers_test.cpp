@@ -1,0 +1,258 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+#include "support/testdatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using TestSupport::readFile;
+using TestSupport::runTool;
+using TestSupport::TempFolder;
+
+const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
+const std::string crafted = METAMODEL_TEST_DATA_DIR "/wrappers_client";
+const std::string clientFlags = METAMODEL_CLIENT_FLAGS;
+
+// Every file of a tree and its content, by relative path.
+std::map<std::string, std::string> tree(const fs::path& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        if (entry.is_regular_file())
+            files[entry.path().lexically_relative(folder).string()] = readFile(entry.path());
+    return files;
+}
+
+// The checks of a client program: for every class that the headers declare, the model
+// object that its static lookup finds must carry the class's own id and name. The classes
+// are read from the headers, not derived from the model, so a class the generator names
+// or nests wrongly shows as a compile failure or a failed check.
+std::string checkProgram(const fs::path& output, int& classes) {
+    static const std::regex category(
+        "\tclass (?:__declspec\\(deprecated\\) )?(\\w+) : public QEL::(Type|Category)Wrapper");
+    static const std::regex property(
+        "\t\tclass (?:__declspec\\(deprecated\\) )?(\\w+) : public QEL::\\w+PropertyWrapper");
+    static const std::regex anyClass("\t{1,2}class .*");
+    std::string checks;
+    classes = 0;
+    for (const auto& [name, text] : tree(output)) {
+        std::istringstream lines(text);
+        std::string owner;
+        std::smatch match;
+        for (std::string line; std::getline(lines, line);) {
+            if (std::regex_match(line, match, category)) {
+                owner = "Wrappers::" + match[1].str();
+                checks += "    failures += check(" + owner + "::getCategory(), " + owner + ");\n";
+                if (match[2] == "Type")
+                    checks += "    failures += check(" + owner + "::getType(), " + owner +
+                              ");\n    failures += constructs<" + owner + ">();\n";
+            } else if (std::regex_match(line, match, property)) {
+                const std::string nested = owner + "::" + match[1].str();
+                checks += "    failures += check(" + nested + "::getProperty(), " + nested + ");\n";
+            } else {
+                EXPECT_FALSE(std::regex_match(line, anyClass))
+                    << "a class the checks miss: " << line;
+                continue;
+            }
+            ++classes;
+        }
+    }
+    return "#include \"AllWrappers.h\"\n#include <cstdio>\n#include <memory>\n"
+           "#define check(found, W) expect(found, W::getId(), W::getName(), #W)\n"
+           "template <class E> int expect(const E* found, int id, const ORLO::String& name,\n"
+           "                              const char* what) {\n"
+           "    if (found && found->GetId() == id && found->GetName() == name) return 0;\n"
+           "    std::printf(\"%s: %p does not match %d '%s'\\n\", what, (const void*)found, id,\n"
+           "                name.c_str());\n"
+           "    return 1;\n}\n"
+           "template <class W> int constructs() {\n"
+           "    std::unique_ptr<QEL::IInstance> instance(W::newInstance());\n"
+           "    W wrapper(instance.get());\n"
+           "    return wrapper.wrappedCategory() == W::getCategory() &&\n"
+           "        wrapper.checkedCategory() == W::getCategory() ? 0 : 1;\n}\n"
+           "int main() {\n    int failures = 0;\n" +
+           checks + "    std::printf(\"%d failures\\n\", failures);\n    return failures;\n}\n";
+}
+
+struct Command {
+    int status;
+    std::string output;
+};
+
+Command shell(const std::string& command, const TempFolder& scratch) {
+    const std::string log = scratch.file("log");
+    const int status = std::system((command + " >'" + log + "' 2>&1").c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(log)};
+}
+
+// Compiles the client program over the generated tree with both compilers, runs it on the
+// model of `roots`, and answers what each compiler said about `extra` (a source file beside
+// the program, when given).
+void compileAndRun(const fs::path& output, const std::string& appDir, const std::string& roots,
+                   const std::string& extra, std::map<std::string, std::string>& diagnostics) {
+    TempFolder scratch;
+    int classes = 0;
+    const std::string program = scratch.write("main.cpp", checkProgram(output, classes));
+    ASSERT_GT(classes, 5);
+    const std::string sources = "'" + program + "' " + (extra.empty() ? "" : "'" + extra + "' ") +
+                                "'" METAMODEL_CLIENT_DIR "/clientmodel.cpp'";
+    for (const std::string compiler : {"g++ -fpermissive", "clang++"}) {
+        // Under the sanitizers the library brings the GCC runtime, which clang cannot link.
+        const bool linkable = clientFlags.empty() || compiler[0] == 'g';
+        const std::string binary = scratch.file("client");
+        const Command compiled =
+            shell(compiler + " -std=c++20 " + clientFlags + " -DWRAPPER_NPS=Wrappers -I'" +
+                      METAMODEL_SOURCE_DIR "/src' -I'" METAMODEL_CLIENT_DIR "' -I'" +
+                      output.string() + "' " + sources +
+                      (linkable ? " -L'" METAMODEL_LIB_DIR "' -lmetamodel -Wl,-rpath,'" +
+                                      std::string(METAMODEL_LIB_DIR) + "' -o '" + binary + "'"
+                                : std::string(" -fsyntax-only")),
+                  scratch);
+        ASSERT_EQ(compiled.status, 0) << compiler << "\n" << compiled.output;
+        diagnostics[compiler] = compiled.output;
+        if (!linkable)
+            continue;
+        const Command ran = shell("env METAMODEL_APP_DIR='" + appDir + "' WRAPPERS_CLIENT_ROOTS='" +
+                                      roots + "' '" + binary + "'",
+                                  scratch);
+        EXPECT_EQ(ran.status, 0) << compiler << "\n" << ran.output;
+        EXPECT_EQ(ran.output, "0 failures\n") << compiler;
+    }
+}
+
+TEST(Wrappers, TheInstallationsBaseGivesHeadersThatCompileAndFindTheirModelObjects) {
+    TempFolder folder;
+    const fs::path output = folder.path() / "out";
+    const auto run = runTool({"wrappers", "-o", output.string()}, baseInstallation);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    // The merge's progress, which -q silences.
+    EXPECT_NE(run.out.find("Adding new files ..."), std::string::npos) << run.out;
+    EXPECT_TRUE(fs::exists(output / "Core" / "Object.h"));
+    std::map<std::string, std::string> diagnostics;
+    compileAndRun(output, baseInstallation, "", "", diagnostics);
+}
+
+TEST(Wrappers, EveryKindOfNameStatusAndFolderCompilesAndADeprecatedClassWarnsItsUser) {
+    TempFolder folder;
+    const fs::path output = folder.path() / "out";
+    const auto run = runTool({"-q", "wrappers", "-o", output.string(), "--root", crafted, crafted});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "");
+    // The model's folders come back under the root, three deep included.
+    EXPECT_TRUE(fs::exists(output / "Base" / "Deeper" / "Nested" / "Leaf_Node.h"));
+    const std::string use = folder.write("use.cpp", "#include \"Base/Legacy_Item.h\"\n"
+                                                    "int legacyId() {\n"
+                                                    "    return Wrappers::Legacy_Item::getId();\n"
+                                                    "}\n");
+    std::map<std::string, std::string> diagnostics;
+    compileAndRun(output, folder.file("no-app"), crafted, use, diagnostics);
+    ASSERT_EQ(diagnostics.size(), 2u);
+    for (const auto& [compiler, said] : diagnostics)
+        EXPECT_TRUE(std::regex_search(said, std::regex("use\\.cpp:3:[^\n]*deprecated")))
+            << compiler << "\n"
+            << said;
+}
+
+TEST(Wrappers, CheckListsWhatARunWouldChangeAndTouchesNothing) {
+    TempFolder folder;
+    const std::string output = folder.file("out");
+    const std::vector<std::string> check = {"wrappers", "--check", "-o", output};
+    const auto generate = runTool({"-q", "wrappers", "-o", output}, baseInstallation);
+    ASSERT_EQ(generate.exitCode, 0) << generate.err;
+    auto run = runTool(check, baseInstallation);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "");
+
+    folder.write("out/Core/Folder.h", "edited\n");
+    fs::remove(output + "/Core/Source.h");
+    folder.write("out/Core/Stray.h", "left over\n");
+    const auto before = tree(output);
+    run = runTool(check, baseInstallation);
+    EXPECT_EQ(run.exitCode, 1) << run.err;
+    EXPECT_EQ(run.out, "changed " + output + "/Core/Folder.h\nnew " + output +
+                           "/Core/Source.h\ngone " + output + "/Core/Stray.h\n");
+    EXPECT_EQ(tree(output), before);
+}
+
+// Failures leave no output folder behind, and name what went wrong.
+TEST(Wrappers, RefusedRunsExitOneAndCreateNothing) {
+    TempFolder folder;
+    const std::string output = folder.file("out");
+    const struct {
+        std::vector<std::string> arguments;
+        std::string expected;
+    } cases[] = {
+        // "Thing" lies at the top of the crafted set, above this root.
+        {{"--root", crafted + "/Base", crafted},
+         "Category 'Thing' lies in '" + crafted + "', outside the wrapper root '" + crafted +
+             "/Base'"},
+        {{"--root", folder.file("nowhere"), crafted}, "[FILEOP_INVALID_PATH]"},
+        {{crafted + "/missing"}, "[QEL_MM_ROOT_NOT_FOUND]"},
+    };
+    for (const auto& test : cases) {
+        std::vector<std::string> arguments = {"wrappers", "-o", output};
+        arguments.insert(arguments.end(), test.arguments.begin(), test.arguments.end());
+        const auto run = runTool(arguments);
+        EXPECT_EQ(run.exitCode, 1) << test.expected;
+        EXPECT_NE(run.err.find(test.expected), std::string::npos) << run.err;
+        EXPECT_FALSE(fs::exists(output)) << test.expected;
+    }
+}
+
+// The repository holds the installation's folders as "<app dir>" text; the headers land where
+// the documents' own do.
+TEST(Wrappers, TheRepositoryGivesTheSameTreeAsTheDocuments) {
+    TempFolder folder;
+    const std::string database = folder.file("repository.sqlite");
+    const auto transfer = runTool({"-q", "transfer", "--db", database}, baseInstallation);
+    ASSERT_EQ(transfer.exitCode, 0) << transfer.err;
+    const auto fromDocuments =
+        runTool({"-q", "wrappers", "-o", folder.file("a")}, baseInstallation);
+    const auto fromRepository =
+        runTool({"-q", "wrappers", "-o", folder.file("b"), "--db", database}, baseInstallation);
+    ASSERT_EQ(fromRepository.exitCode, 0) << fromRepository.err;
+    // The texts may differ where the repository folded partial declarations in its own order.
+    const auto paths = [](const std::string& output) {
+        std::vector<std::string> names;
+        for (const auto& [name, text] : tree(output))
+            names.push_back(name);
+        return names;
+    };
+    EXPECT_GT(paths(folder.file("a")).size(), 5u);
+    EXPECT_EQ(paths(folder.file("b")), paths(folder.file("a")));
+}
+
+// The generator's work folder is one per temporary folder: a second run waits for the first.
+TEST(Wrappers, ARunWaitsWhileAnotherHoldsTheWorkFolder) {
+    TempFolder folder;
+    const char* temporary = std::getenv("TMPDIR");
+    const std::string lockPath = std::string(temporary && *temporary ? temporary : "/tmp") +
+                                 "/MetamodelWrapperGeneratedFiles.lock";
+    const int lock = open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    ASSERT_GE(lock, 0);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    const pid_t run =
+        TestSupport::startTool({"wrappers", "-o", folder.file("out")}, baseInstallation);
+    usleep(500000);
+    int status = 0;
+    EXPECT_EQ(waitpid(run, &status, WNOHANG), 0);
+    EXPECT_FALSE(fs::exists(folder.file("out")));
+    close(lock);
+    ASSERT_EQ(waitpid(run, &status, 0), run);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_TRUE(fs::exists(folder.file("out/AllWrappers.h")));
+}
+
+} // namespace
