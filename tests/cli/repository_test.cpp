@@ -142,6 +142,8 @@ TEST_P(ToolOnRepository, DumpAndExportReadTheRepositoryInIdOrder) {
 }
 
 TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
+    if (!schema().empty())
+        database_->execute("CREATE SCHEMA \"" + schema() + "\"");
     TempFolder folder;
     const std::string output = folder.file("out.dump");
     const auto run = runTool(withSchema({"dump", "--db", uri_, "-o", output}));
