@@ -2,6 +2,7 @@
 #include "cli/diagnostics.h"
 #include "cli/documentpaths.h"
 #include "cli/modelwords.h"
+#include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
@@ -319,13 +320,15 @@ void print(const std::string& text) {
 }
 
 int describe(const CommandArguments& arguments) {
-    MetaModel::CXMLMetaModelReader reader;
-    if (!addDocumentPaths(reader, arguments.operands))
+    const bool fromRepository = readsRepository(arguments, "describe");
+    MetaModel::CXMLMetaModelReader documents;
+    if (!fromRepository && !addDocumentPaths(documents, arguments.operands))
         return exitFailure;
     MetaModel::CMetaModelBuilder builder;
     try {
-        reader.SetEvents(&builder);
-        reader.Read();
+        SourceReader source(arguments, fromRepository, documents);
+        source.get().SetEvents(&builder);
+        source.get().Read();
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
         return exitFailure;
@@ -360,6 +363,8 @@ const CommandRegistration describeCommand({
     {
         {"json", 0, nullptr, "one JSON object per element and line"},
         {"element", 'e', "NAME", "a category, type or property (by full name) to print", true},
+        databaseOption,
+        schemaOption,
     },
     "[PATH...]",
     30,

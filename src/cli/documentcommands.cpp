@@ -26,11 +26,7 @@ using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(c
 // the output path. A failed run leaves nothing half-written.
 int playDocuments(const std::string& command, const CommandArguments& arguments,
                   const SinkFactory& makeSink) {
-    const bool fromRepository = arguments.has("db");
-    if (fromRepository && !arguments.operands.empty())
-        throw UsageError("--db reads the repository instead of documents: no PATH", command);
-    if (!fromRepository && arguments.has("schema"))
-        throw UsageError("--schema needs --db", command);
+    const bool fromRepository = readsRepository(arguments, command);
     MetaModel::CXMLMetaModelReader documents;
     if (!fromRepository && !addDocumentPaths(documents, arguments.operands))
         return exitFailure;
@@ -38,20 +34,11 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
     // was, standard output untouched included.
     return writeOutputWhole(arguments.value("output", "-"), [&](const std::string& target) {
         try {
-            std::unique_ptr<IUniqueConnection> connection;
-            std::unique_ptr<MetaModel::CDBMetaModelReader> repository;
-            MetaModel::IMetaModelReader* reader = &documents;
-            if (fromRepository) {
-                connection = std::make_unique<IUniqueConnection>(arguments.value("db", ""),
-                                                                 arguments.value("schema", ""));
-                repository =
-                    std::make_unique<MetaModel::CDBMetaModelReader>(connection->GetHandle());
-                reader = repository.get();
-            }
+            SourceReader source(arguments, fromRepository, documents);
             {
                 std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
-                reader->SetEvents(sink.get());
-                reader->Read();
+                source.get().SetEvents(sink.get());
+                source.get().Read();
             }
         } catch (const CppLanguage::CRuntimeException& failure) {
             CppLanguage::reportException(failure);

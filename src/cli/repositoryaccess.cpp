@@ -20,4 +20,24 @@ void checkDatabaseTarget(const std::string& target, const std::string& command) 
                      command);
 }
 
+bool readsRepository(const CommandArguments& arguments, const std::string& command) {
+    const bool fromRepository = arguments.has("db");
+    if (fromRepository && !arguments.operands.empty())
+        throw UsageError("--db reads the repository instead of documents: no PATH", command);
+    if (!fromRepository && arguments.has("schema"))
+        throw UsageError("--schema needs --db", command);
+    return fromRepository;
+}
+
+SourceReader::SourceReader(const CommandArguments& arguments, bool fromRepository,
+                           MetaModel::IMetaModelReader& documents)
+    : chosen_(&documents) {
+    if (!fromRepository)
+        return;
+    connection_ = std::make_unique<IUniqueConnection>(arguments.value("db", ""),
+                                                      arguments.value("schema", ""));
+    repository_ = std::make_unique<MetaModel::CDBMetaModelReader>(connection_->GetHandle());
+    chosen_ = repository_.get();
+}
+
 } // namespace Cli

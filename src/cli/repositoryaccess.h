@@ -1,7 +1,10 @@
 #pragma once
 
 #include "cli/commandline.h"
+#include "metamodel/repository/dbmetamodelreader.h"
+#include "platform/database/uniqueconnection.h"
 
+#include <memory>
 #include <string>
 
 namespace Cli {
@@ -14,6 +17,24 @@ inline constexpr const char* databaseForms =
 // "postgressql:x", "mysql://h/x"): taken for a file name, a typo would make a new database of
 // that name.
 void checkDatabaseTarget(const std::string& target, const std::string& command);
+
+// Whether a command that reads documents or the repository is to read the repository; a
+// PATH beside --db, or --schema without it, is a usage error.
+bool readsRepository(const CommandArguments& arguments, const std::string& command);
+
+// The reader a command plays: the repository behind --db, opened here for reading, or else
+// the given documents. Throws as the connection does.
+class SourceReader {
+public:
+    SourceReader(const CommandArguments& arguments, bool fromRepository,
+                 MetaModel::IMetaModelReader& documents);
+    MetaModel::IMetaModelReader& get() { return *chosen_; }
+
+private:
+    std::unique_ptr<IUniqueConnection> connection_;
+    std::unique_ptr<MetaModel::CDBMetaModelReader> repository_;
+    MetaModel::IMetaModelReader* chosen_;
+};
 
 // "--db URI" and "--schema NAME", the same for every command that reaches the repository.
 inline constexpr OptionSpec databaseOption{

@@ -98,7 +98,7 @@ TEST(DatabaseTargets, AMissingSchemaOnTheServerIsNamedAndNotMadeByATypo) {
     const std::string uri = database.connectionString();
     TempFolder folder;
     const std::string good = folder.write("good/MetaModel.xml", goodDocument);
-    for (const char* command : {"dump", "export"}) {
+    for (const char* command : {"dump", "export", "describe"}) {
         const auto run = runTool({command, "--db", uri, "--schema", "Typo"});
         EXPECT_EQ(run.exitCode, 1) << command;
         EXPECT_NE(run.err.find("has no schema 'Typo'"), std::string::npos) << run.err;
