@@ -373,11 +373,6 @@ TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     run = runTool({"transfer", "--db", folder.file("no-folder/repository.sqlite"), documents});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(messageIds(run.err), unopened) << run.err;
-    EXPECT_NE(run.err.find("folder '" + folder.file("no-folder") +
-                           "' of the database file does "
-                           "not exist"),
-              std::string::npos)
-        << run.err;
 
     run = runTool({"transfer", documents});
     EXPECT_EQ(run.exitCode, 2);
