@@ -196,6 +196,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
         if (!values.empty() && !spec->repeatable)
             throw UsageError("option '--" + std::string(spec->longName) + "' given twice",
                              line.command);
+        if (spec->checkValue)
+            spec->checkValue(value, line.command);
         values.push_back(value);
     }
     for (const OptionSpec& option : command->options)

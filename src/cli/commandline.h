@@ -30,6 +30,8 @@ struct OptionSpec {
     const char* help;
     bool repeatable = false;
     bool required = false;
+    // Throws UsageError for a value of the wrong form; null when any value will do.
+    void (*checkValue)(const std::string& value, const std::string& command) = nullptr;
 };
 
 struct GlobalOptions;

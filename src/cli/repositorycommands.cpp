@@ -73,15 +73,18 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
     if (!documentPathsExist(arguments.operands))
         return exitFailure;
+    // Opened, and its tables made, only once the documents have passed: a refused set leaves
+    // no new file and not a byte changed in an old one. A missing schema is a typo unless
+    // asked for.
     std::unique_ptr<IUniqueConnection> connection;
-    try {
+    const auto open = [&]() -> IUniqueConnection& {
         connection = std::make_unique<IUniqueConnection>(
-            arguments.value("db", ""), arguments.value("schema", ""), TABLINK::OpenMode::Create);
+            arguments.value("db", ""), arguments.value("schema", ""),
+            arguments.has("create-schema") ? TABLINK::OpenMode::Create
+                                           : TABLINK::OpenMode::CreateFile);
         MetaModel::CreateRepository(connection->GetHandle());
-    } catch (const CppLanguage::CRuntimeException& failure) {
-        CppLanguage::reportException(failure);
-        return exitFailure;
-    }
+        return *connection;
+    };
 
     ProgressLine progress(global.quiet);
     int pass = 0;
@@ -97,7 +100,7 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
         progress.show(text);
     };
     const int result = MetaModel::TransferMetaModelFromXmlToDb(
-        connection.get(), arguments.operands,
+        open, arguments.operands,
         [&](int currentPass, const ORLO::String&, size_t number, size_t count) {
             pass = currentPass;
             document = number;
@@ -126,7 +129,9 @@ const CommandRegistration transferCommand({
     "transfer",
     "check the documents, then replace the meta-model in the repository with them; the tables "
     "are made when missing",
-    {requiredDatabaseOption, schemaOption},
+    {requiredDatabaseOption,
+     schemaOption,
+     {"create-schema", 0, nullptr, "make the schema when the database has none of that name"}},
     "[PATH...]",
     60,
     transfer,

@@ -141,7 +141,7 @@ TEST_P(CompatOnRepository, AnswersAgainstTheRepositorysTables) {
     std::vector<std::string> repository = {"--db", database.connectionString()};
     if (GetParam() == Backend::Postgres)
         repository.insert(repository.end(), {"--schema", "Meta Model"});
-    std::vector<std::string> transfer = {"-q", "transfer"};
+    std::vector<std::string> transfer = {"-q", "transfer", "--create-schema"};
     transfer.insert(transfer.end(), repository.begin(), repository.end());
     transfer.push_back(review);
     const auto loaded = runTool(transfer, baseInstallation);

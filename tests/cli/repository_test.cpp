@@ -163,6 +163,8 @@ TEST_P(ToolOnRepository, DescribeBuildsTheSameModelFromTheRepository) {
 }
 
 TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
+    if (!schema().empty())
+        database_->execute("CREATE SCHEMA \"" + schema() + "\"");
     TempFolder folder;
     const std::string output = folder.file("out.dump");
     const auto run = runTool(withSchema({"dump", "--db", uri_, "-o", output}));
@@ -178,30 +180,6 @@ INSTANTIATE_TEST_SUITE_P(Servers, ToolOnRepository,
                          [](const testing::TestParamInfo<Backend>& info) {
                              return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
                          });
-
-TEST(ToolRepositoryFailures, DatabasesThatCannotBeOpenedExitOneWithTheReason) {
-    TempFolder folder;
-    const std::string missing = folder.file("missing.sqlite");
-    auto run = runTool({"dump", "--db", missing});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_DB_CONNECT_ERR]"), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find(missing), std::string::npos) << run.err;
-    EXPECT_FALSE(std::filesystem::exists(missing)) << "reading creates no database";
-
-    run = runTool({"init", "--db", folder.file("no-such-folder/repository.sqlite")});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_DB_CONNECT_ERR]"), std::string::npos) << run.err;
-
-    run = runTool({"export", "--db",
-                   "postgresql://tester:s3cret@/repository?host=" + folder.file("no-server")});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_DB_CONNECT_ERR]"), std::string::npos) << run.err;
-    EXPECT_EQ(run.err.find("s3cret"), std::string::npos) << "passwords stay out: " << run.err;
-
-    run = runTool({"init", "--db", folder.file("r.sqlite"), "--schema", "elsewhere"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("elsewhere"), std::string::npos) << run.err;
-}
 
 TEST(ToolRepositoryFailures, WrongCombinationsAreUsageErrors) {
     const std::vector<std::vector<std::string>> wrongCalls = {

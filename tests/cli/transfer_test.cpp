@@ -197,6 +197,8 @@ protected:
         database_ = std::make_unique<TestDatabase>(GetParam());
         ASSERT_TRUE(database_->ready()) << database_->problem();
         uri_ = database_->connectionString();
+        if (!schema().empty())
+            database_->execute("CREATE SCHEMA \"" + schema() + "\"");
         first_ = folder_.write("documents/first/MetaModel.xml", firstDocument);
         second_ = folder_.write("documents/second/MetaModel.xml", secondDocument);
     }
@@ -364,12 +366,13 @@ TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     EXPECT_EQ(database.rows("select IdProp from TypProp"), std::vector<std::string>{"2009003"});
 
     const std::string notADatabase = folder.write("text.sqlite", "not a database, only text\n");
+    const std::vector<std::string> unopened = {"QEL_DB_CONNECT_ERR", "QEL_MM_XML2DB_ERR"};
     run = runTool({"transfer", "--db", notADatabase, documents});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err), std::vector<std::string>{"QEL_DB_CONNECT_ERR"}) << run.err;
+    EXPECT_EQ(messageIds(run.err), unopened) << run.err;
     run = runTool({"transfer", "--db", folder.file("no-folder/repository.sqlite"), documents});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err), std::vector<std::string>{"QEL_DB_CONNECT_ERR"}) << run.err;
+    EXPECT_EQ(messageIds(run.err), unopened) << run.err;
 
     run = runTool({"transfer", documents});
     EXPECT_EQ(run.exitCode, 2);

@@ -10,10 +10,8 @@ namespace MetaModel {
 
 namespace {
 
-void transfer(IUniqueConnection& connection, const std::vector<std::string>& paths,
+void transfer(const ConnectionOpener& openConnection, const std::vector<std::string>& paths,
               const PassObserver& passObserver, const RowObserver& rowObserver) {
-    String schema;
-    connection.GetSettings()->GetValue(IUniqueConnection::SchemaSetting, schema, 0, false);
     // The second reading is only kept, as it goes, while the first one validates the set: it
     // runs beside it, and the repository hears it, documents and all, once the set has
     // passed. Declared before the reading that fills it, so that it is gone after it.
@@ -28,6 +26,9 @@ void transfer(IUniqueConnection& connection, const std::vector<std::string>& pat
     readValidating(paths, passObserver);
     reading.Finish();
 
+    IUniqueConnection& connection = openConnection();
+    String schema;
+    connection.GetSettings()->GetValue(IUniqueConnection::SchemaSetting, schema, 0, false);
     CDBMetaModelEvents repository(connection.GetHandle(), schema);
     repository.SetRowObserver(rowObserver);
     secondReading.Replay(repository, [&](const String& path, size_t number, size_t count) {
@@ -50,8 +51,16 @@ int TransferMetaModelFromXmlToDb(IUniqueConnection* connection,
         CppLanguage::report(ORLO_HERE, "QEL_NULL_PTR", {{"NULL_ARG", "connection"}});
         return 1;
     }
+    return TransferMetaModelFromXmlToDb(
+        [connection]() -> IUniqueConnection& { return *connection; }, paths, passObserver,
+        rowObserver);
+}
+
+int TransferMetaModelFromXmlToDb(const ConnectionOpener& openConnection,
+                                 const std::vector<std::string>& paths,
+                                 const PassObserver& passObserver, const RowObserver& rowObserver) {
     try {
-        transfer(*connection, paths, passObserver, rowObserver);
+        transfer(openConnection, paths, passObserver, rowObserver);
         return 0;
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);

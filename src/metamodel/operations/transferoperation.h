@@ -26,4 +26,12 @@ int TransferMetaModelFromXmlToDb(IUniqueConnection* connection,
                                  const std::vector<std::string>& paths,
                                  const PassObserver& passObserver, const RowObserver& rowObserver);
 
+// Gives the connection to write into; called once the set has passed, so that a set that
+// fails leaves the database unopened. May throw as the connection's constructor does.
+using ConnectionOpener = std::function<IUniqueConnection&()>;
+// The same with the connection opened only after the check.
+int TransferMetaModelFromXmlToDb(const ConnectionOpener& openConnection,
+                                 const std::vector<std::string>& paths,
+                                 const PassObserver& passObserver, const RowObserver& rowObserver);
+
 } // namespace MetaModel

@@ -19,8 +19,9 @@ std::string expandPrefixMarker(std::string_view text, std::string_view prefix);
 std::string displayConnectionString(std::string_view connectionString);
 
 enum class OpenMode {
-    Existing, // an embedded database file must be there already
-    Create,   // an embedded database file is made when missing
+    Existing,   // the embedded database file and the schema must be there already
+    CreateFile, // an embedded database file is made when missing; the schema must be there
+    Create,     // the embedded database file and the schema are made when missing
 };
 
 // What the opaque handle of the connectivity operations points at: the server, the schema

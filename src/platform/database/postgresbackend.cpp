@@ -126,8 +126,15 @@ public:
         ResultHandle result(run("SELECT current_schema()"));
         return result && PQntuples(result.get()) == 1 ? PQgetvalue(result.get(), 0, 0) : "";
     }
-    // Any name can be addressed; whether its tables are there shows at the first statement.
-    bool acceptsRepositoryName(const std::string&) override { return true; }
+    // Only a schema that is there: a mistyped name must be told as such, not as a statement
+    // on tables that cannot be found.
+    bool acceptsRepositoryName(const std::string& name) override {
+        const char* values[] = {name.c_str()};
+        ResultHandle found(PQexecParams(connection_.get(),
+                                        "SELECT 1 FROM pg_namespace WHERE nspname = $1", 1, nullptr,
+                                        values, nullptr, nullptr, 0));
+        return succeeded(found.get()) && PQntuples(found.get()) == 1;
+    }
 
     bool query(const std::string& sql) override {
         endQuery();

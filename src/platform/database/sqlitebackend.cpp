@@ -148,6 +148,16 @@ public:
             if (!execute("CREATE TABLE IF NOT EXISTS " + table +
                          " (ProcName text PRIMARY KEY, ProcBody text NOT NULL)"))
                 return false;
+            // The same body stays as it is: setting up a repository that is ready already
+            // must not change a byte of it.
+            StatementHandle stored =
+                prepare("SELECT ProcBody = ?2 FROM " + table + " WHERE ProcName = ?1");
+            if (!stored)
+                return false;
+            sqlite3_bind_text(stored.get(), 1, name.data(), int(name.size()), SQLITE_TRANSIENT);
+            sqlite3_bind_text(stored.get(), 2, body.data(), int(body.size()), SQLITE_TRANSIENT);
+            if (sqlite3_step(stored.get()) == SQLITE_ROW && sqlite3_column_int(stored.get(), 0))
+                return true;
             StatementHandle store = prepare("INSERT OR REPLACE INTO " + table +
                                             " (ProcName, ProcBody) VALUES (?1, ?2)");
             if (!store)
@@ -317,15 +327,22 @@ bool SqliteBulkTarget::writeRows(const std::vector<BulkValue>& values) {
 std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mode,
                                             std::string& error) {
     std::error_code ignored;
-    if (mode == OpenMode::Existing && !std::filesystem::exists(path, ignored)) {
-        error = "there is no database file '" + path + "'";
-        return nullptr;
+    if (!std::filesystem::exists(path, ignored)) {
+        const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+        if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
+            error = "the folder '" + folder.string() + "' of the database file does not exist";
+            return nullptr;
+        }
+        if (mode == OpenMode::Existing) {
+            error = "there is no database file '" + path + "'";
+            return nullptr;
+        }
     }
     sqlite3* opened = nullptr;
     // A connection belongs to one thread at a time: SQLite's own locking of every call would
     // only cost time.
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX |
-                      (mode == OpenMode::Create ? SQLITE_OPEN_CREATE : 0);
+                      (mode != OpenMode::Existing ? SQLITE_OPEN_CREATE : 0);
     const int outcome = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
     DatabaseHandle database(opened);
     if (outcome != SQLITE_OK) {
@@ -340,6 +357,13 @@ std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mo
                      &message) != SQLITE_OK) {
         error = "'" + path + "': " + (message ? message : sqlite3_errmsg(database.get()));
         sqlite3_free(message);
+        return nullptr;
+    }
+    // A committed transfer must outlive a power cut, whatever default this SQLite was built
+    // with: the journal is synced before and after each commit.
+    if (sqlite3_exec(database.get(), "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr) !=
+        SQLITE_OK) {
+        error = sqlite3_errmsg(database.get());
         return nullptr;
     }
     // The procedures stored in the repository call it.

@@ -24,16 +24,26 @@ private:
 
 IUniqueConnection::IUniqueConnection(const ORLO::String& connectionString,
                                      const ORLO::String& schema, TABLINK::OpenMode mode)
-    : IUniqueConnection(TABLINK::openConnection(connectionString, mode), schema) {}
+    : IUniqueConnection(TABLINK::openConnection(connectionString, mode), schema,
+                        mode == TABLINK::OpenMode::Create) {}
 
 IUniqueConnection::IUniqueConnection(std::unique_ptr<TABLINK::CConnection> connection,
                                      const ORLO::String& schema)
+    : IUniqueConnection(std::move(connection), schema, false) {}
+
+IUniqueConnection::IUniqueConnection(std::unique_ptr<TABLINK::CConnection> connection,
+                                     const ORLO::String& schema, bool createSchema)
     : connection_(std::move(connection)), settings_(std::make_unique<CConnectionSettings>(schema)) {
-    if (!TABLINK::dbsetrepositoryname(connection_.get(), schema.c_str(), -1, nullptr))
+    const auto refuse = [this](const std::string& cause) {
         CppLanguage::raise<TABLINK::CDatabaseException>(
             ORLO_HERE, "QEL_DB_CONNECT_ERR",
-            {{"CONNECTION", connection_->description()},
-             {"CAUSE", TABLINK::dblasterror(connection_.get())}});
+            {{"CONNECTION", connection_->description()}, {"CAUSE", cause}});
+    };
+    if (createSchema && !schema.empty() &&
+        !connection_->backend().createSchema(TABLINK::quoteIdentifier(schema)))
+        refuse(connection_->backend().lastError());
+    if (!TABLINK::dbsetrepositoryname(connection_.get(), schema.c_str(), -1, nullptr))
+        refuse(TABLINK::dblasterror(connection_.get()));
 }
 
 IUniqueConnection::~IUniqueConnection() = default;

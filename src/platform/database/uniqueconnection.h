@@ -21,7 +21,7 @@ public:
     static constexpr const char* SchemaSetting = "27";
 
     // Throws TABLINK::CDatabaseException when the database cannot be reached or the schema
-    // cannot be used.
+    // cannot be used; OpenMode::Create makes a missing schema first.
     explicit IUniqueConnection(const ORLO::String& connectionString,
                                const ORLO::String& schema = ORLO::String(),
                                TABLINK::OpenMode mode = TABLINK::OpenMode::Existing);
@@ -35,6 +35,9 @@ public:
     const IConnectionSettings* GetSettings() const { return settings_.get(); }
 
 private:
+    IUniqueConnection(std::unique_ptr<TABLINK::CConnection> connection, const ORLO::String& schema,
+                      bool createSchema);
+
     std::unique_ptr<TABLINK::CConnection> connection_;
     std::unique_ptr<IConnectionSettings> settings_;
 };

@@ -22,7 +22,8 @@ struct Repository {
         : database(backend), schema(schema) {
         if (!database.ready())
             return;
-        connection = std::make_unique<IUniqueConnection>(database.connectionString(), schema);
+        connection = std::make_unique<IUniqueConnection>(database.connectionString(), schema,
+                                                         TABLINK::OpenMode::Create);
         MetaModel::CreateRepository(connection->GetHandle());
     }
     void* handle() const { return connection->GetHandle(); }
