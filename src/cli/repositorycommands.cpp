@@ -71,7 +71,7 @@ std::string finalTableCounts(void* connection) {
 
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
-    if (!documentPathsExist(arguments.operands))
+    if (!documentPathsReadable(arguments.operands))
         return exitFailure;
     std::unique_ptr<IUniqueConnection> connection;
     try {
