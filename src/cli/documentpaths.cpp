@@ -156,12 +156,11 @@ bool documentPathsReadable(const std::vector<std::string>& paths) {
     if (!documentPathsExist(paths))
         return false;
     InputSurvey survey;
-    // The built-in roots that are not there are no fault: an installation need not have
-    // every one of them.
+    // A built-in root that is not there is no fault: an installation need not have every one.
     const MetaModel::COperationReader builtIn({});
     for (const ORLO::String& root : builtIn.GetRootPaths()) {
         const std::string folder = resolved(root);
-        if (access(folder.c_str(), F_OK) == 0)
+        if (access(folder.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR))
             survey.walkRoot(folder, root);
     }
     for (const std::string& path : paths) {

@@ -69,6 +69,8 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
 ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
                   const std::string& appDir) {
     TempFolder scratch;
+    // The folders that stand for none must be missing to the user too, not out of reach.
+    std::filesystem::permissions(scratch.path(), std::filesystem::perms::all);
     const std::string outPath = scratch.file("stdout");
     const std::string errPath = scratch.file("stderr");
     const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
