@@ -105,8 +105,8 @@ private:
             const std::string path = folder + "/" + name;
             struct stat status {};
             if (stat(path.c_str(), &status) != 0) {
-                // A link to nothing is passed by by the reader as well; anything else
-                // could hide documents.
+                // The reader skips a link to nothing as well; anything else could hide
+                // documents.
                 if (errno != ENOENT)
                     fail(path, errno);
                 continue;
