@@ -11,7 +11,7 @@ namespace Cli {
 namespace {
 
 int runCheck(const GlobalOptions& global, const CommandArguments& arguments) {
-    if (!documentPathsExist(arguments.operands))
+    if (!documentPathsReadable(arguments.operands))
         return 1;
     ProgressLine progress(global.quiet);
     const bool passed = MetaModel::CheckMetaModelFromXML(

@@ -35,8 +35,7 @@ void build(MetaModel::IMetaModelReader& reader, MetaModel::CMetaModelBuilder& bu
 // The set that the check reads: the installation's roots, then the PATHs.
 void buildFromDocuments(const std::vector<std::string>& paths,
                         MetaModel::CMetaModelBuilder& builder) {
-    MetaModel::CXMLMetaModelReader reader(true, false);
-    MetaModel::addOperationPaths(reader, paths);
+    MetaModel::COperationReader reader(paths);
     build(reader, builder);
 }
 
@@ -48,8 +47,7 @@ void buildAsStored(const std::vector<std::string>& paths, MetaModel::CMetaModelB
     IUniqueConnection connection("sqlite::memory:", "", TABLINK::OpenMode::Create);
     MetaModel::CreateRepository(connection.GetHandle());
     {
-        MetaModel::CXMLMetaModelReader documents(true, false);
-        MetaModel::addOperationPaths(documents, paths);
+        MetaModel::COperationReader documents(paths);
         MetaModel::CDBMetaModelEvents sink(connection.GetHandle(), "");
         documents.SetEvents(&sink);
         documents.Read();
@@ -192,7 +190,7 @@ int diff(const GlobalOptions& global, const CommandArguments& arguments) {
         throw UsageError("--schema needs --db", "diff");
     const auto againstPaths =
         fromRepository ? std::vector<std::string>{} : arguments.values.find("against")->second;
-    if (!documentPathsExist(arguments.operands) || !documentPathsExist(againstPaths))
+    if (!documentPathsReadable(arguments.operands) || !documentPathsReadable(againstPaths))
         return exitFailure;
 
     MetaModel::CMetaModelBuilder installed;

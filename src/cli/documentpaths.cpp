@@ -5,29 +5,193 @@
 #include "metamodel/operations/operationreading.h"
 #include "platform/orlofile.h"
 
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <map>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
 namespace Cli {
+
+namespace {
+
+const std::string documentSuffix = "MetaModel.xml";
+
+// A path whose name ends in the document suffix in another case: on a case-sensitive file
+// system the reader passes it by, so it is worth a word of its own.
+bool namesDocumentInAnotherCase(const std::string& path) {
+    if (path.size() < documentSuffix.size())
+        return false;
+    return std::equal(documentSuffix.begin(), documentSuffix.end(),
+                      path.end() - std::ptrdiff_t(documentSuffix.size()), [](char a, char b) {
+                          return std::tolower(static_cast<unsigned char>(a)) ==
+                                 std::tolower(static_cast<unsigned char>(b));
+                      });
+}
+
+std::string resolved(const std::string& path) {
+    ORLO::String folder(path);
+    MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
+    return folder;
+}
+
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+// Lists what the reader will read, the same way it finds it, so that what the reader would
+// pass by in silence (a folder it cannot list, a document it cannot open, one document
+// reached twice) is said before anything is read.
+class InputSurvey {
+public:
+    bool passed() const { return failures_ == 0; }
+    size_t failures() const { return failures_; }
+
+    // Answers how many documents the folder holds; `root` is the folder as named.
+    size_t walkRoot(const std::string& folder, const std::string& root) {
+        std::vector<FileIdentity> ancestors;
+        return walkFolder(folder, root, ancestors);
+    }
+
+    // `via` is how the document was named: the root folder it lies under or its own path.
+    void checkDocument(const std::string& path, const std::string& via) {
+        const int descriptor = open(path.c_str(), O_RDONLY);
+        if (descriptor < 0) {
+            fail(path, errno);
+            return;
+        }
+        struct stat status {};
+        fstat(descriptor, &status);
+        close(descriptor);
+        const auto [earlier, isNew] =
+            seen_.emplace(FileIdentity{status.st_dev, status.st_ino}, via);
+        if (!isNew) {
+            CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_DOCUMENT_TWICE",
+                                  {{"FILE", path}, {"FIRST", earlier->second}, {"SECOND", via}});
+            ++failures_;
+        }
+    }
+
+private:
+    size_t walkFolder(const std::string& folder, const std::string& root,
+                      std::vector<FileIdentity>& ancestors) {
+        struct stat folderStatus {};
+        if (stat(folder.c_str(), &folderStatus) != 0)
+            return fail(folder, errno);
+        const FileIdentity identity{folderStatus.st_dev, folderStatus.st_ino};
+        if (std::find(ancestors.begin(), ancestors.end(), identity) != ancestors.end())
+            return fail(folder, ELOOP);
+        const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
+        if (!listing)
+            return fail(folder, errno);
+        std::vector<std::string> names;
+        errno = 0;
+        while (const dirent* entry = readdir(listing.get())) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != "..")
+                names.push_back(name);
+        }
+        if (errno != 0)
+            return fail(folder, errno);
+        std::sort(names.begin(), names.end());
+
+        ancestors.push_back(identity);
+        size_t documents = 0;
+        for (const std::string& name : names) {
+            const std::string path = folder + "/" + name;
+            struct stat status {};
+            if (stat(path.c_str(), &status) != 0) {
+                // The reader skips a link to nothing as well; anything else could hide
+                // documents.
+                if (errno != ENOENT)
+                    fail(path, errno);
+                continue;
+            }
+            if (S_ISDIR(status.st_mode))
+                documents += walkFolder(path, root, ancestors);
+            else if (S_ISREG(status.st_mode) && MetaModel::namesDocument(path)) {
+                ++documents;
+                checkDocument(path, root);
+            }
+        }
+        ancestors.pop_back();
+        return documents;
+    }
+
+    // Answers the documents found: none.
+    size_t fail(const std::string& path, int error) {
+        CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_INPUT_UNREADABLE",
+                              {{"PATH", path}, {"CAUSE", std::strerror(error)}});
+        ++failures_;
+        return 0;
+    }
+
+    std::map<FileIdentity, std::string> seen_;
+    size_t failures_ = 0;
+};
+
+} // namespace
 
 bool documentPathsExist(const std::vector<std::string>& paths) {
     bool allThere = true;
     for (const std::string& path : paths) {
         // The folder a placeholder stands for is tested; the reader still gets the symbolic
         // form, which its documents keep as their root.
-        ORLO::String folder(path);
-        MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
-        if (!MetaModel::namesDocument(path) && !ORLO::File(folder).isDirectory()) {
-            CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_NOT_FOUND", {{"PATH", path}});
-            allThere = false;
-        }
+        if (MetaModel::namesDocument(path) || ORLO::File(resolved(path)).isDirectory())
+            continue;
+        CppLanguage::reportAt(ORLO_HERE, {},
+                              namesDocumentInAnotherCase(path) ? "QEL_MM_NOT_A_DOCUMENT_NAME"
+                                                               : "QEL_MM_ROOT_NOT_FOUND",
+                              {{"PATH", path}});
+        allThere = false;
     }
     return allThere;
 }
 
-bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
-                      const std::vector<std::string>& paths) {
+bool documentPathsReadable(const std::vector<std::string>& paths) {
     if (!documentPathsExist(paths))
         return false;
-    MetaModel::addOperationPaths(reader, paths);
-    return true;
+    InputSurvey survey;
+    // A built-in root that is not there is no fault: an installation need not have every one.
+    const MetaModel::COperationReader builtIn({});
+    for (const ORLO::String& root : builtIn.GetRootPaths()) {
+        const std::string folder = resolved(root);
+        if (access(folder.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR))
+            survey.walkRoot(folder, root);
+    }
+    for (const std::string& path : paths) {
+        if (MetaModel::namesDocument(path)) {
+            survey.checkDocument(resolved(path), path);
+            continue;
+        }
+        const size_t failuresBefore = survey.failures();
+        if (survey.walkRoot(resolved(path), path) == 0 && survey.failures() == failuresBefore)
+            CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_EMPTY", {{"PATH", path}});
+    }
+    return survey.passed();
+}
+
+bool folderOptionsExist(const AppDataManager::AppDataOverrides& folders) {
+    const std::pair<const char*, const ORLO::String*> options[] = {
+        {"app-dir", &folders.appDir},
+        {"user-dir", &folders.userDir},
+        {"all-users-dir", &folders.allUsersDir},
+        {"plugins-dir", &folders.pluginsDir},
+        {"extension-dir", &folders.extensionDir},
+    };
+    bool allThere = true;
+    for (const auto& [option, folder] : options) {
+        if (folder->empty() || ORLO::File(*folder).isDirectory())
+            continue;
+        CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_FOLDER_OPTION_NOT_FOUND",
+                              {{"OPTION", std::string("--") + option}, {"PATH", *folder}});
+        allThere = false;
+    }
+    return allThere;
 }
 
 } // namespace Cli

@@ -1,20 +1,27 @@
 #pragma once
 
 #include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/appdatamanager.h"
 
 #include <string>
 #include <vector>
 
 namespace Cli {
 
-// Adds the command line's PATHs to a reader that already holds the built-in roots: a PATH
-// ending in MetaModel.xml is one document, any other a root folder. A folder that is not
-// there is reported, since reading it would silently add nothing; answers whether all were.
-bool addDocumentPaths(MetaModel::CXMLMetaModelReader& reader,
-                      const std::vector<std::string>& paths);
+// Every command that reads documents reads the set of MetaModel::COperationReader, so that one
+// set of arguments means one set of documents whatever the command.
 
 // Reports every PATH that is neither a document nor an existing folder; answers whether
-// there was none, for commands that hand the PATHs to an operation.
+// there was none.
 bool documentPathsExist(const std::vector<std::string>& paths);
+
+// documentPathsExist, then a listing of the whole set ahead of the reader, which passes by
+// what it cannot list or open: reports every folder or document that cannot be read and
+// every document reached twice, and warns of a PATH folder that holds no document. Answers
+// whether the set can be read as named.
+bool documentPathsReadable(const std::vector<std::string>& paths);
+
+// Reports every folder option that names no folder; answers whether there was none.
+bool folderOptionsExist(const AppDataManager::AppDataOverrides& folders);
 
 } // namespace Cli

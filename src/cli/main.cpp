@@ -1,5 +1,6 @@
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
+#include "cli/documentpaths.h"
 #include "platform/appdatamanager.h"
 
 #include <cstdio>
@@ -39,6 +40,8 @@ int main(int argc, char** argv) {
     }
     AppDataManager::SetAppDataOverrides(line.global.folders);
     Cli::installDiagnostics(line.global.format);
+    if (!Cli::folderOptionsExist(line.global.folders))
+        return 1;
     try {
         return Cli::findCommand(line.command)->run(line.global, line.arguments);
     } catch (const Cli::UsageError& problem) {

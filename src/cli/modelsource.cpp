@@ -8,7 +8,7 @@ namespace Cli {
 
 ModelSource::ModelSource(const std::string& command, const CommandArguments& arguments)
     : database_(arguments.value("db", "")), schema_(arguments.value("schema", "")),
-      paths_(arguments.operands) {
+      paths_(arguments.operands), documents_(paths_) {
     if (arguments.has("db") && database_.empty())
         throw UsageError("--db needs a repository", command);
     if (fromRepository() && !paths_.empty())
@@ -18,7 +18,7 @@ ModelSource::ModelSource(const std::string& command, const CommandArguments& arg
 }
 
 bool ModelSource::prepare() {
-    return fromRepository() || addDocumentPaths(documents_, paths_);
+    return fromRepository() || documentPathsReadable(paths_);
 }
 
 void ModelSource::play(MetaModel::IMetaModelEvents& sink) {

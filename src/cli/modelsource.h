@@ -3,7 +3,7 @@
 #include "cli/commandline.h"
 
 #include "metamodel/stream/metamodelevents.h"
-#include "metamodel/xml/xmlmetamodelreader.h"
+#include "metamodel/operations/operationreading.h"
 
 #include <string>
 
@@ -17,7 +17,8 @@ public:
     ModelSource(const std::string& command, const CommandArguments& arguments);
 
     bool fromRepository() const { return !database_.empty(); }
-    // Reports every PATH that is not there; answers whether all were. Call before play.
+    // Reports what of the PATHs cannot be read as named (documentPathsReadable); answers
+    // whether all can. Call before play.
     bool prepare();
     // Plays the whole source into the sink; the library's failures pass through.
     void play(MetaModel::IMetaModelEvents& sink);
@@ -26,7 +27,7 @@ private:
     std::string database_;
     std::string schema_;
     std::vector<std::string> paths_;
-    MetaModel::CXMLMetaModelReader documents_;
+    MetaModel::COperationReader documents_;
 };
 
 } // namespace Cli

@@ -71,7 +71,7 @@ std::string finalTableCounts(void* connection) {
 
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
-    if (!documentPathsExist(arguments.operands))
+    if (!documentPathsReadable(arguments.operands))
         return exitFailure;
     // Opened, and its tables made, only once the documents have passed: a refused set leaves
     // no new file and not a byte changed in an old one. A missing schema is a typo unless

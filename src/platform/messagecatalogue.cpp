@@ -64,6 +64,10 @@ constexpr MessageDefinition catalogue[] = {
      "A 'description' element holds text only; it cannot contain an element."},
     {"QEL_MM_DESC_TAG_NOT_FIRST", SeverityError,
      "The first child of '{TAG}' must be its 'description' element."},
+    // The tool's own, from its listing of the documents before they are read.
+    {"QEL_MM_DOCUMENT_TWICE", SeverityError,
+     "The document '{FILE}' is named twice, as '{FIRST}' and as '{SECOND}'; name each document "
+     "once."},
     {"QEL_MM_DUMP_FILE_ERR", SeverityError,
      "The output file '{FILE}' cannot be opened for writing."},
     {"QEL_MM_DUPLICATE_ATTRIBUTE", SeverityError,
@@ -72,6 +76,8 @@ constexpr MessageDefinition catalogue[] = {
     {"QEL_MM_EXCLUSIVE_ATTR", SeverityError,
      "The attributes '{ATTR1}' and '{ATTR2}' exclude each other, but {TAG} has both."},
     {"QEL_MM_EXIST_ERR", SeverityError, "The meta-model is not valid: {NUMBER} fault(s) found."},
+    {"QEL_MM_FOLDER_OPTION_NOT_FOUND", SeverityError,
+     "The folder '{PATH}' given with {OPTION} does not exist."},
     {"QEL_MM_FRAGMENT_DUPLICATE", SeverityError,
      "The {WHAT} '{KEY}' is defined twice[, first in '{OTHER_FILE}']."},
     {"QEL_MM_FRAGMENT_ID_CHANGED", SeverityError,
@@ -96,6 +102,7 @@ constexpr MessageDefinition catalogue[] = {
     {"QEL_MM_INFSUBNOINTEGER", SeverityError,
      "The attributes 'INF_TYPE' and 'INF_SUB_TYPE' of property '{PROPERTY_NAME}' must both be "
      "integers."},
+    {"QEL_MM_INPUT_UNREADABLE", SeverityError, "'{PATH}' cannot be read: {CAUSE}."},
     {"QEL_MM_INVALID_ATTR_TYP_USAGE", SeverityWarning,
      "Attribute '{ATTR_NAM}' is read as a value of the wrong kind (integer or string)."},
     {"QEL_MM_INVALID_CHARCNAME", SeverityWarning,
@@ -120,6 +127,8 @@ constexpr MessageDefinition catalogue[] = {
      "One of the attributes '{ATTR1}' and '{ATTR2}' is required, but {TAG} has neither."},
     {"QEL_MM_NOINFSUBTOGETHER", SeverityError,
      "Property '{PROPERTY_NAME}' has only one of the attributes 'INF_TYPE' and 'INF_SUB_TYPE'."},
+    {"QEL_MM_NOT_A_DOCUMENT_NAME", SeverityError,
+     "'{PATH}' is not read: only names ending in 'MetaModel.xml', in that case, are documents."},
     {"QEL_MM_ONLY_PARTIAL_DECL", SeverityError,
      "Category '{UNKNOWN}' has partial declarations only and no full declaration[ (in "
      "'{LOCATION}')]."},
@@ -128,6 +137,9 @@ constexpr MessageDefinition catalogue[] = {
     {"QEL_MM_RESERVED_PNAME", SeverityError,
      "Property name '{NAME}' in '{CTXT}' is reserved for a property with another id."},
     // The tool's own: a folder named on the command line that is not there.
+    {"QEL_MM_ROOT_EMPTY", SeverityWarning,
+     "The folder '{PATH}' holds no document: no file under it has a name ending in "
+     "'MetaModel.xml'."},
     {"QEL_MM_ROOT_NOT_FOUND", SeverityError, "'{PATH}' is neither a folder nor a document."},
     {"QEL_MM_SAX_PARSE_EXCEPTION", SeverityError, "XML parse error: {CAUSE}"},
     {"QEL_MM_TREE_CIRCUIT", SeverityError,

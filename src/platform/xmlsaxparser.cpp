@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -32,6 +33,40 @@ std::string_view view(const xmlChar* text) {
 
 std::string_view view(const xmlChar* begin, const xmlChar* end) {
     return std::string_view(reinterpret_cast<const char*>(begin), size_t(end - begin));
+}
+
+// libxml2's texts for its size limits tell the reader to pass it an option; no caller can,
+// since the limits are fixed here on purpose, so such a text says the limit instead. Every
+// text is one line: a diagnostic is a line.
+std::string inOwnWords(std::string_view message) {
+    const auto says = [message](std::string_view piece) {
+        return message.find(piece) != std::string_view::npos;
+    };
+    const std::string fixed = ", the parser's fixed limit";
+    if (says("Excessive depth in document"))
+        return "elements nest deeper than " + std::to_string(xmlParserMaxDepth) + " levels" + fixed;
+    if (says("too deep, use XML_PARSE_HUGE"))
+        return "a content declaration nests deeper than the parser's fixed limit";
+    if (says("Name too long"))
+        return "a name is longer than " + std::to_string(XML_MAX_NAME_LENGTH) + " bytes" + fixed;
+    static const std::pair<std::string_view, std::string_view> overlong[] = {
+        {"AttValue length too long", "an attribute value"},
+        {"Comment too big", "a comment"},
+        {"CData section too big", "a CDATA section"},
+        // Checked after the two above, which end alike.
+        {"too big found", "a processing instruction"},
+        {"Huge input lookup", "one piece of markup"},
+    };
+    for (const auto& [phrase, what] : overlong)
+        if (says(phrase))
+            return std::string(what) + " is longer than " + std::to_string(XML_MAX_TEXT_LENGTH) +
+                   " bytes" + fixed;
+    std::string line(message);
+    while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+        line.pop_back();
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return line;
 }
 
 // `prefix:local`, or `local` alone.
@@ -207,9 +242,7 @@ public:
         guard(
             [&] {
                 flushText();
-                while (!message.empty() && (message.back() == '\n' || message.back() == '\r'))
-                    message.remove_suffix(1);
-                const XmlException problem{String(message), line, column};
+                const XmlException problem{String(inOwnWords(message)), line, column};
                 if (level == XML_ERR_WARNING)
                     handler_.warning(problem);
                 else if (level == XML_ERR_ERROR)

@@ -3,28 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
-
 namespace {
 
+using TestSupport::messageIds;
 using TestSupport::runTool;
 
 const std::string base = METAMODEL_SOURCE_DIR "/share/metamodel";
 const std::string review = METAMODEL_SOURCE_DIR "/examples/review";
 const std::string faulty = METAMODEL_SOURCE_DIR "/examples/faulty";
-
-std::vector<std::string> messageIds(const std::string& err) {
-    static const std::regex id(R"(\[([A-Z_]+)\]$)");
-    std::vector<std::string> ids;
-    size_t start = 0;
-    for (size_t end; (end = err.find('\n', start)) != std::string::npos; start = end + 1) {
-        std::smatch match;
-        const std::string line = err.substr(start, end - start);
-        if (std::regex_search(line, match, id))
-            ids.push_back(match[1]);
-    }
-    return ids;
-}
 
 TEST(CheckCommand, TheInstallationAndTheReviewExtensionPass) {
     const auto run = runTool({"check", review}, base);

@@ -148,7 +148,7 @@ TEST(Tool, MissingDocumentsAndFoldersAreFailuresNotSilence) {
     TempFolder folder;
     auto run = runTool({"dump", folder.file("nowhere/MetaModel.xml")});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_MM_SAX_PARSE_EXCEPTION]"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("[QEL_MM_INPUT_UNREADABLE]"), std::string::npos) << run.err;
 
     run = runTool({"dump", folder.file("no-such-folder")});
     EXPECT_EQ(run.exitCode, 1);

@@ -35,6 +35,11 @@ const std::map<std::string, std::set<std::string>>& expectedArguments() {
         {"QEL_MM_XML2DB_ERR", {}},
         {"QEL_MM_XML_FILE_ERR", {"FILE"}},
         {"QEL_MM_ROOT_NOT_FOUND", {"PATH"}},
+        {"QEL_MM_ROOT_EMPTY", {"PATH"}},
+        {"QEL_MM_NOT_A_DOCUMENT_NAME", {"PATH"}},
+        {"QEL_MM_INPUT_UNREADABLE", {"PATH", "CAUSE"}},
+        {"QEL_MM_DOCUMENT_TWICE", {"FILE", "FIRST", "SECOND"}},
+        {"QEL_MM_FOLDER_OPTION_NOT_FOUND", {"PATH", "OPTION"}},
         {"QEL_MM_XML_OUTPUT_FILE_ERR", {"FILE"}},
         {"QEL_MM_DUMP_FILE_ERR", {"FILE"}},
         {"QEL_MM_EXIST_ERR", {"NUMBER"}},
@@ -190,7 +195,7 @@ TEST(MessageCatalogue, PlaceholdersAreWellFormedAndAreTheArgumentsOfTheirSites) 
 TEST(MessageCatalogue, SeveritiesAreErrorsExceptTheNameWarningsAndTheDefaultWalk) {
     const std::set<std::string> warnings = {"QEL_MM_INVALID_CHARCNAME", "QEL_MM_RESERVED_CNAME",
                                             "QEL_MM_INVALID_CHARPNAME",
-                                            "QEL_MM_INVALID_ATTR_TYP_USAGE"};
+                                            "QEL_MM_INVALID_ATTR_TYP_USAGE", "QEL_MM_ROOT_EMPTY"};
     for (const auto& definition : allMessageDefinitions()) {
         const std::string id = definition.id;
         const int expected = warnings.count(id)                ? CppLanguage::SeverityWarning

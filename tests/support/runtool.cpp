@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <pty.h>
+#include <regex>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,8 +16,10 @@ namespace {
 
 // In the child: the environment that keeps the machine's folders out, then the tool.
 [[noreturn]] void execTool(const std::vector<std::string>& arguments, const std::string& app,
-                           const std::string& none) {
+                           const std::string& none, const std::string& user = "") {
     std::vector<std::string> words{METAMODEL_TOOL_PATH};
+    if (!user.empty())
+        words.insert(words.begin(), {"/usr/sbin/runuser", "-u", user, "--"});
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
     for (std::string& word : words)
@@ -46,8 +49,28 @@ int exitCodeOf(pid_t child) {
 
 } // namespace
 
+std::vector<std::string> messageIds(const std::string& err) {
+    static const std::regex id(R"(\[([A-Z_]+)\]$)");
+    std::vector<std::string> ids;
+    size_t start = 0;
+    for (size_t end; (end = err.find('\n', start)) != std::string::npos; start = end + 1) {
+        std::smatch match;
+        const std::string line = err.substr(start, end - start);
+        if (std::regex_search(line, match, id))
+            ids.push_back(match[1]);
+    }
+    return ids;
+}
+
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir) {
+    return runToolAs("", arguments, appDir);
+}
+
+ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
+                  const std::string& appDir) {
     TempFolder scratch;
+    // The folders that stand for none must be missing to the user too, not out of reach.
+    std::filesystem::permissions(scratch.path(), std::filesystem::perms::all);
     const std::string outPath = scratch.file("stdout");
     const std::string errPath = scratch.file("stderr");
     const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
@@ -60,7 +83,7 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
         redirect("/dev/null", O_RDONLY, 0);
         redirect(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 1);
         redirect(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 2);
-        execTool(arguments, app, none);
+        execTool(arguments, app, none, user);
     }
     ToolRun run;
     run.exitCode = exitCodeOf(child);

@@ -17,6 +17,13 @@ struct ToolRun {
 // on the machine.
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
 
+// The same as `user` (through runuser; empty: as the caller), for what root is never refused.
+ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
+                  const std::string& appDir = "");
+
+// The message ids of the diagnostic lines of `err`, in order.
+std::vector<std::string> messageIds(const std::string& err);
+
 // The same with standard error on a terminal of its own: `err` is all that the terminal
 // received, progress lines included.
 ToolRun runToolOnTerminal(const std::vector<std::string>& arguments,

@@ -24,8 +24,7 @@ bool anotherCore() {
 AdvanceReading::AdvanceReading(const std::vector<std::string>& paths, IMetaModelEvents& sink,
                                int pass, const PassObserver& progress,
                                CXMLMetaModelReader::DocumentObserver onDocument)
-    : reader_(true, false), pass_(pass), progress_(progress), onDocument_(std::move(onDocument)) {
-    addOperationPaths(reader_, paths);
+    : reader_(paths), pass_(pass), progress_(progress), onDocument_(std::move(onDocument)) {
     reader_.SetEvents(&sink);
     reader_.SetDocumentObserver([this](const String& path, size_t number, size_t count) {
         documentStarts(path, number, count);

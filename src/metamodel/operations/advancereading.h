@@ -44,7 +44,7 @@ private:
     void run();
     void documentStarts(const String& path, size_t number, size_t count);
 
-    CXMLMetaModelReader reader_;
+    COperationReader reader_;
     const int pass_;
     const PassObserver progress_;
     const CXMLMetaModelReader::DocumentObserver onDocument_;

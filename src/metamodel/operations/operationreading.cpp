@@ -14,6 +14,11 @@ void addOperationPaths(CXMLMetaModelReader& reader, const std::vector<std::strin
     }
 }
 
+COperationReader::COperationReader(const std::vector<std::string>& paths)
+    : CXMLMetaModelReader(true, false) {
+    addOperationPaths(*this, paths);
+}
+
 void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& observer) {
     if (!observer) {
         reader.SetDocumentObserver({});
@@ -25,9 +30,7 @@ void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& obse
 }
 
 void readValidating(const std::vector<std::string>& paths, const PassObserver& observer) {
-    // The per-machine and per-user roots are no part of an operation.
-    CXMLMetaModelReader reader(true, false);
-    addOperationPaths(reader, paths);
+    COperationReader reader(paths);
     CValidationMetaModelEvents validation(true);
     reader.SetEvents(&validation);
     observePass(reader, 1, observer);

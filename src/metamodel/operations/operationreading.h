@@ -18,6 +18,13 @@ using PassObserver =
 // documents after all roots, whatever their order here.
 void addOperationPaths(CXMLMetaModelReader& reader, const std::vector<std::string>& paths);
 
+// The reader of an operation's set: the installation's roots and the extension's, then
+// `paths`; the per-machine and per-user roots are no part of an operation.
+class COperationReader : public CXMLMetaModelReader {
+public:
+    explicit COperationReader(const std::vector<std::string>& paths);
+};
+
 // Makes the reader tell `observer` of each document, as pass `pass`; an empty observer
 // silences it.
 void observePass(CXMLMetaModelReader& reader, int pass, const PassObserver& observer);

@@ -1,0 +1,85 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using TestSupport::TempFolder;
+
+// The exit code and the message ids of a run, as one line.
+std::string outcome(const TestSupport::ToolRun& run) {
+    std::string line = std::to_string(run.exitCode);
+    for (const std::string& id : TestSupport::messageIds(run.err))
+        line += " " + id;
+    return line;
+}
+
+// Root is never refused a folder, so the tool runs as an ordinary user where the test is root.
+TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
+    const bool root = geteuid() == 0;
+    if (root && access("/usr/sbin/runuser", X_OK) != 0)
+        GTEST_SKIP() << "running as root without runuser: no user is refused a folder";
+    TempFolder folder;
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
+    const std::string set = folder.write("set/MetaModel.xml", "<metaModel file_no=\"4\"/>");
+    folder.write("set/metamodel.xml", "");
+    folder.write("empty/metamodel.xml", "");
+    // Unreadable, so that reading them shows.
+    folder.write("s/locked/MetaModel.xml", "<metaModel");
+    folder.write("s/ok/MetaModel.xml", "<metaModel file_no=\"4\"/>");
+    const std::string user = folder.file("user"), machine = folder.file("machine");
+    folder.write("user/configuration/Languages/MetaModel.xml", "<metaModel");
+    folder.write("machine/configuration/Languages/MetaModel.xml", "<metaModel");
+    ASSERT_EQ(chmod(folder.file("s/locked").c_str(), 0), 0);
+    const std::string locked =
+        "'" + folder.file("s/locked") + "' cannot be read: " + std::strerror(EACCES);
+    const std::string database = folder.file("repository.db");
+    std::string deep = "<metaModel file_no=\"1\">";
+    for (int level = 0; level < 300; ++level)
+        deep += "<a>";
+    const std::string overlong = "<metaModel file_no=\"1\"><category name=\"" +
+                                 std::string(10'000'001, 'x') + "\"/></metaModel>";
+    const std::string unparsable = "1 QEL_MM_SAX_PARSE_EXCEPTION QEL_MM_XML_FILE_ERR";
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string outcome;
+        std::string says = "";
+    };
+    const Case cases[] = {
+        {{"check", folder.file("s")}, "1 QEL_MM_INPUT_UNREADABLE", locked},
+        {{"transfer", "--db", "sqlite:" + database, folder.file("s")},
+         "1 QEL_MM_INPUT_UNREADABLE",
+         locked},
+        {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
+        {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
+        {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
+        {{"check", set, folder.file("set//MetaModel.xml")}, "1 QEL_MM_DOCUMENT_TWICE"},
+        {{"export", folder.file("set/metamodel.xml")}, "1 QEL_MM_NOT_A_DOCUMENT_NAME"},
+        {{"dump", folder.write("deep/MetaModel.xml", deep)},
+         unparsable,
+         "elements nest deeper than 256 levels, the parser's fixed limit"},
+        {{"dump", folder.write("long/MetaModel.xml", overlong)},
+         unparsable,
+         "an attribute value is longer than 10000000 bytes"},
+        {{"--user-dir", user, "--all-users-dir", machine, "dump", set}, "0"},
+        {{"--user-dir", user, "--all-users-dir", machine, "export", set}, "0"},
+        {{"--user-dir", user, "--all-users-dir", machine, "describe", set}, "0"},
+    };
+    for (const Case& test : cases) {
+        const auto run = TestSupport::runToolAs(root ? "nobody" : "", test.arguments);
+        const std::string call = testing::PrintToString(test.arguments).substr(0, 200);
+        EXPECT_EQ(outcome(run), test.outcome) << call << "\n" << run.err;
+        EXPECT_NE(run.err.find(test.says), std::string::npos) << call << "\n" << run.err;
+    }
+    EXPECT_FALSE(std::filesystem::exists(database));
+    chmod(folder.file("s/locked").c_str(), 0700);
+}
+
+} // namespace
