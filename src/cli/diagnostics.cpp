@@ -50,6 +50,7 @@ void appendKey(std::string& out, const char* key) {
 }
 
 DiagnosticCounts counts;
+DiagnosticFormat chosenFormat = DiagnosticFormat::Text;
 
 bool present(const char* text) {
     return text && *text;
@@ -103,8 +104,13 @@ DiagnosticCounts diagnosticCounts() {
     return counts;
 }
 
+DiagnosticFormat diagnosticFormat() {
+    return chosenFormat;
+}
+
 void installDiagnostics(DiagnosticFormat format) {
     counts = {};
+    chosenFormat = format;
     AppMsgManager::SetMessageSink([format](const CppLanguage::IAppMsg& message) {
         if (message.GetSeverity() == CppLanguage::SeverityWarning)
             ++counts.warnings;

@@ -18,6 +18,9 @@ void appendJsonString(std::string& out, const char* text);
 // Every message the library posts goes to standard error in the chosen form.
 void installDiagnostics(DiagnosticFormat format);
 
+// The form chosen, for the lines the tool writes itself.
+DiagnosticFormat diagnosticFormat();
+
 // How many warnings went out since the diagnostics were installed.
 struct DiagnosticCounts {
     int warnings = 0;

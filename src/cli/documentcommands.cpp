@@ -34,9 +34,15 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
     MetaModel::CXMLMetaModelReader documents;
     if (!fromRepository && !addDocumentPaths(documents, arguments.operands))
         return exitFailure;
-    // The stream goes to a scratch file first, so that a failed run leaves the output as it
-    // was, standard output untouched included.
-    return writeOutputWhole(arguments.value("output", "-"), [&](const std::string& target) {
+    // The output replaces its old content only at the end, so an input it names is caught
+    // before any harm: a document as it comes to be read, the database once it is open.
+    const std::string output = arguments.value("output", "-");
+    const OutputIdentity outputFile(output);
+    bool outputIsDocument = false;
+    documents.SetDocumentObserver([&](const ORLO::String& path, size_t, size_t) {
+        outputIsDocument = outputFile.isInput(path) || outputIsDocument;
+    });
+    return writeOutputWhole(output, [&](const std::string& target) {
         try {
             std::unique_ptr<IUniqueConnection> connection;
             std::unique_ptr<MetaModel::CDBMetaModelReader> repository;
@@ -47,12 +53,16 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
                 repository =
                     std::make_unique<MetaModel::CDBMetaModelReader>(connection->GetHandle());
                 reader = repository.get();
+                if (outputFile.isOpenInput())
+                    return false;
             }
             {
                 std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
                 reader->SetEvents(sink.get());
                 reader->Read();
             }
+            if (outputIsDocument)
+                return false;
         } catch (const CppLanguage::CRuntimeException& failure) {
             CppLanguage::reportException(failure);
             return false;

@@ -131,19 +131,6 @@ TEST(Tool, AnEmptyIdIsReportedAtItsLineThenTheFileFailureAndExitOne) {
         << json[1];
 }
 
-TEST(Tool, OutputThatCannotBeOpenedIsAMessageAndExitOne) {
-    TempFolder folder;
-    const std::string target = folder.file("missing/out");
-    auto run = runTool({"dump", "-o", target, sample});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_MM_DUMP_FILE_ERR]"), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find(target), std::string::npos);
-
-    run = runTool({"export", "-o", target, sample});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_MM_XML_OUTPUT_FILE_ERR]"), std::string::npos) << run.err;
-}
-
 TEST(Tool, MissingDocumentsAndFoldersAreFailuresNotSilence) {
     TempFolder folder;
     auto run = runTool({"dump", folder.file("nowhere/MetaModel.xml")});

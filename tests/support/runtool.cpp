@@ -46,9 +46,10 @@ int exitCodeOf(pid_t child) {
 
 } // namespace
 
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir) {
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir,
+                const std::string& standardOutput) {
     TempFolder scratch;
-    const std::string outPath = scratch.file("stdout");
+    const std::string outPath = standardOutput.empty() ? scratch.file("stdout") : standardOutput;
     const std::string errPath = scratch.file("stderr");
     const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
     const std::string none = scratch.file("none");
@@ -64,7 +65,8 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
     }
     ToolRun run;
     run.exitCode = exitCodeOf(child);
-    run.out = readFile(outPath);
+    if (standardOutput.empty())
+        run.out = readFile(outPath);
     run.err = readFile(errPath);
     return run;
 }
@@ -105,7 +107,8 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::
     return run;
 }
 
-pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir) {
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir,
+                int standardOutput, int standardError) {
     // The folders need not exist: the tool only looks into them.
     static const std::string none = "/nonexistent/metamodel-test-folder";
     const pid_t child = fork();
@@ -113,8 +116,12 @@ pid_t startTool(const std::vector<std::string>& arguments, const std::string& ap
         throw std::runtime_error("fork failed");
     if (child == 0) {
         redirect("/dev/null", O_RDONLY, 0);
-        redirect("/dev/null", O_WRONLY, 1);
-        redirect("/dev/null", O_WRONLY, 2);
+        for (const auto& [given, target] : {std::pair{standardOutput, 1}, {standardError, 2}}) {
+            if (given < 0)
+                redirect("/dev/null", O_WRONLY, target);
+            else
+                dup2(given, target);
+        }
         execTool(arguments, appDir.empty() ? none : appDir, none);
     }
     return child;

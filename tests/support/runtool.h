@@ -15,15 +15,20 @@ struct ToolRun {
 // Runs the built metamodel tool with the arguments, no standard input, and the installation
 // folders pointed at `appDir` (empty: a folder that does not exist) so that runs do not depend
 // on the machine.
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
+// `standardOutput`, when given, is the file the tool writes its standard output to, and `out`
+// stays empty.
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir = "",
+                const std::string& standardOutput = "");
 
 // The same with standard error on a terminal of its own: `err` is all that the terminal
 // received, progress lines included.
 ToolRun runToolOnTerminal(const std::vector<std::string>& arguments,
                           const std::string& appDir = "");
 
-// Starts the tool as runTool does, with its output thrown away, and returns at once; the
-// caller waits for it (waitpid) or kills it.
-pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
+// Starts the tool as runTool does, with its output thrown away unless descriptors for its
+// standard output and error are given, and returns at once; the caller waits for it
+// (waitpid) or kills it.
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "",
+                int standardOutput = -1, int standardError = -1);
 
 } // namespace TestSupport
