@@ -208,9 +208,7 @@ private:
 };
 
 int failed(const std::string& what, int error) {
-    CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_WRITE",
-                        {{"FILE", what}, {"REASON", std::strerror(error)}});
-    return exitFailure;
+    return reportWriteFailure(what, std::strerror(error));
 }
 
 // Syncing a pipe, a terminal or a device means nothing; only a real failure counts.
@@ -265,6 +263,11 @@ int copyOut(int from, const std::string& output, const std::string& shown) {
 }
 
 } // namespace
+
+int reportWriteFailure(const std::string& what, const char* reason) {
+    CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_WRITE", {{"FILE", what}, {"REASON", reason}});
+    return exitFailure;
+}
 
 int writeOutputWhole(const std::string& output,
                      const std::function<bool(const std::string& target)>& write) {

@@ -22,6 +22,9 @@ inline constexpr OptionSpec outputOption{"output", 'o', "FILE",
 int writeOutputWhole(const std::string& output,
                      const std::function<bool(const std::string& target)>& write);
 
+// Reports that `what` could not be written, and why; answers the exit status.
+int reportWriteFailure(const std::string& what, const char* reason);
+
 // The existing file an output names, to refuse a run that would overwrite one of its inputs.
 class OutputIdentity {
 public:

@@ -77,6 +77,7 @@ TEST(Output, AWriteThatFailsIsAnErrorWithTheSystemsReasonAndTheOldOutputStays) {
         {"dump to a full device", {"dump", "-o", "/dev/full", sample}, "", "", "No space left"},
         {"export to a full standard output", {"export", sample}, "/dev/full", "", "No space left"},
         {"services to a full device", {"services", "-o", "/dev/full"}, "", "", "No space left"},
+        {"describe to a full standard output", {"describe", sample}, "/dev/full", "", ""},
         {"dump into a missing folder",
          {"dump", "-o", folder.file("missing/out"), sample},
          "",
