@@ -122,4 +122,27 @@ void installDiagnostics(DiagnosticFormat format) {
     });
 }
 
+SummaryField::SummaryField(const char* fieldName, const std::string& value) : name(fieldName) {
+    appendJsonString(json, value.c_str());
+}
+
+void writeSummary(const char* command, const std::string& text,
+                  std::initializer_list<SummaryField> fields) {
+    clearProgressLine();
+    if (chosenFormat == DiagnosticFormat::Text) {
+        std::fprintf(stderr, "%s: %s\n", command, text.c_str());
+        return;
+    }
+    std::string summary = "{";
+    appendKey(summary, "command");
+    appendJsonString(summary, command);
+    for (const SummaryField& field : fields) {
+        appendKey(summary, field.name);
+        summary += field.json;
+    }
+    appendKey(summary, "text");
+    appendJsonString(summary, text.c_str());
+    std::fprintf(stderr, "{\"summary\":%s}}\n", summary.c_str());
+}
+
 } // namespace Cli

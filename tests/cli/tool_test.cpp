@@ -248,3 +248,45 @@ TEST(Tool, AnOutputThatIsALinkIsWrittenThroughNotReplaced) {
 }
 
 } // namespace
+
+namespace {
+
+// Summaries, init's report included, go to standard error, and in the JSON form every line
+// there is one object: the messages, then the summary.
+TEST(Tool, SummariesGoToStandardErrorAndInJsonFormAreObjects) {
+    TempFolder folder;
+    const std::string bad = folder.write("bad/MetaModel.xml", "<metaModel file_no=\"1\"><oops>");
+    const std::string database = "sqlite:" + folder.file("repository.db");
+    const struct {
+        std::vector<std::string> arguments;
+        std::string summary;
+    } cases[] = {
+        {{"init", "--db", database}, "init: the repository tables and procedures are ready"},
+        {{"--format", "json", "init", "--db", database},
+         R"j({"summary":{"command":"init","schema":"","text":"the repository tables and )j"
+         R"j(procedures are ready"}})j"},
+        {{"--format", "json", "check", sample},
+         R"j({"summary":{"command":"check","passed":true,"warnings":0,"text":"the )j"
+         R"j(documents pass (0 warnings)"}})j"},
+        {{"--format", "json", "check", bad},
+         R"j({"summary":{"command":"check","passed":false,"warnings":0,"text":"the )j"
+         R"j(documents fail (0 warnings)"}})j"},
+        {{"--format", "json", "diff", "--against", sample, sample},
+         R"j({"summary":{"command":"diff","changes":0,"breaking":0,"text":"0 changes, 0 )j"
+         R"j(breaking"}})j"},
+    };
+    for (const auto& test : cases) {
+        const auto run = runTool(test.arguments);
+        const std::string name = test.arguments[test.arguments[0] == "--format" ? 2 : 0];
+        EXPECT_EQ(run.out, "") << name;
+        const std::vector<std::string> err = lines(run.err);
+        ASSERT_FALSE(err.empty()) << name;
+        EXPECT_EQ(err.back(), test.summary) << name;
+        if (test.arguments[0] != "--format")
+            continue;
+        for (const std::string& line : err)
+            EXPECT_TRUE(line.front() == '{' && line.back() == '}') << name << ": " << line;
+    }
+}
+
+} // namespace
