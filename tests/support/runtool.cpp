@@ -37,14 +37,14 @@ void redirect(const char* path, int flags, int target) {
         close(descriptor);
 }
 
+} // namespace
+
 int exitCodeOf(pid_t child) {
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
-
-} // namespace
 
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir,
                 const std::string& standardOutput) {
@@ -108,7 +108,7 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::
 }
 
 pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir,
-                int standardOutput, int standardError) {
+                int standardError) {
     // The folders need not exist: the tool only looks into them.
     static const std::string none = "/nonexistent/metamodel-test-folder";
     const pid_t child = fork();
@@ -116,12 +116,11 @@ pid_t startTool(const std::vector<std::string>& arguments, const std::string& ap
         throw std::runtime_error("fork failed");
     if (child == 0) {
         redirect("/dev/null", O_RDONLY, 0);
-        for (const auto& [given, target] : {std::pair{standardOutput, 1}, {standardError, 2}}) {
-            if (given < 0)
-                redirect("/dev/null", O_WRONLY, target);
-            else
-                dup2(given, target);
-        }
+        redirect("/dev/null", O_WRONLY, 1);
+        if (standardError < 0)
+            redirect("/dev/null", O_WRONLY, 2);
+        else
+            dup2(standardError, 2);
         execTool(arguments, appDir.empty() ? none : appDir, none);
     }
     return child;

@@ -25,10 +25,13 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
 ToolRun runToolOnTerminal(const std::vector<std::string>& arguments,
                           const std::string& appDir = "");
 
-// Starts the tool as runTool does, with its output thrown away unless descriptors for its
-// standard output and error are given, and returns at once; the caller waits for it
-// (waitpid) or kills it.
+// Starts the tool as runTool does, with its output thrown away and its standard error too
+// unless a descriptor is given, and returns at once; the caller waits for it (exitCodeOf) or
+// kills it.
 pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "",
-                int standardOutput = -1, int standardError = -1);
+                int standardError = -1);
+
+// Waits for a started tool; its exit status, or 128 + the signal that ended it.
+int exitCodeOf(pid_t child);
 
 } // namespace TestSupport
