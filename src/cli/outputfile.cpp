@@ -292,22 +292,26 @@ int writeOutputWhole(const std::string& output,
         }
     }
     std::error_code noTemporaryFolder;
-    const std::filesystem::path folder =
-        replaced ? destination.parent_path()
-                 : std::filesystem::temp_directory_path(noTemporaryFolder);
+    std::filesystem::path folder = replaced
+                                       ? destination.parent_path()
+                                       : std::filesystem::temp_directory_path(noTemporaryFolder);
+    if (noTemporaryFolder)
+        folder = "/tmp";
+    // Until the content is complete, a failure lies with the folder that holds it.
+    const std::string holder = replaced ? shown : folder.string();
     const SignalGuard signals;
-    ScratchFile scratch(noTemporaryFolder ? "/tmp" : folder, replaced);
+    ScratchFile scratch(folder, replaced);
     if (scratch.error())
-        return failed(replaced ? shown : folder.string(), scratch.error());
+        return failed(holder, scratch.error());
     CheckedCopy copy(scratch.descriptor());
     if (copy.error())
-        return failed(shown, copy.error());
+        return failed(holder, copy.error());
     const bool written = write(copy.path());
     const int copyError = copy.finish();
     if (!written)
         return exitFailure;
     if (copyError)
-        return failed(shown, copyError);
+        return failed(holder, copyError);
     return replaced ? replaceFile(scratch, destination, shown)
                     : copyOut(scratch.descriptor(), output, shown);
 }
