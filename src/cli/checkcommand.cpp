@@ -25,8 +25,11 @@ int runCheck(const GlobalOptions& global, const CommandArguments& arguments) {
         const DiagnosticCounts counts = diagnosticCounts();
         // The failure itself states how many faults; warnings are counted here since
         // they do not fail the check.
-        std::fprintf(stderr, "check: the documents %s (%d warning%s)\n", passed ? "pass" : "fail",
-                     counts.warnings, counts.warnings == 1 ? "" : "s");
+        writeSummary("check",
+                     std::string("the documents ") + (passed ? "pass" : "fail") + " (" +
+                         std::to_string(counts.warnings) + " warning" +
+                         (counts.warnings == 1 ? "" : "s") + ")",
+                     {{"passed", passed}, {"warnings", counts.warnings}});
     }
     return passed ? 0 : 1;
 }

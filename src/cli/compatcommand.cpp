@@ -1,4 +1,5 @@
 #include "cli/commandline.h"
+#include "cli/diagnostics.h"
 #include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
@@ -215,9 +216,11 @@ int runCompat(const GlobalOptions& global, const CommandArguments& arguments) {
     std::fputs(changedIds.c_str(), stdout);
     if (compatible && coherent) {
         if (!global.quiet)
-            std::fprintf(stderr, "compat: the documents can %s\n",
-                         migrate ? "replace the installed side"
-                                 : "be installed beside the installed side");
+            writeSummary("compat",
+                         std::string("the documents can ") +
+                             (migrate ? "replace the installed side"
+                                      : "be installed beside the installed side"),
+                         {{"compatible", true}});
         return exitCompatible;
     }
 
@@ -226,7 +229,7 @@ int runCompat(const GlobalOptions& global, const CommandArguments& arguments) {
     const int found = migrate ? reportIdChanges(next, nextOrigins, installed, installedOrigins)
                               : reportClashes(next, nextOrigins, installed, installedOrigins);
     if (!global.quiet) {
-        std::string summary = "compat: the documents cannot ";
+        std::string summary = "the documents cannot ";
         summary += migrate ? "replace the installed side" : "be installed beside it";
         if (!compatible)
             summary += ": " + std::to_string(found) +
@@ -234,7 +237,8 @@ int runCompat(const GlobalOptions& global, const CommandArguments& arguments) {
                                 : (found == 1 ? " clash" : " clashes"));
         if (!coherent)
             summary += std::string(compatible ? ": " : "; ") + "a side defines something twice";
-        std::fprintf(stderr, "%s\n", summary.c_str());
+        writeSummary("compat", summary,
+                     {{"compatible", false}, {migrate ? "idChanges" : "clashes", found}});
     }
     return exitIncompatible;
 }

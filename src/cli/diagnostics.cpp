@@ -50,6 +50,7 @@ void appendKey(std::string& out, const char* key) {
 }
 
 DiagnosticCounts counts;
+DiagnosticFormat chosenFormat = DiagnosticFormat::Text;
 
 bool present(const char* text) {
     return text && *text;
@@ -103,8 +104,13 @@ DiagnosticCounts diagnosticCounts() {
     return counts;
 }
 
+DiagnosticFormat diagnosticFormat() {
+    return chosenFormat;
+}
+
 void installDiagnostics(DiagnosticFormat format) {
     counts = {};
+    chosenFormat = format;
     AppMsgManager::SetMessageSink([format](const CppLanguage::IAppMsg& message) {
         if (message.GetSeverity() == CppLanguage::SeverityWarning)
             ++counts.warnings;
@@ -114,6 +120,29 @@ void installDiagnostics(DiagnosticFormat format) {
         clearProgressLine();
         std::fprintf(stderr, "%s\n", line.c_str());
     });
+}
+
+SummaryField::SummaryField(const char* fieldName, const std::string& value) : name(fieldName) {
+    appendJsonString(json, value.c_str());
+}
+
+void writeSummary(const char* command, const std::string& text,
+                  std::initializer_list<SummaryField> fields) {
+    clearProgressLine();
+    if (chosenFormat == DiagnosticFormat::Text) {
+        std::fprintf(stderr, "%s: %s\n", command, text.c_str());
+        return;
+    }
+    std::string summary = "{";
+    appendKey(summary, "command");
+    appendJsonString(summary, command);
+    for (const SummaryField& field : fields) {
+        appendKey(summary, field.name);
+        summary += field.json;
+    }
+    appendKey(summary, "text");
+    appendJsonString(summary, text.c_str());
+    std::fprintf(stderr, "{\"summary\":%s}}\n", summary.c_str());
 }
 
 } // namespace Cli

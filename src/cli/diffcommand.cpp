@@ -224,8 +224,10 @@ int diff(const GlobalOptions& global, const CommandArguments& arguments) {
     if (std::fflush(stdout) != 0)
         return exitFailure;
     if (!global.quiet)
-        std::fprintf(stderr, "diff: %zu change%s, %zu breaking\n", changes.size(),
-                     changes.size() == 1 ? "" : "s", breaking);
+        writeSummary("diff",
+                     std::to_string(changes.size()) + " change" + (changes.size() == 1 ? "" : "s") +
+                         ", " + std::to_string(breaking) + " breaking",
+                     {{"changes", changes.size()}, {"breaking", breaking}});
     return arguments.has("fail-on-breaking") && breaking ? exitFailure : exitSuccess;
 }
 

@@ -26,12 +26,19 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
     ModelSource source(command, arguments);
     if (!source.prepare())
         return exitFailure;
-    // The stream goes to a scratch file first, so that a failed run leaves the output as it
-    // was, standard output untouched included.
-    return writeOutputWhole(arguments.value("output", "-"), [&](const std::string& target) {
+    // The output replaces its old content only at the end, so an input it names is caught
+    // before any harm: a document as it comes to be read, the database once it is open.
+    const std::string output = arguments.value("output", "-");
+    const OutputIdentity outputFile(output);
+    bool outputIsDocument = false;
+    source.observeDocuments([&](const ORLO::String& path, size_t, size_t) {
+        outputIsDocument = outputFile.isInput(path) || outputIsDocument;
+    });
+    return writeOutputWhole(output, [&](const std::string& target) {
         try {
             std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
-            source.play(*sink);
+            if (!source.play(*sink, [&] { return !outputFile.isOpenInput(); }) || outputIsDocument)
+                return false;
         } catch (const CppLanguage::CRuntimeException& failure) {
             CppLanguage::reportException(failure);
             return false;

@@ -1,9 +1,12 @@
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
 #include "cli/documentpaths.h"
+#include "cli/outputfile.h"
 #include "platform/appdatamanager.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <string>
 #include <vector>
@@ -20,6 +23,16 @@ int usageFailure(const Cli::UsageError& problem) {
     return exitUsage;
 }
 
+// What the tool printed itself is checked as a whole: a lost line is a failed run. The stream
+// keeps no reason for a write that failed before this flush.
+int checkedStandardOutput(int status) {
+    if (std::fflush(stdout) != 0)
+        return Cli::reportWriteFailure("standard output", std::strerror(errno));
+    if (std::ferror(stdout))
+        return Cli::reportWriteFailure("standard output", "an earlier write failed");
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -32,18 +45,19 @@ int main(int argc, char** argv) {
     }
     if (line.global.version) {
         std::printf("metamodel %s\n", version);
-        return 0;
+        return checkedStandardOutput(0);
     }
     if (line.global.help || line.arguments.help) {
         std::fputs(Cli::helpText(line.command).c_str(), stdout);
-        return 0;
+        return checkedStandardOutput(0);
     }
     AppDataManager::SetAppDataOverrides(line.global.folders);
     Cli::installDiagnostics(line.global.format);
     if (!Cli::folderOptionsExist(line.global.folders))
         return 1;
+    int status = 1;
     try {
-        return Cli::findCommand(line.command)->run(line.global, line.arguments);
+        status = Cli::findCommand(line.command)->run(line.global, line.arguments);
     } catch (const Cli::UsageError& problem) {
         // Some wrong calls show only once a command looks at its options together.
         return usageFailure(problem);
@@ -51,4 +65,5 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
         return 1;
     }
+    return checkedStandardOutput(status);
 }

@@ -21,16 +21,20 @@ bool ModelSource::prepare() {
     return fromRepository() || documentPathsReadable(paths_);
 }
 
-void ModelSource::play(MetaModel::IMetaModelEvents& sink) {
+bool ModelSource::play(MetaModel::IMetaModelEvents& sink,
+                       const std::function<bool()>& repositoryOpened) {
     if (!fromRepository()) {
         documents_.SetEvents(&sink);
         documents_.Read();
-        return;
+        return true;
     }
     IUniqueConnection connection(database_, schema_);
+    if (repositoryOpened && !repositoryOpened())
+        return false;
     MetaModel::CDBMetaModelReader repository(connection.GetHandle());
     repository.SetEvents(&sink);
     repository.Read();
+    return true;
 }
 
 } // namespace Cli

@@ -2,9 +2,10 @@
 
 #include "cli/commandline.h"
 
-#include "metamodel/stream/metamodelevents.h"
 #include "metamodel/operations/operationreading.h"
+#include "metamodel/stream/metamodelevents.h"
 
+#include <functional>
 #include <string>
 
 namespace Cli {
@@ -20,8 +21,15 @@ public:
     // Reports what of the PATHs cannot be read as named (documentPathsReadable); answers
     // whether all can. Call before play.
     bool prepare();
-    // Plays the whole source into the sink; the library's failures pass through.
-    void play(MetaModel::IMetaModelEvents& sink);
+    // Hears of each document before it is read.
+    void observeDocuments(MetaModel::CXMLMetaModelReader::DocumentObserver observer) {
+        documents_.SetDocumentObserver(std::move(observer));
+    }
+    // Plays the whole source into the sink; the library's failures pass through. With --db,
+    // `repositoryOpened` is asked once the connection is open and may stop the run before a
+    // row is read by answering false; so does play.
+    bool play(MetaModel::IMetaModelEvents& sink,
+              const std::function<bool()>& repositoryOpened = {});
 
 private:
     std::string database_;

@@ -1,10 +1,19 @@
 #include "cli/outputfile.h"
 
+#include "cli/diagnostics.h"
+#include "cpplanguage/messages.h"
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
-#include <optional>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace Cli {
 
@@ -13,79 +22,333 @@ namespace {
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
 
-// A temporary file in a folder that goes away with this object unless it was moved.
-class ScratchFile {
+// What the signal handlers need, set up before they are installed: a handler may neither
+// allocate nor lock, so the scratch file's path lives in a fixed buffer and the flag says when
+// it names a file of ours.
+char scratchPath[PATH_MAX];
+volatile std::sig_atomic_t scratchNamed = 0;
+char interruptedLine[128];
+size_t interruptedLength = 0;
+
+extern "C" void onSignal(int signal) {
+    if (scratchNamed)
+        unlink(scratchPath);
+    if (signal == SIGPIPE) {
+        // The reader went away: the run ends as other tools in a pipeline end, by the signal
+        // itself and without a word. It is blocked while this runs and strikes on return.
+        std::signal(SIGPIPE, SIG_DFL);
+        raise(SIGPIPE);
+        return;
+    }
+    [[maybe_unused]] const ssize_t ignored =
+        write(STDERR_FILENO, interruptedLine, interruptedLength);
+    _exit(128 + signal);
+}
+
+constexpr int handledSignals[] = {SIGINT, SIGTERM, SIGPIPE};
+
+// The handlers stay in place while an output is written, and no longer: other commands keep
+// the default behaviour on which their own guarantees rest.
+class SignalGuard {
 public:
-    explicit ScratchFile(const std::filesystem::path& folder) {
-        std::string pattern = (folder / ".metamodel-XXXXXX");
-        const int descriptor = mkstemp(pattern.data());
-        if (descriptor >= 0) {
-            // It may become the output: give it the mode a plain new file would get.
-            const mode_t mask = umask(0);
-            umask(mask);
-            fchmod(descriptor, 0666 & ~mask);
-            close(descriptor);
-            path_ = pattern;
+    SignalGuard() {
+        const std::string line = diagnosticFormat() == DiagnosticFormat::Json
+                                     ? R"({"severity":"error","text":"interrupted"})"
+                                     : "metamodel: interrupted";
+        interruptedLength = std::min(line.size() + 1, sizeof interruptedLine);
+        std::memcpy(interruptedLine, (line + "\n").c_str(), interruptedLength);
+        struct sigaction action {};
+        action.sa_handler = onSignal;
+        sigemptyset(&action.sa_mask);
+        for (const int signal : handledSignals)
+            sigaddset(&action.sa_mask, signal);
+        for (size_t index = 0; index < std::size(handledSignals); ++index) {
+            sigaction(handledSignals[index], nullptr, &previous_[index]);
+            // A run started with interruptions ignored (in the background) keeps them so.
+            if (handledSignals[index] == SIGPIPE || previous_[index].sa_handler != SIG_IGN)
+                sigaction(handledSignals[index], &action, nullptr);
         }
     }
-    ~ScratchFile() {
-        if (!path_.empty())
-            std::remove(path_.c_str());
+    ~SignalGuard() {
+        for (size_t index = 0; index < std::size(handledSignals); ++index)
+            sigaction(handledSignals[index], &previous_[index], nullptr);
     }
-    const std::string& path() const { return path_; }
+    SignalGuard(const SignalGuard&) = delete;
+    SignalGuard& operator=(const SignalGuard&) = delete;
 
 private:
+    struct sigaction previous_[std::size(handledSignals)]{};
+};
+
+int writeAll(int descriptor, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t written = write(descriptor, data, size);
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            return errno;
+        }
+        data += written;
+        size -= size_t(written);
+    }
+    return 0;
+}
+
+// A scratch file: named beside the file it is to replace, nameless otherwise, so that not even
+// a killed run leaves it behind.
+class ScratchFile {
+public:
+    ScratchFile(const std::filesystem::path& folder, bool named) {
+        const std::string pattern = (folder / ".metamodel-XXXXXX").string();
+        if (pattern.size() >= sizeof scratchPath) {
+            error_ = ENAMETOOLONG;
+            return;
+        }
+        std::memcpy(scratchPath, pattern.c_str(), pattern.size() + 1);
+        scratchNamed = 1;
+        descriptor_ = mkostemp(scratchPath, O_CLOEXEC);
+        if (descriptor_ < 0) {
+            error_ = errno;
+            scratchNamed = 0;
+            return;
+        }
+        path_ = scratchPath;
+        if (!named) {
+            unlink(scratchPath);
+            scratchNamed = 0;
+            return;
+        }
+        // It becomes the output: give it the mode a plain new file would get.
+        const mode_t mask = umask(0);
+        umask(mask);
+        fchmod(descriptor_, 0666 & ~mask);
+    }
+    ~ScratchFile() {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+        if (scratchNamed) {
+            unlink(scratchPath);
+            scratchNamed = 0;
+        }
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    int error() const { return error_; }
+    int descriptor() const { return descriptor_; }
+    const std::string& path() const { return path_; }
+    // Syncs and closes it; answers 0 or the system's error.
+    int commit() {
+        int error = fsync(descriptor_) == 0 ? 0 : errno;
+        if (close(descriptor_) != 0 && error == 0)
+            error = errno;
+        descriptor_ = -1;
+        return error;
+    }
+    // Once renamed, the name is the output's and no longer ours to remove.
+    void renamed() { scratchNamed = 0; }
+
+private:
+    int descriptor_ = -1;
+    int error_ = 0;
     std::string path_;
 };
 
-bool copyToStandardOutput(const std::string& path) {
-    std::FILE* in = std::fopen(path.c_str(), "rb");
-    if (!in)
-        return false;
-    char buffer[1 << 16];
-    size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, in)) > 0)
-        std::fwrite(buffer, 1, count, stdout);
-    std::fclose(in);
-    return std::fflush(stdout) == 0;
+// The library's sinks write through stdio and do not look at the outcome, so they are given
+// a pipe, and this copies from it to the real destination with every write checked.
+class CheckedCopy {
+public:
+    explicit CheckedCopy(int destination) : destination_(destination) {
+        if (pipe2(pipe_, O_CLOEXEC) != 0)
+            error_ = errno;
+        else
+            worker_ = std::thread([this] { run(); });
+    }
+    ~CheckedCopy() { finish(); }
+    CheckedCopy(const CheckedCopy&) = delete;
+    CheckedCopy& operator=(const CheckedCopy&) = delete;
+
+    int error() const { return error_; }
+    std::string path() const { return "/dev/fd/" + std::to_string(pipe_[1]); }
+    // Waits until all that was written has arrived; answers 0 or the first error.
+    int finish() {
+        if (pipe_[1] >= 0)
+            close(pipe_[1]);
+        pipe_[1] = -1;
+        if (worker_.joinable())
+            worker_.join();
+        if (pipe_[0] >= 0)
+            close(pipe_[0]);
+        pipe_[0] = -1;
+        return error_;
+    }
+
+private:
+    void run() {
+        std::vector<char> buffer(1 << 16);
+        for (;;) {
+            const ssize_t count = read(pipe_[0], buffer.data(), buffer.size());
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count <= 0) {
+                if (count < 0 && error_ == 0)
+                    error_ = errno;
+                return;
+            }
+            // After a failure the rest is drained all the same, so that the writer never blocks.
+            if (error_ == 0)
+                error_ = writeAll(destination_, buffer.data(), size_t(count));
+        }
+    }
+
+    int destination_;
+    int pipe_[2] = {-1, -1};
+    int error_ = 0;
+    std::thread worker_;
+};
+
+int failed(const std::string& what, int error) {
+    return reportWriteFailure(what, std::strerror(error));
+}
+
+// Syncing a pipe, a terminal or a device means nothing; only a real failure counts.
+int syncError(int descriptor) {
+    return fsync(descriptor) == 0 || errno == EINVAL ? 0 : errno;
+}
+
+int replaceFile(ScratchFile& scratch, const std::filesystem::path& destination,
+                const std::string& shown) {
+    if (const int error = scratch.commit())
+        return failed(shown, error);
+    if (rename(scratch.path().c_str(), destination.c_str()) != 0)
+        return failed(shown, errno);
+    scratch.renamed();
+    // The rename survives a power cut only once the folder is synced.
+    const std::string folder = destination.parent_path().string();
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return failed(folder, errno);
+    const int error = syncError(descriptor);
+    close(descriptor);
+    return error ? failed(folder, error) : exitSuccess;
+}
+
+int copyOut(int from, const std::string& output, const std::string& shown) {
+    const bool toStandardOutput = output == "-";
+    if (toStandardOutput && std::fflush(stdout) != 0)
+        return failed(shown, errno);
+    const int target = toStandardOutput
+                           ? dup(STDOUT_FILENO)
+                           : open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (target < 0)
+        return failed(shown, errno);
+    int error = lseek(from, 0, SEEK_SET) == 0 ? 0 : errno;
+    std::vector<char> buffer(1 << 16);
+    while (error == 0) {
+        const ssize_t count = read(from, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0) {
+            error = count < 0 ? errno : 0;
+            break;
+        }
+        error = writeAll(target, buffer.data(), size_t(count));
+    }
+    if (error == 0)
+        error = syncError(target);
+    // Some file systems report a failed write only when the file is closed.
+    if (close(target) != 0 && error == 0)
+        error = errno;
+    return error ? failed(shown, error) : exitSuccess;
 }
 
 } // namespace
 
+int reportWriteFailure(const std::string& what, const char* reason) {
+    CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_WRITE", {{"FILE", what}, {"REASON", reason}});
+    return exitFailure;
+}
+
 int writeOutputWhole(const std::string& output,
                      const std::function<bool(const std::string& target)>& write) {
     const bool toStandardOutput = output == "-";
-    // Where no scratch file can be made, the writer writes the output itself and says why it
-    // could not. Only a plain file may be replaced by a rename: a device such as /dev/null, a
-    // pipe or a link is written to in place, as the user named it.
-    std::error_code ignored;
-    const std::filesystem::file_status existing = std::filesystem::symlink_status(output, ignored);
-    const bool replaceable =
-        !std::filesystem::exists(existing) || std::filesystem::is_regular_file(existing);
-    std::filesystem::path folder = std::filesystem::temp_directory_path();
+    const std::string shown = toStandardOutput ? "standard output" : output;
+    // Only a plain file, or one still to be made, is replaced by a rename; through a link the
+    // file it names is, and the link stays. A device or a pipe gets the content once complete,
+    // as standard output does.
+    std::filesystem::path destination = std::filesystem::absolute(output);
+    bool replaced = false;
     if (!toStandardOutput) {
-        folder = std::filesystem::path(output).parent_path();
-        if (folder.empty())
-            folder = ".";
+        std::error_code ignored;
+        const auto status = std::filesystem::status(output, ignored);
+        if (std::filesystem::is_regular_file(status)) {
+            replaced = true;
+            if (auto resolved = std::filesystem::canonical(output, ignored); !ignored)
+                destination = resolved;
+        } else {
+            replaced =
+                !std::filesystem::exists(status) &&
+                !std::filesystem::is_symlink(std::filesystem::symlink_status(output, ignored));
+        }
     }
-    std::optional<ScratchFile> scratch;
-    if (toStandardOutput || replaceable)
-        scratch.emplace(folder);
-    const std::string target = scratch && !scratch->path().empty() ? scratch->path() : output;
-    if (!write(target))
+    std::error_code noTemporaryFolder;
+    std::filesystem::path folder = replaced
+                                       ? destination.parent_path()
+                                       : std::filesystem::temp_directory_path(noTemporaryFolder);
+    if (noTemporaryFolder)
+        folder = "/tmp";
+    // Until the content is complete, a failure lies with the folder that holds it.
+    const std::string holder = replaced ? shown : folder.string();
+    const SignalGuard signals;
+    ScratchFile scratch(folder, replaced);
+    if (scratch.error())
+        return failed(holder, scratch.error());
+    CheckedCopy copy(scratch.descriptor());
+    if (copy.error())
+        return failed(holder, copy.error());
+    const bool written = write(copy.path());
+    const int copyError = copy.finish();
+    if (!written)
         return exitFailure;
-    if (target == output)
-        return exitSuccess;
-    if (toStandardOutput)
-        return copyToStandardOutput(target) ? exitSuccess : exitFailure;
-    std::error_code moved;
-    std::filesystem::rename(target, output, moved);
-    if (moved) {
-        std::fprintf(stderr, "metamodel: error: cannot write '%s': %s\n", output.c_str(),
-                     moved.message().c_str());
-        return exitFailure;
+    if (copyError)
+        return failed(holder, copyError);
+    return replaced ? replaceFile(scratch, destination, shown)
+                    : copyOut(scratch.descriptor(), output, shown);
+}
+
+OutputIdentity::OutputIdentity(const std::string& output) : output_(output) {
+    // Only a plain file can be an input; a device such as /dev/null may be both at no harm.
+    struct stat status {};
+    if (output != "-" && stat(output.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+        exists_ = true;
+        device_ = status.st_dev;
+        inode_ = status.st_ino;
     }
-    return exitSuccess;
+}
+
+bool OutputIdentity::isInput(const std::string& input) const {
+    struct stat status {};
+    if (!exists_ || stat(input.c_str(), &status) != 0 || status.st_dev != device_ ||
+        status.st_ino != inode_)
+        return false;
+    CppLanguage::report(ORLO_HERE, "FILEOP_OUTPUT_IS_INPUT", {{"FILE", output_}, {"INPUT", input}});
+    return true;
+}
+
+bool OutputIdentity::isOpenInput() const {
+    if (!exists_)
+        return false;
+    // Standard input, output and error are the caller's redirections, not inputs read.
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
+        const std::string name = entry.path().filename().string();
+        if (name == "0" || name == "1" || name == "2")
+            continue;
+        const std::filesystem::path file = std::filesystem::read_symlink(entry.path(), ignored);
+        if (!ignored && isInput(file.string()))
+            return true;
+    }
+    return false;
 }
 
 } // namespace Cli

@@ -1,4 +1,5 @@
 #include "cli/commandline.h"
+#include "cli/diagnostics.h"
 #include "cli/documentpaths.h"
 #include "cli/progress.h"
 #include "cli/repositoryaccess.h"
@@ -32,8 +33,10 @@ int initialise(const GlobalOptions& global, const CommandArguments& arguments) {
         return exitFailure;
     }
     if (!global.quiet)
-        std::printf("The repository tables and procedures are ready%s.\n",
-                    schema.empty() ? "" : (" in schema '" + schema + "'").c_str());
+        writeSummary("init",
+                     "the repository tables and procedures are ready" +
+                         (schema.empty() ? "" : " in schema '" + schema + "'"),
+                     {{"schema", schema}});
     return exitSuccess;
 }
 
@@ -114,12 +117,14 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     progress.clear();
     if (!global.quiet) {
         if (result != 0) {
-            std::fputs("transfer: failed; the messages above say why\n", stderr);
+            writeSummary("transfer", "failed; the messages above say why", {{"passed", false}});
         } else {
             const std::string counts = finalTableCounts(connection->GetHandle());
-            std::fprintf(stderr, "transfer: %zu document%s, %zu rows written%s%s\n", documents,
-                         documents == 1 ? "" : "s", rows, counts.empty() ? "" : "; now ",
-                         counts.c_str());
+            writeSummary("transfer",
+                         std::to_string(documents) + " document" + (documents == 1 ? "" : "s") +
+                             ", " + std::to_string(rows) + " rows written" +
+                             (counts.empty() ? "" : "; now " + counts),
+                         {{"passed", true}, {"documents", documents}, {"rows", rows}});
         }
     }
     return result;

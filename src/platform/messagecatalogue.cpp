@@ -25,7 +25,11 @@ constexpr MessageDefinition catalogue[] = {
     {"FILEOP_CANNOT_CREATE_DIR", SeverityError, "The directory '{DIR}' cannot be created."},
     {"FILEOP_CANNOT_DELETE", SeverityError, "'{ARG}' cannot be deleted."},
     {"FILEOP_CANNOT_MOVE", SeverityError, "'{SRC}' cannot be moved to '{DST}'."},
+    {"FILEOP_CANNOT_WRITE", SeverityError, "'{FILE}' cannot be written: {REASON}."},
     {"FILEOP_INVALID_PATH", SeverityError, "The path '{PATH}' does not exist."},
+    {"FILEOP_OUTPUT_IS_INPUT", SeverityError,
+     "The output '{FILE}' is the input '{INPUT}' itself, which writing would destroy; name "
+     "another output."},
     {"MM_SEVERAL_LANGUAGES", SeverityError,
      "Category '{CATEGORY_NAME}' derives from more than one language: {LANGUAGES_CATEGORIES}."},
     {"MM_WRP_GEN_FAILED", SeverityError,

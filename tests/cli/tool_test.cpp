@@ -131,19 +131,6 @@ TEST(Tool, AnEmptyIdIsReportedAtItsLineThenTheFileFailureAndExitOne) {
         << json[1];
 }
 
-TEST(Tool, OutputThatCannotBeOpenedIsAMessageAndExitOne) {
-    TempFolder folder;
-    const std::string target = folder.file("missing/out");
-    auto run = runTool({"dump", "-o", target, sample});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_MM_DUMP_FILE_ERR]"), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find(target), std::string::npos);
-
-    run = runTool({"export", "-o", target, sample});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("[QEL_MM_XML_OUTPUT_FILE_ERR]"), std::string::npos) << run.err;
-}
-
 TEST(Tool, MissingDocumentsAndFoldersAreFailuresNotSilence) {
     TempFolder folder;
     auto run = runTool({"dump", folder.file("nowhere/MetaModel.xml")});
@@ -258,6 +245,45 @@ TEST(Tool, AnOutputThatIsALinkIsWrittenThroughNotReplaced) {
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(TestSupport::readFile(real), "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+}
+
+} // namespace
+
+namespace {
+
+// Summaries, init's report included, go to standard error, and in the JSON form every line
+// there is one object: the messages, then the summary.
+TEST(Tool, SummariesGoToStandardErrorAndInJsonFormAreObjects) {
+    TempFolder folder;
+    const std::string bad = folder.write("bad/MetaModel.xml", "<metaModel file_no=\"1\"><oops>");
+    const std::string database = "sqlite:" + folder.file("repository.db");
+    const struct {
+        std::vector<std::string> arguments;
+        std::string summary;
+    } cases[] = {
+        {{"init", "--db", database}, "init: the repository tables and procedures are ready"},
+        {{"--format", "json", "init", "--db", database},
+         R"j({"summary":{"command":"init","schema":"","text":"the repository tables and )j"
+         R"j(procedures are ready"}})j"},
+        {{"--format", "json", "check", bad},
+         R"j({"summary":{"command":"check","passed":false,"warnings":0,"text":"the )j"
+         R"j(documents fail (0 warnings)"}})j"},
+        {{"--format", "json", "diff", "--against", sample, sample},
+         R"j({"summary":{"command":"diff","changes":0,"breaking":0,"text":"0 changes, 0 )j"
+         R"j(breaking"}})j"},
+    };
+    for (const auto& test : cases) {
+        const auto run = runTool(test.arguments);
+        const std::string name = test.arguments[test.arguments[0] == "--format" ? 2 : 0];
+        EXPECT_EQ(run.out, "") << name;
+        const std::vector<std::string> err = lines(run.err);
+        ASSERT_FALSE(err.empty()) << name;
+        EXPECT_EQ(err.back(), test.summary) << name;
+        if (test.arguments[0] != "--format")
+            continue;
+        for (const std::string& line : err)
+            EXPECT_TRUE(line.front() == '{' && line.back() == '}') << name << ": " << line;
+    }
 }
 
 } // namespace

@@ -102,6 +102,9 @@ const std::map<std::string, std::set<std::string>>& expectedArguments() {
         {"FILEOP_CANNOT_MOVE", {"DST", "SRC"}},
         {"FILEOP_CANNOT_COPY", {"DST", "SRC"}},
         {"FILEOP_CANNOT_CREATE_DIR", {"DIR"}},
+        // The tool's own outputs.
+        {"FILEOP_CANNOT_WRITE", {"FILE", "REASON"}},
+        {"FILEOP_OUTPUT_IS_INPUT", {"FILE", "INPUT"}},
     };
     return table;
 }

@@ -40,14 +40,14 @@ void redirect(const char* path, int flags, int target) {
         close(descriptor);
 }
 
+} // namespace
+
 int exitCodeOf(pid_t child) {
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
-
-} // namespace
 
 std::vector<std::string> messageIds(const std::string& err) {
     static const std::regex id(R"(\[([A-Z_]+)\]$)");
@@ -62,16 +62,17 @@ std::vector<std::string> messageIds(const std::string& err) {
     return ids;
 }
 
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir) {
-    return runToolAs("", arguments, appDir);
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir,
+                const std::string& standardOutput) {
+    return runToolAs("", arguments, appDir, standardOutput);
 }
 
 ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
-                  const std::string& appDir) {
+                  const std::string& appDir, const std::string& standardOutput) {
     TempFolder scratch;
     // The folders that stand for none must be missing to the user too, not out of reach.
     std::filesystem::permissions(scratch.path(), std::filesystem::perms::all);
-    const std::string outPath = scratch.file("stdout");
+    const std::string outPath = standardOutput.empty() ? scratch.file("stdout") : standardOutput;
     const std::string errPath = scratch.file("stderr");
     const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
     const std::string none = scratch.file("none");
@@ -87,7 +88,8 @@ ToolRun runToolAs(const std::string& user, const std::vector<std::string>& argum
     }
     ToolRun run;
     run.exitCode = exitCodeOf(child);
-    run.out = readFile(outPath);
+    if (standardOutput.empty())
+        run.out = readFile(outPath);
     run.err = readFile(errPath);
     return run;
 }
@@ -128,7 +130,8 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::
     return run;
 }
 
-pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir) {
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir,
+                int standardError) {
     // The folders need not exist: the tool only looks into them.
     static const std::string none = "/nonexistent/metamodel-test-folder";
     const pid_t child = fork();
@@ -137,7 +140,10 @@ pid_t startTool(const std::vector<std::string>& arguments, const std::string& ap
     if (child == 0) {
         redirect("/dev/null", O_RDONLY, 0);
         redirect("/dev/null", O_WRONLY, 1);
-        redirect("/dev/null", O_WRONLY, 2);
+        if (standardError < 0)
+            redirect("/dev/null", O_WRONLY, 2);
+        else
+            dup2(standardError, 2);
         execTool(arguments, appDir.empty() ? none : appDir, none);
     }
     return child;

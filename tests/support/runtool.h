@@ -15,11 +15,14 @@ struct ToolRun {
 // Runs the built metamodel tool with the arguments, no standard input, and the installation
 // folders pointed at `appDir` (empty: a folder that does not exist) so that runs do not depend
 // on the machine.
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
+// `standardOutput`, when given, is the file the tool writes its standard output to, and `out`
+// stays empty.
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& appDir = "",
+                const std::string& standardOutput = "");
 
 // The same as `user` (through runuser; empty: as the caller), for what root is never refused.
 ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
-                  const std::string& appDir = "");
+                  const std::string& appDir = "", const std::string& standardOutput = "");
 
 // The message ids of the diagnostic lines of `err`, in order.
 std::vector<std::string> messageIds(const std::string& err);
@@ -29,8 +32,13 @@ std::vector<std::string> messageIds(const std::string& err);
 ToolRun runToolOnTerminal(const std::vector<std::string>& arguments,
                           const std::string& appDir = "");
 
-// Starts the tool as runTool does, with its output thrown away, and returns at once; the
-// caller waits for it (waitpid) or kills it.
-pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "");
+// Starts the tool as runTool does, with its output thrown away and its standard error too
+// unless a descriptor is given, and returns at once; the caller waits for it (exitCodeOf) or
+// kills it.
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "",
+                int standardError = -1);
+
+// Waits for a started tool; its exit status, or 128 + the signal that ended it.
+int exitCodeOf(pid_t child);
 
 } // namespace TestSupport
