@@ -4,6 +4,7 @@
 
 #include "cpplanguage/messages.h"
 #include "metamodel/fragments/metamodelfragment.h"
+#include "metamodel/operations/advancereading.h"
 #include "metamodel/operations/documentfiles.h"
 #include "platform/database/uniqueconnection.h"
 #include "platform/orlofile.h"
@@ -11,8 +12,11 @@
 #include <boost/lexical_cast.hpp>
 
 #include <cstdio>
+#include <exception>
 #include <map>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Cli {
@@ -82,6 +86,42 @@ bool readDocuments(Side& side, const std::vector<std::string>& paths) {
     for (const std::string& file : side.files)
         read = readDocument(side.fragment, file) && read;
     return read;
+}
+
+// The two sides are independent readings: where another core is free the installed side is
+// read on it while the new one is read here. Its messages wait for the new side's and are
+// dropped with it when the new side fails, as readings one after the other would show them.
+// Answers whether both sides were read, or nothing where the sides are to be read in turn.
+std::optional<bool> readBesideNext(Side& next, const std::vector<std::string>& nextPaths,
+                                   Side& installed,
+                                   const std::vector<std::string>& installedPaths) {
+    if (!MetaModel::hasAnotherCore())
+        return std::nullopt;
+    std::vector<CppLanguage::CAppMsg> held;
+    bool installedRead = false;
+    std::exception_ptr failure;
+    std::thread ahead([&] {
+        const CppLanguage::HeldMessagesScope holding(held);
+        try {
+            installedRead = readDocuments(installed, installedPaths);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    });
+    bool nextRead = false;
+    try {
+        nextRead = readDocuments(next, nextPaths);
+    } catch (...) {
+        ahead.join();
+        throw;
+    }
+    ahead.join();
+    if (!nextRead)
+        return false;
+    if (failure)
+        std::rethrow_exception(failure);
+    CppLanguage::postHeld(held);
+    return installedRead;
 }
 
 template <class Key>
@@ -193,18 +233,26 @@ int runCompat(const GlobalOptions& global, const CommandArguments& arguments) {
         return exitIncompatible;
 
     Side next, installed;
-    if (!readDocuments(next, arguments.operands))
-        return exitIncompatible;
-    if (fromRepository) {
-        try {
-            IUniqueConnection connection(arguments.value("db", ""), arguments.value("schema", ""));
-            installed.fragment.readFromSchema(&connection);
-        } catch (const CppLanguage::CRuntimeException& failure) {
-            CppLanguage::reportException(failure);
+    if (const std::optional<bool> bothRead =
+            fromRepository ? std::nullopt
+                           : readBesideNext(next, arguments.operands, installed, against->second)) {
+        if (!*bothRead)
+            return exitIncompatible;
+    } else {
+        if (!readDocuments(next, arguments.operands))
+            return exitIncompatible;
+        if (fromRepository) {
+            try {
+                IUniqueConnection connection(arguments.value("db", ""),
+                                             arguments.value("schema", ""));
+                installed.fragment.readFromSchema(&connection);
+            } catch (const CppLanguage::CRuntimeException& failure) {
+                CppLanguage::reportException(failure);
+                return exitIncompatible;
+            }
+        } else if (!readDocuments(installed, against->second)) {
             return exitIncompatible;
         }
-    } else if (!readDocuments(installed, against->second)) {
-        return exitIncompatible;
     }
 
     const bool migrate = arguments.has("migrate");

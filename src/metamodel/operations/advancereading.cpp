@@ -8,18 +8,12 @@
 
 namespace MetaModel {
 
-namespace {
-
-// A reading ahead only pays where another core can take it; on a single one the two readings
-// would only take turns, with both their memories held at once.
-bool anotherCore() {
+bool hasAnotherCore() {
     cpu_set_t usable;
     if (sched_getaffinity(0, sizeof usable, &usable) == 0)
         return CPU_COUNT(&usable) > 1;
     return std::thread::hardware_concurrency() > 1;
 }
-
-} // namespace
 
 AdvanceReading::AdvanceReading(const std::vector<std::string>& paths, IMetaModelEvents& sink,
                                int pass, const PassObserver& progress,
@@ -29,7 +23,7 @@ AdvanceReading::AdvanceReading(const std::vector<std::string>& paths, IMetaModel
     reader_.SetDocumentObserver([this](const String& path, size_t number, size_t count) {
         documentStarts(path, number, count);
     });
-    if (!anotherCore())
+    if (!hasAnotherCore())
         return;
     try {
         thread_ = std::thread([this] { run(); });

@@ -12,6 +12,10 @@
 
 namespace MetaModel {
 
+// Whether the process may run on more than one core: a reading ahead only pays there; on a
+// single core two readings would only take turns, with both their memories held at once.
+bool hasAnotherCore();
+
 // A reading of an operation's documents into a sink, run on a thread of its own ahead of its
 // turn, beside the reading before it: for a reading whose sink nothing outside the operation
 // sees until then. Until Finish nothing of it shows: what it reports is held and its progress
