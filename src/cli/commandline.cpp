@@ -186,8 +186,16 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
         }
         std::string value;
         const OptionSpec* spec = takeOption(specs, words, index, value, line.command);
-        if (!spec)
-            throw UsageError("unknown option '" + word + "'", line.command);
+        if (!spec) {
+            // Global options may follow the command too (`metamodel check -q DIR`); the
+            // command's own options come first where a name is both.
+            const OptionSpec* global =
+                takeOption(globalOptionSpecs(), words, index, value, line.command);
+            if (!global)
+                throw UsageError("unknown option '" + word + "'", line.command);
+            applyGlobal(line.global, global->longName, value);
+            continue;
+        }
         if (std::string(spec->longName) == "help") {
             line.arguments.help = true;
             continue;
