@@ -1,5 +1,6 @@
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
+#include "cli/documentpaths.h"
 #include "cli/repositoryaccess.h"
 
 #include "cpplanguage/messages.h"
@@ -63,19 +64,6 @@ bool readDocument(MetaModel::MetaModelFragment& fragment, const std::string& fil
         reportIn(file, "QEL_MM_FRAGMENT_NOT_A_NUMBER");
         return false;
     }
-}
-
-bool pathsExist(const std::vector<std::string>& paths) {
-    bool allThere = true;
-    for (const std::string& path : paths) {
-        const ORLO::File file{ORLO::String(path)};
-        if (MetaModel::namesDocument(path) ? file.isFile() || file.isDirectory()
-                                           : file.isDirectory())
-            continue;
-        CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_NOT_FOUND", {{"PATH", path}});
-        allThere = false;
-    }
-    return allThere;
 }
 
 bool readDocuments(Side& side, const std::vector<std::string>& paths) {
@@ -228,8 +216,9 @@ int runCompat(const GlobalOptions& global, const CommandArguments& arguments) {
     if (!fromRepository && arguments.has("schema"))
         throw UsageError("--schema needs --db", "compat");
     const auto against = arguments.values.find("against");
-    if (!pathsExist(arguments.operands) ||
-        (against != arguments.values.end() && !pathsExist(against->second)))
+    // The sides are listed ahead of their reading, which passes by what it cannot read.
+    if (!documentPathsReadable(arguments.operands, false) ||
+        (against != arguments.values.end() && !documentPathsReadable(against->second, false)))
         return exitIncompatible;
 
     Side next, installed;

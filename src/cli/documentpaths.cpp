@@ -152,16 +152,18 @@ bool documentPathsExist(const std::vector<std::string>& paths) {
     return allThere;
 }
 
-bool documentPathsReadable(const std::vector<std::string>& paths) {
+bool documentPathsReadable(const std::vector<std::string>& paths, bool withInstallation) {
     if (!documentPathsExist(paths))
         return false;
     InputSurvey survey;
     // A built-in root that is not there is no fault: an installation need not have every one.
-    const MetaModel::COperationReader builtIn({});
-    for (const ORLO::String& root : builtIn.GetRootPaths()) {
-        const std::string folder = resolved(root);
-        if (access(folder.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR))
-            survey.walkRoot(folder, root);
+    if (withInstallation) {
+        const MetaModel::COperationReader builtIn({});
+        for (const ORLO::String& root : builtIn.GetRootPaths()) {
+            const std::string folder = resolved(root);
+            if (access(folder.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR))
+                survey.walkRoot(folder, root);
+        }
     }
     for (const std::string& path : paths) {
         if (MetaModel::namesDocument(path)) {

@@ -18,8 +18,9 @@ bool documentPathsExist(const std::vector<std::string>& paths);
 // documentPathsExist, then a listing of the whole set ahead of the reader, which passes by
 // what it cannot list or open: reports every folder or document that cannot be read and
 // every document reached twice, and warns of a PATH folder that holds no document. Answers
-// whether the set can be read as named.
-bool documentPathsReadable(const std::vector<std::string>& paths);
+// whether the set can be read as named. `withInstallation` false leaves the installation's
+// folders out, for a command that reads the PATHs alone.
+bool documentPathsReadable(const std::vector<std::string>& paths, bool withInstallation = true);
 
 // Reports every folder option that names no folder; answers whether there was none.
 bool folderOptionsExist(const AppDataManager::AppDataOverrides& folders);

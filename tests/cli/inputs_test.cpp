@@ -57,6 +57,7 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"transfer", "--db", "sqlite:" + database, folder.file("s")},
          "1 QEL_MM_INPUT_UNREADABLE",
          locked},
+        {{"compat", "--against", set, folder.file("s")}, "1 QEL_MM_INPUT_UNREADABLE", locked},
         {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
         {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
