@@ -41,6 +41,14 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     const std::string locked =
         "'" + folder.file("s/locked") + "' cannot be read: " + std::strerror(EACCES);
     const std::string database = folder.file("repository.db");
+    // A repository the user may read but not write: a faulty set fails on its documents, before
+    // the database is opened for writing.
+    const std::string readOnly = folder.file("read-only.db");
+    ASSERT_EQ(TestSupport::runTool({"init", "--db", "sqlite:" + readOnly}).exitCode, 0);
+    const std::string readOnlyBytes = TestSupport::readFile(readOnly);
+    const std::string faulty = folder.write(
+        "faulty/MetaModel.xml", "<metaModel file_no=\"1\"><category name=\"A\" rid=\"1\"><oops/>"
+                                "</category></metaModel>");
     std::string deep = "<metaModel file_no=\"1\">";
     for (int level = 0; level < 300; ++level)
         deep += "<a>";
@@ -58,6 +66,8 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
          "1 QEL_MM_INPUT_UNREADABLE",
          locked},
         {{"compat", "--against", set, folder.file("s")}, "1 QEL_MM_INPUT_UNREADABLE", locked},
+        {{"transfer", "--db", "sqlite:" + readOnly, faulty},
+         "1 QEL_MM_DESC_TAG_NOT_FIRST QEL_MM_XML_FILE_ERR QEL_MM_XML2DB_ERR"},
         {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
         {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
@@ -80,6 +90,7 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         EXPECT_NE(run.err.find(test.says), std::string::npos) << call << "\n" << run.err;
     }
     EXPECT_FALSE(std::filesystem::exists(database));
+    EXPECT_EQ(TestSupport::readFile(readOnly), readOnlyBytes);
     chmod(folder.file("s/locked").c_str(), 0700);
 }
 

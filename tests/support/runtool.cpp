@@ -50,7 +50,7 @@ int exitCodeOf(pid_t child) {
 }
 
 std::vector<std::string> messageIds(const std::string& err) {
-    static const std::regex id(R"(\[([A-Z_]+)\]$)");
+    static const std::regex id(R"(\[([A-Z0-9_]+)\]$)");
     std::vector<std::string> ids;
     size_t start = 0;
     for (size_t end; (end = err.find('\n', start)) != std::string::npos; start = end + 1) {
