@@ -29,6 +29,8 @@ TEST(DocumentFiles, ASingleDocumentComesBackAsGivenAndAnythingElseAsNothing) {
     EXPECT_EQ(getMetaModelFiles("/no/such/folder"), Paths{});
     EXPECT_EQ(getMetaModelFiles("/no/such/metamodel.XML"), Paths{});
     EXPECT_TRUE(MetaModel::namesDocument("C:\\x\\MetaModel.xml"));
+    // A document in the working folder is named by the suffix alone.
+    EXPECT_TRUE(MetaModel::namesDocument("MetaModel.xml"));
     EXPECT_FALSE(MetaModel::namesDocument("MetaModel.xml "));
 }
 
