@@ -10,13 +10,10 @@
 #include "platform/appdatamanager.h"
 #include "platform/orlofile.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <sys/file.h>
@@ -52,24 +49,9 @@ protected:
     }
 };
 
-const AppDataManager::IPaths* appPaths() {
-    const AppDataManager::IAppDataManager* manager = AppDataManager::LoadAppDataManager();
-    return manager ? manager->GetPaths() : nullptr;
-}
-
-// Ends with a separator, as the generator expects of it.
-std::string temporaryFolder() {
-    char buffer[1024] = {};
-    const AppDataManager::IPaths* paths = appPaths();
-    if (paths)
-        paths->GetTemporaryFolder(buffer, 0, sizeof buffer, '/');
-    return buffer;
-}
-
 std::string defaultRoot() {
     char buffer[1024] = {};
-    const AppDataManager::IPaths* paths = appPaths();
-    if (paths)
+    if (const AppDataManager::IPaths* paths = AppDataManager::LoadAppDataManager()->GetPaths())
         paths->GetApplicationFolder(buffer, sizeof buffer - 1, false);
     return std::string(buffer) + "/configuration";
 }
@@ -80,7 +62,7 @@ std::string defaultRoot() {
 class WorkFolderLock {
 public:
     WorkFolderLock() {
-        path_ = temporaryFolder() + "MetamodelWrapperGeneratedFiles.lock";
+        path_ = AppDataManager::TemporaryFolder() + "MetamodelWrapperGeneratedFiles.lock";
         descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
         if (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0) {
             close(descriptor_);
@@ -141,17 +123,6 @@ std::map<std::string, fs::path> filesUnder(const fs::path& folder) {
     return files;
 }
 
-bool sameBytes(const fs::path& first, const fs::path& second) {
-    std::error_code ignored;
-    if (fs::file_size(first, ignored) != fs::file_size(second, ignored))
-        return false;
-    std::ifstream a(first, std::ios::binary);
-    std::ifstream b(second, std::ios::binary);
-    return a && b &&
-           std::equal(std::istreambuf_iterator<char>(a), std::istreambuf_iterator<char>(),
-                      std::istreambuf_iterator<char>(b), std::istreambuf_iterator<char>());
-}
-
 // Prints one line per file that a run would change, add or remove in `output`; answers how
 // many.
 int printDifferences(const fs::path& generated, const fs::path& output) {
@@ -162,7 +133,8 @@ int printDifferences(const fs::path& generated, const fs::path& output) {
         const auto found = current.find(name);
         if (found == current.end())
             changes.emplace(name, "new");
-        else if (!sameBytes(path, found->second))
+        else if (MetaModel::FileOp::compareFiles(path.string(), found->second.string()) !=
+                 MetaModel::FileOp::fcSame)
             changes.emplace(name, "changed");
     }
     for (const auto& [name, path] : current)
@@ -177,7 +149,7 @@ int printDifferences(const fs::path& generated, const fs::path& output) {
 class ScratchFolder {
 public:
     ScratchFolder() {
-        std::string pattern = temporaryFolder() + "metamodel-wrappers-XXXXXX";
+        std::string pattern = AppDataManager::TemporaryFolder() + "metamodel-wrappers-XXXXXX";
         if (mkdtemp(pattern.data()))
             path_ = pattern;
     }
@@ -220,7 +192,7 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         if (check) {
             scratch.emplace();
             if (scratch->path().empty()) {
-                cannot("create a folder in", temporaryFolder());
+                cannot("create a folder in", AppDataManager::TemporaryFolder());
                 return exitFailure;
             }
         }

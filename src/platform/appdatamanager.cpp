@@ -1,4 +1,5 @@
 #include "platform/appdatamanager.h"
+#include "platform/orlofile.h"
 
 #include <algorithm>
 #include <charconv>
@@ -197,6 +198,14 @@ IAppDataManager* installed = nullptr;
 
 IAppDataManager* LoadAppDataManager() {
     return installed ? installed : &defaultManager();
+}
+
+ORLO::String TemporaryFolder() {
+    const IPaths* paths = LoadAppDataManager()->GetPaths();
+    char buffer[1024] = {};
+    if (!paths || !paths->GetTemporaryFolder(buffer, 0, int(sizeof buffer), ORLO::PathSeparator))
+        return ORLO::String();
+    return ORLO::String(buffer);
 }
 
 void SetAppDataManager(IAppDataManager* manager) {

@@ -45,6 +45,9 @@ struct AppDataOverrides {
 
 // The process-wide manager, never null; its settings and paths objects may be.
 IAppDataManager* LoadAppDataManager();
+// The temporary folder of the process-wide manager, ending with the platform separator; empty
+// when the manager has no paths object or no such folder.
+ORLO::String TemporaryFolder();
 // A host may replace the manager; null restores the default. Not owned.
 void SetAppDataManager(IAppDataManager* manager);
 // Sets what the default manager answers ahead of the environment.

@@ -139,16 +139,6 @@ void writeCompounds(std::string& text, std::string_view title,
     row(text);
 }
 
-ORLO::String temporaryFolder() {
-    const AppDataManager::IAppDataManager* manager = AppDataManager::LoadAppDataManager();
-    const AppDataManager::IPaths* paths = manager ? manager->GetPaths() : nullptr;
-    std::array<char, 1024> buffer{};
-    if (!paths ||
-        !paths->GetTemporaryFolder(buffer.data(), 0, int(buffer.size()), ORLO::PathSeparator))
-        return ORLO::String();
-    return ORLO::String(buffer.data());
-}
-
 } // namespace
 
 WrapperGenerator::WrapperGenerator(const QEL::IMetaModel* model, const ORLO::String& rootPath,
@@ -156,7 +146,7 @@ WrapperGenerator::WrapperGenerator(const QEL::IMetaModel* model, const ORLO::Str
     : model(model) {
     if (!model)
         fail(ORLO_HERE, "QEL_NULL_PTR", {{"NULL_ARG", "metamodel"}});
-    workDirectory = temporaryFolder() + "MetamodelWrapperGeneratedFiles";
+    workDirectory = AppDataManager::TemporaryFolder() + "MetamodelWrapperGeneratedFiles";
     const ORLO::File root(rootPath);
     if (!root.exists())
         fail(ORLO_HERE, "FILEOP_INVALID_PATH", {{"PATH", rootPath}});
