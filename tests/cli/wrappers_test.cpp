@@ -176,10 +176,13 @@ TEST(Wrappers, ARunOverItsOwnOutputChangesOnlyWhatDiffersAndCheckNamesIt) {
     const auto made = runTool({"-q", "wrappers", "-o", reference}, baseInstallation);
     ASSERT_EQ(made.exitCode, 0) << made.err;
     const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
-    const auto flipOneByte = [&] {
-        std::string text = readFile(output + "/Core/Folder.h");
-        text[text.size() / 2] ^= 1;
-        folder.write("out/Core/Folder.h", text);
+    // The summary is compared piece by piece as it is rendered, a header in one piece.
+    const auto flipOneByte = [&](const std::string& name) {
+        return [&folder, &output, name] {
+            std::string text = readFile(output + "/" + name);
+            text[text.size() / 2] ^= 1;
+            folder.write("out/" + name, text);
+        };
     };
     const struct {
         const char* name;
@@ -188,7 +191,8 @@ TEST(Wrappers, ARunOverItsOwnOutputChangesOnlyWhatDiffersAndCheckNamesIt) {
         std::string listed;
     } cases[] = {
         {"unchanged", [] {}, ""},
-        {"one byte", flipOneByte, "changed Core/Folder.h"},
+        {"one byte", flipOneByte("Core/Folder.h"), "changed Core/Folder.h"},
+        {"one byte of the summary", flipOneByte("AllWrappers.h"), "changed AllWrappers.h"},
         {"missing", [&] { fs::remove(output + "/Core/Source.h"); }, "new Core/Source.h"},
         {"extra", [&] { folder.write("out/Core/Stray.h", "left over\n"); }, "gone Core/Stray.h"},
         // A link is no plain file: the merge, not the comparison in memory, decides.
