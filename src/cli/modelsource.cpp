@@ -1,6 +1,7 @@
 #include "cli/modelsource.h"
 
 #include "cli/documentpaths.h"
+#include "cpplanguage/messages.h"
 #include "metamodel/repository/dbmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
 
@@ -34,6 +35,18 @@ bool ModelSource::play(MetaModel::IMetaModelEvents& sink,
     MetaModel::CDBMetaModelReader repository(connection.GetHandle());
     repository.SetEvents(&sink);
     repository.Read();
+    return true;
+}
+
+bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder) {
+    if (!source.prepare())
+        return false;
+    try {
+        source.play(builder);
+    } catch (const CppLanguage::CRuntimeException& failure) {
+        CppLanguage::reportException(failure);
+        return false;
+    }
     return true;
 }
 
