@@ -166,9 +166,10 @@ std::string dotGraph(const QEL::IMetaModel& model, const GraphOptions& options) 
         return key(a) < key(b);
     });
     for (const auto& [child, tree, parent] : links)
-        text += "\t" + quoted(child->GetName()) + " -> " + quoted(parent->GetName()) +
-                " [style=dashed, color=\"#9a5b00\", fontcolor=\"#9a5b00\", label=\"" +
-                labelText(tree->GetName()) + "\"];\n";
+        text +=
+            "\t" + quoted(child->GetName()) + " -> " + quoted(parent->GetName()) +
+            " [style=dashed, constraint=false, color=\"#9a5b00\", fontcolor=\"#9a5b00\", label=\"" +
+            labelText(tree->GetName()) + "\"];\n";
     return text + "}\n";
 }
 

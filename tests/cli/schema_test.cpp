@@ -62,8 +62,9 @@ TEST(Schema, EveryDocumentTheToolAcceptsIsValid) {
             EXPECT_TRUE(schemaValid(document, why)) << why;
         }
     }
-    // The share, the review example and most fixtures; a broken check would take none.
-    EXPECT_GE(accepted, 12);
+    // The three of the share, the review example and the fixtures that stand alone; the others
+    // are parts of sets, or faulty on purpose.
+    EXPECT_GE(accepted, 7);
 }
 
 struct Fault {
@@ -79,7 +80,7 @@ struct Fault {
 const Fault faults[] = {
     {"sound",
      R"(<type name="T" rid="1"><description/><comment><property name="p" rid="2" type="stringList" maximalCardinality="*"><description/><classifying><attribute name="INDEX" intValue="0x1"/></classifying></property></comment></type>
-<wrapper><partialCategory name="T"><inheritedCategory name="Object"/></partialCategory></wrapper>)",
+<wrapper><partialType name="T"><inheritedCategory name="Object"/></partialType></wrapper>)",
      0, "", true},
     {"unknown body element", R"(<category name="C" rid="1"><description/><bogus/></category>)", 1,
      "QEL_MM_UNEXPECTED_TAG", false},
