@@ -323,7 +323,7 @@ int writeTextWhole(const std::string& output, std::string_view text) {
         if (descriptor >= 0 && close(descriptor) != 0 && error == 0)
             error = errno;
         if (error)
-            failed(target, error);
+            failed(output == "-" ? "standard output" : output, error);
         return error == 0;
     });
 }
