@@ -105,9 +105,16 @@ int graph(const CommandArguments& arguments) {
     options.down = levels(arguments, "down", options.down);
     const bool svg = arguments.value("format", "dot") == "svg";
 
+    const std::string output = arguments.value("output", "-");
+    // The picture must not take the place of a document or the database it is drawn from.
+    const OutputIdentity outputFile(output);
+    bool outputIsDocument = false;
     ModelSource source("graph", arguments);
+    source.observeDocuments([&](const ORLO::String& path, size_t, size_t) {
+        outputIsDocument = outputFile.isInput(path) || outputIsDocument;
+    });
     MetaModel::CMetaModelBuilder builder;
-    if (!buildModel(source, builder))
+    if (!buildModel(source, builder, [&] { return !outputFile.isOpenInput(); }) || outputIsDocument)
         return exitFailure;
     std::string dot;
     try {
@@ -116,7 +123,6 @@ int graph(const CommandArguments& arguments) {
         CppLanguage::reportException(unknown);
         return exitFailure;
     }
-    const std::string output = arguments.value("output", "-");
     if (!svg)
         return writeTextWhole(output, dot);
     return writeOutputWhole(output,

@@ -38,16 +38,16 @@ bool ModelSource::play(MetaModel::IMetaModelEvents& sink,
     return true;
 }
 
-bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder) {
+bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder,
+                const std::function<bool()>& repositoryOpened) {
     if (!source.prepare())
         return false;
     try {
-        source.play(builder);
+        return source.play(builder, repositoryOpened);
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
         return false;
     }
-    return true;
 }
 
 } // namespace Cli

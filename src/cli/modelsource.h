@@ -41,7 +41,8 @@ private:
 };
 
 // Builds the model of the source, unchecked, as describe shows it; reports what fails and
-// answers whether the builder holds a model.
-bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder);
+// answers whether the builder holds a model. `repositoryOpened` as for play.
+bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder,
+                const std::function<bool()>& repositoryOpened = {});
 
 } // namespace Cli

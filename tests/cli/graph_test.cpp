@@ -81,6 +81,11 @@ TEST(Graph, DotHoldsExactlyTheModelsNodesAndEdges) {
     EXPECT_EQ(read, expected) << readFile(dot);
     // The same model gives the same text, whatever the order of the hash tables.
     EXPECT_EQ(runTool({"graph", "--trees", document}).out, readFile(dot));
+
+    const auto overwrite = runTool({"graph", "-o", document, document});
+    EXPECT_EQ(overwrite.exitCode, 1);
+    EXPECT_EQ(messageIds(overwrite.err), std::vector<std::string>{"FILEOP_OUTPUT_IS_INPUT"});
+    EXPECT_EQ(readFile(document), crafted);
 }
 
 struct Focus {
