@@ -4,7 +4,7 @@
 #include "cli/outputfile.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 
 #include <cerrno>
 #include <cstring>

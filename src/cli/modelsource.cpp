@@ -1,9 +1,9 @@
 #include "cli/modelsource.h"
 
 #include "cli/documentpaths.h"
-#include "cpplanguage/messages.h"
 #include "metamodel/repository/dbmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
+#include "platform/messages.h"
 
 namespace Cli {
 
