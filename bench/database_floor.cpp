@@ -87,7 +87,8 @@ std::vector<Column> columnsOf(const char* definitions) {
 }
 
 // The value of column `index` in row `n`, or nothing for a null: the nullable columns take
-// turns, so that a row has one of IntVal and StrVal, as an attribute row has.
+// turns, so that a row has one of IntVal and StrVal, as an attribute row has. Texts are as
+// long as the generated sets' ones: short names, descriptions of a sentence.
 struct Value {
     bool null = false;
     bool integer = false;
@@ -112,8 +113,12 @@ Value valueOf(const std::vector<Column>& columns, size_t index, long n) {
         value.number = int(index == 0 ? n / 2 + 1000 : (n * 7919 + long(index)) % 1000000);
     else if (column.name == "Status")
         value.text = "ACTIVE";
+    else if (column.name.ends_with("Dsc"))
+        value.text = "Synthetic element " + std::to_string(n) + " of the benchmark set.";
+    else if (column.name.ends_with("Mrg"))
+        value.text = "NON";
     else
-        value.text = "Bench_" + column.name + "_" + std::to_string(n);
+        value.text = "v_" + std::to_string(n);
     return value;
 }
 
@@ -283,8 +288,7 @@ void postgresInsert(const std::string& connectionInfo, const std::vector<long>& 
     for (int index = 0; index < TableCount; ++index) {
         const auto& table = repositoryTables()[size_t(index)];
         const std::vector<Column> columns = columnsOf(table.finalColumns);
-        run(pg,
-            "CREATE TABLE " + prefix + table.finalName + " (" + table.finalColumns + ")",
+        run(pg, "CREATE TABLE " + prefix + table.finalName + " (" + table.finalColumns + ")",
             PGRES_COMMAND_OK);
         run(pg, "COPY " + prefix + table.finalName + " FROM STDIN", PGRES_COPY_IN);
         const long rows = counts[size_t(index)];
@@ -319,9 +323,9 @@ std::vector<long> postgresCount(const std::string& connectionInfo, const std::st
     PgHandle connection = openPostgres(connectionInfo);
     std::vector<long> counts;
     for (const auto& table : repositoryTables()) {
-        PgResult result = run(connection.get(),
-                              "SELECT count(*) FROM " + schemaPrefix(schema) + table.finalName,
-                              PGRES_TUPLES_OK);
+        PgResult result =
+            run(connection.get(), "SELECT count(*) FROM " + schemaPrefix(schema) + table.finalName,
+                PGRES_TUPLES_OK);
         counts.push_back(std::atol(PQgetvalue(result.get(), 0, 0)));
     }
     return counts;
