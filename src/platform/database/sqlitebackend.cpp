@@ -73,6 +73,8 @@ public:
 
     bool query(const std::string& sql) override {
         endQuery();
+        if (!finishBulk())
+            return false;
         const char* tail = nullptr;
         current_ = prepare(sql, &tail);
         if (!current_)
@@ -82,26 +84,10 @@ public:
             error_ = "one statement at a time: '" + std::string(tail) + "' follows";
             return false;
         }
-        // A writer empties its work tables right before it fills them: a DELETE joins the
-        // blocks' transaction instead of paying a synced commit of its own, once per table.
-        // Everything else sees the blocks committed first.
-        const bool joinsBulk = sqlite3_stmt_readonly(current_.get()) == 0 &&
-                               sqlite3_strnicmp(sqlite3_sql(current_.get()), "delete", 6) == 0;
-        if (!(joinsBulk ? beginBulk() : finishBulk())) {
-            current_.reset();
-            return false;
-        }
         const int step = sqlite3_step(current_.get());
         if (step != SQLITE_ROW && step != SQLITE_DONE) {
             error_ = sqlite3_errmsg(database_.get());
             current_.reset();
-            // The writer stops here: what went before is committed, and no lock is left
-            // behind for the next writer.
-            if (joinsBulk) {
-                const std::string cause = error_;
-                finishBulk();
-                error_ = cause;
-            }
             return false;
         }
         rowWaiting_ = step == SQLITE_ROW;
@@ -183,6 +169,8 @@ public:
     }
     bool callProcedure(const std::string& prefix, const std::string& name, bool,
                        int& result) override {
+        if (!finishBulk())
+            return false;
         StatementHandle find =
             prepare("SELECT ProcBody FROM " + prefix + procedureTable + " WHERE ProcName = ?1");
         if (!find)
@@ -198,15 +186,7 @@ public:
             reinterpret_cast<const char*>(sqlite3_column_text(find.get(), 0)), prefix);
         find.reset();
         result = 0;
-        // Blocks still open take the procedure in as a savepoint and commit with it: one synced
-        // commit where there were two. A procedure that fails is undone alone, and the blocks
-        // are committed all the same, as they were before it ran.
-        const bool ran = inTransaction([&] { return execute(body); });
-        const std::string cause = error_;
-        if (!finishBulk())
-            return false;
-        error_ = cause;
-        return ran;
+        return inTransaction([&] { return execute(body); });
     }
     std::unique_ptr<IBulkTarget> openBulkTarget(const std::string& table) override {
         StatementHandle probe = prepare("SELECT * FROM " + table);
