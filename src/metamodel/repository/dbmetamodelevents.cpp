@@ -1,9 +1,9 @@
 #include "metamodel/repository/dbmetamodelevents.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/repository/dependencyrows.h"
 #include "platform/database/tablink.h"
+#include "platform/messages.h"
 
 namespace MetaModel {
 
