@@ -86,7 +86,8 @@ String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
 
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
 // direct links. The writer adds these rows itself, all of them in one load: when any is there,
-// the work is done, and the recursion starts from nothing. Otherwise (work tables filled by
+// the work is done: the recursion starts from nothing, and the comparison with the links there
+// (a pass over all of them on some servers) is not made. Otherwise (work tables filled by
 // other means) the ancestors of each category that a type inherits directly are found first,
 // over the category links alone and with an index on them, so that the recursion never scans
 // a table per step and starts from no category that no type inherits; UNION, not
@@ -119,8 +120,8 @@ String buildDependenciesBody() {
            "WHERE direct.IsCatProp = 1\n"
            "  EXCEPT\n"
            "  SELECT IdTyp, IdCatParent FROM " +
-           typeLinks +
-           ") reached;\n"
+           typeLinks + ") reached WHERE NOT EXISTS (SELECT 1 FROM " + typeLinks +
+           " WHERE IsCatProp = 0);\n"
            "DROP TABLE category_ancestors;\n"
            "DROP TABLE category_links;\n";
 }
