@@ -1,6 +1,6 @@
 #include "metamodel/xml/documentsahead.h"
 
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 #include "platform/xmlsaxparser.h"
 
 #include <sched.h>

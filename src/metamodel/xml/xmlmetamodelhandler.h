@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cpplanguage/messages.h"
 #include "metamodel/stream/eventlog.h"
 #include "metamodel/stream/metamodelevents.h"
+#include "platform/messages.h"
 #include "platform/xmlsaxparser.h"
 
 #include <initializer_list>

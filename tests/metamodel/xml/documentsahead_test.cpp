@@ -1,5 +1,5 @@
-#include "cpplanguage/messages.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/messages.h"
 #include "support/generatedset.h"
 #include "support/messagecapture.h"
 #include "support/recordingevents.h"
