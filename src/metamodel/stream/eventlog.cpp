@@ -332,6 +332,15 @@ void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Posit
     }
 }
 
+void CEventLog::Reuse() {
+    if (blocks_.size() > 1)
+        blocks_.resize(1);
+    used_ = 0;
+    source_.clear();
+    positions_ = nullptr;
+    lastPosition_ = Position{};
+}
+
 void CEventLog::Clear() {
     blocks_.clear();
     used_ = 0;

@@ -73,6 +73,8 @@ public:
     void Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Position* at = nullptr) const;
     // Forgets everything and gives back the memory.
     void Clear();
+    // Forgets everything but keeps the first block, for a log filled again and again.
+    void Reuse();
 
 private:
     class Cursor;

@@ -137,6 +137,7 @@ void CDocumentsAhead::work() {
         if (!turn)
             return;
         std::size_t index = 0;
+        std::unique_ptr<CEventLog> log;
         {
             const std::lock_guard lock(mutex_);
             if (stopping_ || next_ >= documents_.size())
@@ -145,8 +146,14 @@ void CDocumentsAhead::work() {
                 continue;
             index = next_++;
             slots_[index].state = State::Taken;
+            if (!spareLogs_.empty()) {
+                log = std::move(spareLogs_.back());
+                spareLogs_.pop_back();
+            }
         }
-        Slot parsed = parse(index, handler, parser);
+        if (!log)
+            log = std::make_unique<CEventLog>();
+        Slot parsed = parse(index, std::move(log), handler, parser);
         {
             const std::lock_guard lock(mutex_);
             Slot& slot = slots_[index];
@@ -159,11 +166,12 @@ void CDocumentsAhead::work() {
     }
 }
 
-CDocumentsAhead::Slot CDocumentsAhead::parse(std::size_t index, CXMLMetaModelHandler& handler,
+CDocumentsAhead::Slot CDocumentsAhead::parse(std::size_t index, std::unique_ptr<CEventLog> log,
+                                             CXMLMetaModelHandler& handler,
                                              ORLO::XmlSAXParser& parser) const {
     const Document& document = documents_[index];
     Slot parsed;
-    parsed.log = std::make_unique<CEventLog>();
+    parsed.log = std::move(log);
     parsed.log->RecordPositions(&handler);
     handler.SetSink(parsed.log.get());
     handler.SetRootPath(document.rootPath);
@@ -201,7 +209,7 @@ bool CDocumentsAhead::Play(std::size_t index, CXMLMetaModelHandler& handler,
         return false;
     }
     changed_.wait(lock, [&] { return slot.state == State::Parsed; });
-    const std::unique_ptr<CEventLog> log = std::move(slot.log);
+    std::unique_ptr<CEventLog> log = std::move(slot.log);
     const CXMLMetaModelHandler::CarryOver carried = std::move(slot.carried);
     const std::exception_ptr failure = std::move(slot.failure);
     const std::vector<CppLanguage::CAppMsg> messages = std::move(slot.messages);
@@ -214,6 +222,11 @@ bool CDocumentsAhead::Play(std::size_t index, CXMLMetaModelHandler& handler,
         log->Replay(sink, {}, &position.at);
     }
     handler.AddCarryOver(carried);
+    log->Reuse();
+    {
+        const std::lock_guard relock(mutex_);
+        spareLogs_.push_back(std::move(log));
+    }
     if (failure)
         std::rethrow_exception(failure);
     return true;

@@ -54,12 +54,16 @@ private:
 
     void work();
     bool mayTake() const;
-    Slot parse(std::size_t index, CXMLMetaModelHandler& handler, ORLO::XmlSAXParser& parser) const;
+    Slot parse(std::size_t index, std::unique_ptr<CEventLog> log, CXMLMetaModelHandler& handler,
+               ORLO::XmlSAXParser& parser) const;
 
     const std::vector<Document> documents_;
     const std::size_t window_;
     const int jobs_;
     std::vector<Slot> slots_;
+    // Logs told already, kept for the next documents: each fresh one would map its memory
+    // anew and fault its pages in again.
+    std::vector<std::unique_ptr<CEventLog>> spareLogs_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::size_t next_ = 0;    // the first document nobody has taken
