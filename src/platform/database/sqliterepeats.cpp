@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -15,48 +17,32 @@ namespace TABLINK {
 
 namespace {
 
-// The 64-bit hashes of the rows seen so far, in an open-addressing table. Two equal rows have
-// equal hashes; two equal hashes are only a maybe, which is all the screen promises.
+// The 64-bit hashes of the rows seen so far, spread over buckets by their top bits and
+// sorted only at the end. A hash table would need twice the slots for its probes, and its
+// last doubling holds both tables at once: on a work table of millions of rows that is
+// hundreds of megabytes for a yes or no. Two equal rows have equal hashes; two equal hashes
+// are only a maybe, which is all the screen promises.
 class RowHashes {
 public:
-    // Answers false when the hash was there already.
-    bool insert(std::uint64_t hash) {
-        if (hash == empty)
-            hash = 1;
-        if ((count_ + 1) * 2 > slots_.size())
-            grow();
-        const std::size_t mask = slots_.size() - 1;
-        for (std::size_t slot = std::size_t(hash) & mask;; slot = (slot + 1) & mask) {
-            if (slots_[slot] == hash)
-                return false;
-            if (slots_[slot] == empty) {
-                slots_[slot] = hash;
-                ++count_;
+    void insert(std::uint64_t hash) { buckets_[hash >> (64 - bucketBits)].push_back(hash); }
+
+    bool hasRepeat() {
+        for (std::vector<std::uint64_t>& bucket : buckets_) {
+            std::sort(bucket.begin(), bucket.end());
+            if (std::adjacent_find(bucket.begin(), bucket.end()) != bucket.end())
                 return true;
-            }
         }
+        return false;
     }
 
 private:
-    static constexpr std::uint64_t empty = 0;
-
-    void grow() {
-        std::vector<std::uint64_t> old(slots_.empty() ? 1024 : slots_.size() * 2, empty);
-        old.swap(slots_);
-        count_ = 0;
-        for (const std::uint64_t hash : old)
-            if (hash != empty)
-                insert(hash);
-    }
-
-    std::vector<std::uint64_t> slots_;
-    std::size_t count_ = 0;
+    static constexpr int bucketBits = 8;
+    std::array<std::vector<std::uint64_t>, std::size_t(1) << bucketBits> buckets_;
 };
 
 struct ScreenState {
     RowHashes hashes;
     std::string row;
-    bool mayRepeat = false;
 };
 
 template <class T> void appendBytes(std::string& row, const T& value) {
@@ -120,13 +106,10 @@ void step(sqlite3_context* context, int count, sqlite3_value** values) {
             sqlite3_result_error_nomem(context);
             return;
         }
-        if (state->mayRepeat)
-            return;
         state->row.clear();
         for (int column = 0; column < count; ++column)
             appendValue(state->row, values[column]);
-        if (!state->hashes.insert(std::hash<std::string_view>()(state->row)))
-            state->mayRepeat = true;
+        state->hashes.insert(std::hash<std::string_view>()(state->row));
     } catch (const std::exception& failure) {
         sqlite3_result_error(context, failure.what(), -1);
     }
@@ -134,7 +117,11 @@ void step(sqlite3_context* context, int count, sqlite3_value** values) {
 
 void finish(sqlite3_context* context) {
     ScreenState* state = stateOf(context, false);
-    sqlite3_result_int(context, state && state->mayRepeat ? 1 : 0);
+    try {
+        sqlite3_result_int(context, state && state->hashes.hasRepeat() ? 1 : 0);
+    } catch (const std::exception& failure) {
+        sqlite3_result_error(context, failure.what(), -1);
+    }
     delete state;
 }
 
