@@ -177,11 +177,7 @@ TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
     EXPECT_FALSE(std::filesystem::exists(output));
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, ToolOnRepository,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         [](const testing::TestParamInfo<Backend>& info) {
-                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
-                         });
+INSTANTIATE_ON_BOTH_SERVERS(ToolOnRepository);
 
 TEST(ToolRepositoryFailures, WrongCombinationsAreUsageErrors) {
     const std::vector<std::vector<std::string>> wrongCalls = {
