@@ -6,21 +6,12 @@
 
 namespace {
 
+using TestSupport::lines;
 using TestSupport::runTool;
 using TestSupport::TempFolder;
 
 const std::string sample = METAMODEL_TEST_DATA_DIR "/xml/sample/MetaModel.xml";
 const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    size_t start = 0;
-    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
-        result.push_back(text.substr(start, end - start));
-    if (start < text.size())
-        result.push_back(text.substr(start));
-    return result;
-}
 
 TEST(Tool, DumpsTheSampleToItsTwoLinesOnStandardOutputOrAFile) {
     auto run = runTool({"dump", sample});
