@@ -3,11 +3,11 @@
 #include "cli/documentpaths.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/fragments/metamodelfragment.h"
 #include "metamodel/operations/advancereading.h"
 #include "metamodel/operations/documentfiles.h"
 #include "platform/database/uniqueconnection.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 
 #include <boost/lexical_cast.hpp>

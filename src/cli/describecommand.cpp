@@ -4,11 +4,11 @@
 #include "cli/modelwords.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/model/metamodel.h"
 #include "metamodel/model/propertyclassifiers.h"
 #include "metamodel/model/propertytype.h"
+#include "platform/messages.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -4,7 +4,6 @@
 #include "cli/modeldiff.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/operations/advancereading.h"
 #include "metamodel/operations/operationreading.h"
@@ -13,6 +12,7 @@
 #include "metamodel/repository/repositoryschema.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
+#include "platform/messages.h"
 
 #include <cstdio>
 #include <string>

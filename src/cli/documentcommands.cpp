@@ -3,9 +3,9 @@
 #include "cli/outputfile.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/stream/dumpmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelevents.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 
 #include <functional>

@@ -1,8 +1,8 @@
 #include "cli/documentpaths.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/operations/documentfiles.h"
 #include "metamodel/operations/operationreading.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 
 #include <algorithm>

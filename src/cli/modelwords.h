@@ -1,8 +1,8 @@
 #pragma once
 
+#include "cpplanguage/orlostring.h"
 #include "interfaces/elementstatus.h"
 #include "interfaces/ipropertytype.h"
-#include "platform/orlostring.h"
 
 namespace Cli {
 

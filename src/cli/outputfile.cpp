@@ -1,7 +1,7 @@
 #include "cli/outputfile.h"
 
 #include "cli/diagnostics.h"
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 
 #include <cerrno>
 #include <climits>

@@ -4,12 +4,12 @@
 #include "cli/progress.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/operations/transferoperation.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "metamodel/repository/repositoryschema.h"
 #include "platform/database/tablink.h"
 #include "platform/database/uniqueconnection.h"
+#include "platform/messages.h"
 
 #include <cstdio>
 #include <memory>

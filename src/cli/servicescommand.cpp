@@ -1,8 +1,8 @@
 #include "cli/commandline.h"
 #include "cli/outputfile.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/services/serviceexport.h"
+#include "platform/messages.h"
 
 #include <dlfcn.h>
 #include <filesystem>

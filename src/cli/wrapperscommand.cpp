@@ -2,12 +2,12 @@
 #include "cli/modelsource.h"
 #include "cli/repositoryaccess.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/operations/fileop.h"
 #include "metamodel/wrappers/wrappergenerator.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/appdatamanager.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "collections/interfaces.h"
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 #include <optional> // not used here, but src/cli relies on it transitively
 #include <string>

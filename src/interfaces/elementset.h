@@ -1,6 +1,6 @@
 #pragma once
 
-#include "interfaces/positionindex.h"
+#include "metamodel/model/positionindex.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "cpplanguage/orlostring.h"
 #include "interfaces/elementset.h"
 #include "interfaces/elementstatus.h"
-#include "platform/orlostring.h"
 
 namespace QEL {
 

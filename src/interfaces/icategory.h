@@ -1,9 +1,9 @@
 #pragma once
 
 #include "interfaces/iattribute.h"
-#include "interfaces/indextables.h"
 #include "interfaces/iproperty.h"
 #include "interfaces/iwalkable.h"
+#include "metamodel/model/indextables.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 namespace QEL {
 

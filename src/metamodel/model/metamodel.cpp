@@ -1,8 +1,8 @@
 #include "metamodel/model/metamodel.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/model/propertyclassifiers.h"
 #include "metamodel/model/propertytype.h"
+#include "platform/messages.h"
 
 namespace QEL {
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "interfaces/imetamodel.h"
-#include "interfaces/indextables.h"
 #include "metamodel/model/arena.h"
 #include "metamodel/model/category.h"
 #include "metamodel/model/ids.h"
+#include "metamodel/model/indextables.h"
 #include "metamodel/model/nametable.h"
 #include "metamodel/model/property.h"
 

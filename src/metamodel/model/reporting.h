@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 
 #include <initializer_list>
 

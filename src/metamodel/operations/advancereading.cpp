@@ -1,6 +1,6 @@
 #include "metamodel/operations/advancereading.h"
 
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 
 #include <sched.h>
 

@@ -1,9 +1,9 @@
 #include "metamodel/operations/checkoperation.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/operations/advancereading.h"
 #include "metamodel/validation/functionalvalidator.h"
+#include "platform/messages.h"
 
 namespace MetaModel {
 

@@ -1,6 +1,6 @@
 #include "metamodel/operations/fileop.h"
 
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 #include "metamodel/operations/transferoperation.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/operations/advancereading.h"
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "metamodel/stream/eventlog.h"
 #include "platform/database/uniqueconnection.h"
+#include "platform/messages.h"
 
 namespace MetaModel {
 

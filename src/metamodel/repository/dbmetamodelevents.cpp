@@ -1,8 +1,8 @@
 #include "metamodel/repository/dbmetamodelevents.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "platform/database/tablink.h"
+#include "platform/messages.h"
 
 namespace MetaModel {
 

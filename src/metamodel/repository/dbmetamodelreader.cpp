@@ -1,9 +1,9 @@
 #include "metamodel/repository/dbmetamodelreader.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "platform/database/tablink.h"
+#include "platform/messages.h"
 
 namespace MetaModel {
 

@@ -1,10 +1,10 @@
 #include "metamodel/repository/repositoryschema.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "platform/database/sqliterepeats.h"
 #include "platform/database/tablink.h"
+#include "platform/messages.h"
 
 #include <vector>
 

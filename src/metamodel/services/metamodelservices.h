@@ -1,10 +1,10 @@
 #pragma once
 
+#include "cpplanguage/orlostring.h"
 #include "metamodel/services/nodservices.h"
 #include "metamodel/stream/metamodelevents.h"
 #include "metamodel/stream/metamodelreader.h"
 #include "platform/database/uniqueconnection.h"
-#include "platform/orlostring.h"
 
 #include <type_traits>
 

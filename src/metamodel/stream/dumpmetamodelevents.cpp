@@ -1,7 +1,7 @@
 #include "metamodel/stream/dumpmetamodelevents.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
+#include "platform/messages.h"
 
 #include <charconv>
 #include <iterator>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cpplanguage/deletable.h"
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 namespace MetaModel {
 

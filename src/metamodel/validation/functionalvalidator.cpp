@@ -1,10 +1,10 @@
 #include "metamodel/validation/functionalvalidator.h"
 
-#include "cpplanguage/messages.h"
 #include "interfaces/iattribute.h"
 #include "interfaces/iproperty.h"
-#include "interfaces/positionindex.h"
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/model/positionindex.h"
+#include "platform/messages.h"
 
 #include <cstdint>
 #include <utility>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "cpplanguage/messages.h"
 #include "interfaces/idset.h"
 #include "metamodel/stream/metamodelevents.h"
 #include "metamodel/textstore.h"
+#include "platform/messages.h"
 
 #include <functional>
 #include <memory>

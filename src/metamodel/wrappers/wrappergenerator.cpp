@@ -1,10 +1,10 @@
 #include "metamodel/wrappers/wrappergenerator.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/model/propertytype.h"
 #include "metamodel/operations/fileop.h"
 #include "platform/appdatamanager.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 
 #include <algorithm>

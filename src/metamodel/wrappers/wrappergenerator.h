@@ -1,7 +1,7 @@
 #pragma once
 
+#include "cpplanguage/orlostring.h"
 #include "interfaces/imetamodel.h"
-#include "platform/orlostring.h"
 
 #include <fstream>
 #include <map>

@@ -1,7 +1,7 @@
 #include "metamodel/xml/xmlmetamodelevents.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
+#include "platform/messages.h"
 
 namespace MetaModel {
 

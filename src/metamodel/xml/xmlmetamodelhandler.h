@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cpplanguage/messages.h"
 #include "metamodel/stream/metamodelevents.h"
+#include "platform/messages.h"
 #include "platform/xmlsaxparser.h"
 
 #include <initializer_list>

@@ -1,9 +1,9 @@
 #include "metamodel/xml/xmlmetamodelreader.h"
 
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/xml/xmlmetamodelhandler.h"
 #include "platform/appdatamanager.h"
+#include "platform/messages.h"
 #include "platform/orlofile.h"
 #include "platform/xmlsaxparser.h"
 

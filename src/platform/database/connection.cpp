@@ -1,7 +1,7 @@
 #include "platform/database/connection.h"
 
-#include "cpplanguage/messages.h"
 #include "platform/database/databaseexceptions.h"
+#include "platform/messages.h"
 
 #include <regex>
 

@@ -1,8 +1,8 @@
 #include "platform/database/rowvault.h"
 
-#include "cpplanguage/messages.h"
 #include "platform/database/connection.h"
 #include "platform/database/databaseexceptions.h"
+#include "platform/messages.h"
 
 #include <cstdarg>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 // The database connectivity operations. A connection is an opaque handle (a TABLINK::CConnection
 // behind it, see IUniqueConnection); a null handle fails every operation. Answers are C-style:

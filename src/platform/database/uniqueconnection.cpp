@@ -1,8 +1,8 @@
 #include "platform/database/uniqueconnection.h"
 
-#include "cpplanguage/messages.h"
 #include "platform/database/databaseexceptions.h"
 #include "platform/database/tablink.h"
+#include "platform/messages.h"
 
 namespace {
 

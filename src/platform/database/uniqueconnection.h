@@ -1,7 +1,7 @@
 #pragma once
 
+#include "cpplanguage/orlostring.h"
 #include "platform/database/connection.h"
-#include "platform/orlostring.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
-#include "cpplanguage/messages.h"
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/appdatamanager.h"
+#include "platform/messages.h"
 #include "support/messagecapture.h"
 #include "support/recordingevents.h"
 #include "support/tempfolder.h"

@@ -4,10 +4,10 @@
 // handles, and the model is the one the library builds from the documents that the client
 // program is told of (clientmodel.cpp).
 
+#include "cpplanguage/orlostring.h"
 #include "interfaces/icategory.h"
 #include "interfaces/imetamodel.h"
 #include "interfaces/iproperty.h"
-#include "platform/orlostring.h"
 
 #include <cstddef>
 

@@ -1,4 +1,4 @@
-#include "interfaces/indextables.h"
+#include "metamodel/model/indextables.h"
 
 #include "interfaces/icategory.h"
 

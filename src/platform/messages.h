@@ -2,7 +2,7 @@
 
 #include "cpplanguage/appmsg.h"
 #include "cpplanguage/exceptions.h"
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 #include <exception>
 #include <initializer_list>

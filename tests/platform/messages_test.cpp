@@ -1,4 +1,4 @@
-#include "cpplanguage/messages.h"
+#include "platform/messages.h"
 
 #include "platform/appmsgmanager.h"
 #include "support/messagecapture.h"

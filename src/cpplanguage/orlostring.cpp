@@ -1,4 +1,4 @@
-#include "platform/orlostring.h"
+#include "cpplanguage/orlostring.h"
 
 #include <cstdarg>
 #include <cstdio>
