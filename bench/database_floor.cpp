@@ -1,18 +1,28 @@
-// database_floor insert DATABASE ROWS
-// database_floor select DATABASE
+// database_floor count DATABASE [SCHEMA]
+// database_floor insert DATABASE COUNTS [SCHEMA]
+// database_floor select DATABASE [SCHEMA]
 //
-// The floor of the repository operations: what the database itself needs for the same amount
-// of rows, with nothing of the library in between.
+// The floors of the repository operations: what the database itself needs for the same rows,
+// with nothing of the library in between.
 //
-// insert  makes a table in DATABASE and inserts ROWS rows of six columns, about as wide as the
-//         repository's rows (an id, a name, a type, an integer or a text, a status), through
-//         one prepared statement in one transaction; the server takes them through COPY, the
-//         fastest way it has. A table of that name from an earlier run is dropped first.
-// select  reads every row of the eleven final repository tables with a plain SELECT and
-//         touches every value. Prints the number of rows read.
+// count   prints the number of rows of each of the eleven final repository tables, in the
+//         order of the library's table list, on one line.
+// insert  makes the eleven final tables, with the library's very column definitions, in
+//         DATABASE (a new SQLite file, or a new SCHEMA on the server) and fills each with as
+//         many rows as COUNTS (the line `count` prints) gives it, of the same shape as the
+//         repository's rows: ids, names and descriptions about as long as the generated sets'
+//         ones, one of IntVal and StrVal null. SQLite takes them through one prepared statement
+//         per table in one transaction, committed with the tool's synchronous FULL; the server
+//         through COPY in large blocks, its fastest way in. Making the tables is part of it:
+//         the tool makes its own as well.
+// select  runs the reader's eleven statements (their columns, filter and order) and touches
+//         every value: rows the tool does not read are not read here either. Prints the number
+//         of rows read.
 //
-// DATABASE is a path of an SQLite file (made when missing) or a libpq connection string
-// ("postgresql://..." or "key=value ..."). Exit 1 on any failure of the database.
+// DATABASE is a path of an SQLite file or a libpq connection string ("postgresql://..." or
+// "key=value ..."). Exit 1 on any failure of the database.
+
+#include "metamodel/repository/repositoryformat.h"
 
 #include <libpq-fe.h>
 #include <sqlite3.h>
@@ -21,31 +31,107 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
-constexpr const char* finalTables[] = {"Cat",      "CatAttr", "CatCat", "TreeCat",
-                                       "Typ",      "TypAttr", "TypCat", "Prop",
-                                       "PropAttr", "PropCat", "TypProp"};
-constexpr const char* floorTable = "floor_rows";
+using MetaModel::Repository::repositoryTables;
+using MetaModel::Repository::TableCount;
 
-// The values of row `n`: ids and names like the generated sets' ones, every other row with an
-// integer value and the others with a text one, as the attribute rows are.
-struct Row {
-    explicit Row(long n)
-        : id(int(n / 3)), name("prop_" + std::to_string(n % 10) + "_" + std::to_string(n)),
-          type(n % 2 ? 137475 : 137476), integer(int(n % 1000)),
-          text("Synthetic value " + std::to_string(n)) {}
-    bool hasInteger() const { return type == 137475; }
-    int id;
+// The reader's statements, in the order of the library's table list.
+constexpr const char* readerStatements[TableCount] = {
+    "select IdCat,CatNam,CatDsc,Status from {}Cat order by IdCat",
+    "select IdCat,AttrNam,AttrTyp,IntVal,StrVal,Status from {}CatAttr order by IdCat, AttrNam",
+    "select IdCat,IdCatParent,Status from {}CatCat order by IdCatParent",
+    "select IdFrom,IdTo,IdCat,Status from {}TreeCat",
+    "select IdTyp,TypNam,TypDsc,Status from {}Typ order by IdTyp",
+    "select IdTyp,AttrNam,AttrTyp,IntVal,StrVal,Status from {}TypAttr order by IdTyp, AttrNam",
+    "select IdTyp,IdCatParent,Status from {}TypCat where IsCatProp = 1 order by IdCatParent",
+    "select IdProp,PropNam,PropDsc,PropTyp,PropMrg,CardMin,CardMax,Status from {}Prop",
+    "select IdProp,AttrNam,AttrTyp,IntVal,StrVal,Status from {}PropAttr order by IdProp, AttrNam",
+    "select IdProp,IdCat,Status from {}PropCat order by IdProp",
+    "select IdProp,IdTyp,Status from {}TypProp order by IdProp",
+};
+
+std::string withPrefix(const char* statement, const std::string& prefix) {
+    std::string text = statement;
+    text.replace(text.find("{}"), 2, prefix);
+    return text;
+}
+
+struct Column {
     std::string name;
-    int type;
-    int integer;
+    bool integer;
+    bool nullable;
+};
+
+// "IdCat integer NOT NULL, StrVal text" as columns.
+std::vector<Column> columnsOf(const char* definitions) {
+    std::vector<Column> columns;
+    std::stringstream all(definitions);
+    std::string definition;
+    while (std::getline(all, definition, ',')) {
+        std::stringstream words(definition);
+        Column column;
+        std::string type;
+        words >> column.name >> type;
+        column.integer = type == "integer";
+        column.nullable = definition.find("NOT NULL") == std::string::npos;
+        columns.push_back(column);
+    }
+    return columns;
+}
+
+// The value of column `index` in row `n`, or nothing for a null: the nullable columns take
+// turns, so that a row has one of IntVal and StrVal, as an attribute row has. Texts are as
+// long as the generated sets' ones: short names, descriptions of a sentence.
+struct Value {
+    bool null = false;
+    bool integer = false;
+    int number = 0;
     std::string text;
 };
+
+Value valueOf(const std::vector<Column>& columns, size_t index, long n) {
+    const Column& column = columns[index];
+    Value value;
+    if (column.nullable) {
+        size_t nullableBefore = 0;
+        for (size_t other = 0; other < index; ++other)
+            nullableBefore += columns[other].nullable ? 1 : 0;
+        if ((size_t(n) + nullableBefore) % 2 == 0) {
+            value.null = true;
+            return value;
+        }
+    }
+    value.integer = column.integer;
+    if (column.integer)
+        value.number = int(index == 0 ? n / 2 + 1000 : (n * 7919 + long(index)) % 1000000);
+    else if (column.name == "Status")
+        value.text = "ACTIVE";
+    else if (column.name.ends_with("Dsc"))
+        value.text = "Synthetic element " + std::to_string(n) + " of the benchmark set.";
+    else if (column.name.ends_with("Mrg"))
+        value.text = "NON";
+    else
+        value.text = "v_" + std::to_string(n);
+    return value;
+}
+
+std::vector<long> parseCounts(const std::string& line) {
+    std::vector<long> counts;
+    std::stringstream words(line);
+    long count;
+    while (words >> count)
+        counts.push_back(count);
+    if (counts.size() != size_t(TableCount))
+        throw std::runtime_error("COUNTS must give " + std::to_string(TableCount) + " numbers");
+    return counts;
+}
 
 bool isServer(std::string_view database) {
     return database.starts_with("postgresql://") || database.starts_with("postgres://") ||
@@ -68,12 +154,17 @@ void check(sqlite3* database, int outcome, int expected = SQLITE_OK) {
         throw std::runtime_error(sqlite3_errmsg(database));
 }
 
-SqliteHandle openSqlite(const std::string& path) {
+void exec(sqlite3* database, const std::string& sql) {
+    check(database, sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr));
+}
+
+SqliteHandle openSqlite(const std::string& path, int flags) {
     sqlite3* raw = nullptr;
-    const int outcome =
-        sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    const int outcome = sqlite3_open_v2(path.c_str(), &raw, flags, nullptr);
     SqliteHandle database(raw);
     check(database.get(), outcome);
+    // What the tool asks for: a committed transfer outlives a power cut.
+    exec(database.get(), "PRAGMA synchronous = FULL");
     return database;
 }
 
@@ -83,46 +174,56 @@ StatementHandle prepare(sqlite3* database, const std::string& sql) {
     return StatementHandle(raw);
 }
 
-void exec(sqlite3* database, const std::string& sql) {
-    check(database, sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr));
-}
-
-void sqliteInsert(const std::string& path, long rows) {
-    SqliteHandle database = openSqlite(path);
+void sqliteInsert(const std::string& path, const std::vector<long>& counts) {
+    SqliteHandle database = openSqlite(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     sqlite3* db = database.get();
-    exec(db, std::string("DROP TABLE IF EXISTS ") + floorTable);
-    exec(db, std::string("CREATE TABLE ") + floorTable +
-                 " (Id integer NOT NULL, Nam text NOT NULL, Typ integer NOT NULL, IntVal integer,"
-                 " StrVal text, Status text NOT NULL)");
     exec(db, "BEGIN");
-    StatementHandle insert =
-        prepare(db, std::string("INSERT INTO ") + floorTable + " VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
-    sqlite3_stmt* statement = insert.get();
-    for (long n = 0; n < rows; ++n) {
-        const Row row(n);
-        sqlite3_bind_int(statement, 1, row.id);
-        sqlite3_bind_text(statement, 2, row.name.data(), int(row.name.size()), SQLITE_STATIC);
-        sqlite3_bind_int(statement, 3, row.type);
-        if (row.hasInteger()) {
-            sqlite3_bind_int(statement, 4, row.integer);
-            sqlite3_bind_null(statement, 5);
-        } else {
-            sqlite3_bind_null(statement, 4);
-            sqlite3_bind_text(statement, 5, row.text.data(), int(row.text.size()), SQLITE_STATIC);
+    for (int index = 0; index < TableCount; ++index) {
+        const auto& table = repositoryTables()[size_t(index)];
+        const std::vector<Column> columns = columnsOf(table.finalColumns);
+        exec(db, std::string("CREATE TABLE ") + table.finalName + " (" + table.finalColumns + ")");
+        std::string text = std::string("INSERT INTO ") + table.finalName + " VALUES (";
+        for (size_t column = 0; column < columns.size(); ++column)
+            text += column ? ", ?" : "?";
+        StatementHandle insert = prepare(db, text + ")");
+        sqlite3_stmt* statement = insert.get();
+        for (long n = 0; n < counts[size_t(index)]; ++n) {
+            for (size_t column = 0; column < columns.size(); ++column) {
+                const Value value = valueOf(columns, column, n);
+                const int slot = int(column) + 1;
+                if (value.null)
+                    sqlite3_bind_null(statement, slot);
+                else if (value.integer)
+                    sqlite3_bind_int(statement, slot, value.number);
+                else
+                    sqlite3_bind_text(statement, slot, value.text.data(), int(value.text.size()),
+                                      SQLITE_TRANSIENT);
+            }
+            check(db, sqlite3_step(statement), SQLITE_DONE);
+            sqlite3_reset(statement);
         }
-        sqlite3_bind_text(statement, 6, "ACTIVE", 6, SQLITE_STATIC);
-        check(db, sqlite3_step(statement), SQLITE_DONE);
-        sqlite3_reset(statement);
     }
     exec(db, "COMMIT");
 }
 
+std::vector<long> sqliteCount(const std::string& path) {
+    SqliteHandle database = openSqlite(path, SQLITE_OPEN_READONLY);
+    std::vector<long> counts;
+    for (const auto& table : repositoryTables()) {
+        StatementHandle count =
+            prepare(database.get(), std::string("SELECT count(*) FROM ") + table.finalName);
+        check(database.get(), sqlite3_step(count.get()), SQLITE_ROW);
+        counts.push_back(sqlite3_column_int64(count.get(), 0));
+    }
+    return counts;
+}
+
 long sqliteSelect(const std::string& path) {
-    SqliteHandle database = openSqlite(path);
+    SqliteHandle database = openSqlite(path, SQLITE_OPEN_READONLY);
     long rows = 0;
     size_t bytes = 0;
-    for (const char* table : finalTables) {
-        StatementHandle select = prepare(database.get(), std::string("SELECT * FROM ") + table);
+    for (const char* text : readerStatements) {
+        StatementHandle select = prepare(database.get(), withPrefix(text, ""));
         sqlite3_stmt* statement = select.get();
         const int columns = sqlite3_column_count(statement);
         int outcome;
@@ -171,46 +272,72 @@ PgResult run(PGconn* connection, const std::string& sql, ExecStatusType expected
     return result;
 }
 
-void postgresInsert(const std::string& connectionInfo, long rows) {
+std::string schemaPrefix(const std::string& schema) {
+    return schema.empty() ? "" : "\"" + schema + "\".";
+}
+
+void postgresInsert(const std::string& connectionInfo, const std::vector<long>& counts,
+                    const std::string& schema) {
     PgHandle connection = openPostgres(connectionInfo);
     PGconn* pg = connection.get();
-    run(pg, std::string("DROP TABLE IF EXISTS ") + floorTable, PGRES_COMMAND_OK);
-    run(pg,
-        std::string("CREATE TABLE ") + floorTable +
-            " (Id integer NOT NULL, Nam text NOT NULL, Typ integer NOT NULL, IntVal integer,"
-            " StrVal text, Status text NOT NULL)",
-        PGRES_COMMAND_OK);
+    const std::string prefix = schemaPrefix(schema);
     run(pg, "BEGIN", PGRES_COMMAND_OK);
-    run(pg, std::string("COPY ") + floorTable + " FROM STDIN", PGRES_COPY_IN);
+    if (!schema.empty())
+        run(pg, "CREATE SCHEMA \"" + schema + "\"", PGRES_COMMAND_OK);
     std::string block;
-    for (long n = 0; n < rows; ++n) {
-        const Row row(n);
-        block += std::to_string(row.id) + '\t' + row.name + '\t' + std::to_string(row.type) + '\t';
-        block += row.hasInteger() ? std::to_string(row.integer) + "\t\\N" : "\\N\t" + row.text;
-        block += "\tACTIVE\n";
-        if (block.size() > (1 << 16) || n + 1 == rows) {
-            if (PQputCopyData(pg, block.data(), int(block.size())) != 1)
-                throw std::runtime_error(PQerrorMessage(pg));
-            block.clear();
+    for (int index = 0; index < TableCount; ++index) {
+        const auto& table = repositoryTables()[size_t(index)];
+        const std::vector<Column> columns = columnsOf(table.finalColumns);
+        run(pg, "CREATE TABLE " + prefix + table.finalName + " (" + table.finalColumns + ")",
+            PGRES_COMMAND_OK);
+        run(pg, "COPY " + prefix + table.finalName + " FROM STDIN", PGRES_COPY_IN);
+        const long rows = counts[size_t(index)];
+        for (long n = 0; n < rows; ++n) {
+            for (size_t column = 0; column < columns.size(); ++column) {
+                const Value value = valueOf(columns, column, n);
+                if (column)
+                    block += '\t';
+                block += value.null      ? std::string("\\N")
+                         : value.integer ? std::to_string(value.number)
+                                         : value.text;
+            }
+            block += '\n';
+            if (block.size() > (1 << 20) || n + 1 == rows) {
+                if (PQputCopyData(pg, block.data(), int(block.size())) != 1)
+                    throw std::runtime_error(PQerrorMessage(pg));
+                block.clear();
+            }
         }
-    }
-    if (PQputCopyEnd(pg, nullptr) != 1)
-        throw std::runtime_error(PQerrorMessage(pg));
-    while (PGresult* raw = PQgetResult(pg)) {
-        PgResult result(raw);
-        if (PQresultStatus(raw) != PGRES_COMMAND_OK)
+        if (PQputCopyEnd(pg, nullptr) != 1)
             throw std::runtime_error(PQerrorMessage(pg));
+        while (PGresult* raw = PQgetResult(pg)) {
+            PgResult result(raw);
+            if (PQresultStatus(raw) != PGRES_COMMAND_OK)
+                throw std::runtime_error(PQerrorMessage(pg));
+        }
     }
     run(pg, "COMMIT", PGRES_COMMAND_OK);
 }
 
+std::vector<long> postgresCount(const std::string& connectionInfo, const std::string& schema) {
+    PgHandle connection = openPostgres(connectionInfo);
+    std::vector<long> counts;
+    for (const auto& table : repositoryTables()) {
+        PgResult result =
+            run(connection.get(), "SELECT count(*) FROM " + schemaPrefix(schema) + table.finalName,
+                PGRES_TUPLES_OK);
+        counts.push_back(std::atol(PQgetvalue(result.get(), 0, 0)));
+    }
+    return counts;
+}
+
 long postgresSelect(const std::string& connectionInfo, const std::string& schema) {
     PgHandle connection = openPostgres(connectionInfo);
-    const std::string prefix = schema.empty() ? "" : "\"" + schema + "\".";
     long rows = 0;
     size_t bytes = 0;
-    for (const char* table : finalTables) {
-        PgResult result = run(connection.get(), "SELECT * FROM " + prefix + table, PGRES_TUPLES_OK);
+    for (const char* text : readerStatements) {
+        PgResult result =
+            run(connection.get(), withPrefix(text, schemaPrefix(schema)), PGRES_TUPLES_OK);
         const int count = PQntuples(result.get());
         const int columns = PQnfields(result.get());
         for (int row = 0; row < count; ++row)
@@ -224,7 +351,8 @@ long postgresSelect(const std::string& connectionInfo, const std::string& schema
 }
 
 int usage() {
-    std::cerr << "usage: database_floor insert DATABASE ROWS\n"
+    std::cerr << "usage: database_floor count DATABASE [SCHEMA]\n"
+                 "       database_floor insert DATABASE COUNTS [SCHEMA]\n"
                  "       database_floor select DATABASE [SCHEMA]\n";
     return 2;
 }
@@ -236,21 +364,28 @@ int main(int argc, char** argv) {
         return usage();
     const std::string mode = argv[1];
     const std::string database = argv[2];
+    const bool server = isServer(database);
     try {
-        if (mode == "insert" && argc == 4) {
-            const long rows = std::atol(argv[3]);
-            if (rows < 0)
-                return usage();
-            if (isServer(database))
-                postgresInsert(database, rows);
+        if (mode == "insert" && (argc == 4 || argc == 5)) {
+            const std::vector<long> counts = parseCounts(argv[3]);
+            const std::string schema = argc == 5 ? argv[4] : "";
+            if (server)
+                postgresInsert(database, counts, schema);
             else
-                sqliteInsert(database, rows);
+                sqliteInsert(database, counts);
+            return 0;
+        }
+        const std::string schema = argc == 4 ? argv[3] : "";
+        if (mode == "count" && argc <= 4) {
+            const std::vector<long> counts =
+                server ? postgresCount(database, schema) : sqliteCount(database);
+            for (size_t index = 0; index < counts.size(); ++index)
+                std::cout << (index ? " " : "") << counts[index];
+            std::cout << '\n';
             return 0;
         }
         if (mode == "select" && argc <= 4) {
-            const std::string schema = argc == 4 ? argv[3] : "";
-            std::cout << (isServer(database) ? postgresSelect(database, schema)
-                                             : sqliteSelect(database))
+            std::cout << (server ? postgresSelect(database, schema) : sqliteSelect(database))
                       << '\n';
             return 0;
         }

@@ -320,15 +320,9 @@ void print(const std::string& text) {
 
 int describe(const CommandArguments& arguments) {
     ModelSource source("describe", arguments);
-    if (!source.prepare())
-        return exitFailure;
     MetaModel::CMetaModelBuilder builder;
-    try {
-        source.play(builder);
-    } catch (const CppLanguage::CRuntimeException& failure) {
-        CppLanguage::reportException(failure);
+    if (!buildModel(source, builder))
         return exitFailure;
-    }
     const QEL::IMetaModel& model = *builder.GetResult();
     const auto found = arguments.values.find("element");
     Selection selection;

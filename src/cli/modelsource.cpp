@@ -3,6 +3,7 @@
 #include "cli/documentpaths.h"
 #include "metamodel/repository/dbmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
+#include "platform/messages.h"
 
 namespace Cli {
 
@@ -35,6 +36,18 @@ bool ModelSource::play(MetaModel::IMetaModelEvents& sink,
     repository.SetEvents(&sink);
     repository.Read();
     return true;
+}
+
+bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder,
+                const std::function<bool()>& repositoryOpened) {
+    if (!source.prepare())
+        return false;
+    try {
+        return source.play(builder, repositoryOpened);
+    } catch (const CppLanguage::CRuntimeException& failure) {
+        CppLanguage::reportException(failure);
+        return false;
+    }
 }
 
 } // namespace Cli

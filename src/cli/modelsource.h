@@ -2,6 +2,8 @@
 
 #include "cli/commandline.h"
 
+#include "metamodel/builder/metamodelbuilder.h"
+
 #include "metamodel/operations/operationreading.h"
 #include "metamodel/stream/metamodelevents.h"
 
@@ -37,5 +39,10 @@ private:
     std::vector<std::string> paths_;
     MetaModel::COperationReader documents_;
 };
+
+// Builds the model of the source, unchecked, as describe shows it; reports what fails and
+// answers whether the builder holds a model. `repositoryOpened` as for play.
+bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder,
+                const std::function<bool()>& repositoryOpened = {});
 
 } // namespace Cli

@@ -316,6 +316,18 @@ int writeOutputWhole(const std::string& output,
                     : copyOut(scratch.descriptor(), output, shown);
 }
 
+int writeTextWhole(const std::string& output, std::string_view text) {
+    return writeOutputWhole(output, [&](const std::string& target) {
+        const int descriptor = open(target.c_str(), O_WRONLY | O_CLOEXEC);
+        int error = descriptor < 0 ? errno : writeAll(descriptor, text.data(), text.size());
+        if (descriptor >= 0 && close(descriptor) != 0 && error == 0)
+            error = errno;
+        if (error)
+            failed(output == "-" ? "standard output" : output, error);
+        return error == 0;
+    });
+}
+
 OutputIdentity::OutputIdentity(const std::string& output) : output_(output) {
     // Only a plain file can be an input; a device such as /dev/null may be both at no harm.
     struct stat status {};

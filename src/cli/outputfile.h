@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 namespace Cli {
@@ -21,6 +22,9 @@ inline constexpr OptionSpec outputOption{"output", 'o', "FILE",
 // status.
 int writeOutputWhole(const std::string& output,
                      const std::function<bool(const std::string& target)>& write);
+
+// The same for a text that is complete before the output is touched.
+int writeTextWhole(const std::string& output, std::string_view text);
 
 // Reports that `what` could not be written, and why; answers the exit status.
 int reportWriteFailure(const std::string& what, const char* reason);

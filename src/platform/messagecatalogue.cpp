@@ -30,6 +30,12 @@ constexpr MessageDefinition catalogue[] = {
     {"FILEOP_OUTPUT_IS_INPUT", SeverityError,
      "The output '{FILE}' is the input '{INPUT}' itself, which writing would destroy; name "
      "another output."},
+    {"MM_GRAPH_DOT_FAILED", SeverityError,
+     "Graphviz's 'dot' could not draw the graph ({CAUSE}); the DOT text is what 'metamodel graph "
+     "--format dot' writes."},
+    {"MM_GRAPH_DOT_MISSING", SeverityError,
+     "Graphviz's 'dot' program is needed for SVG and was not found[ ({CAUSE})]; install the "
+     "'graphviz' package, or write DOT with --format dot."},
     {"MM_SEVERAL_LANGUAGES", SeverityError,
      "Category '{CATEGORY_NAME}' derives from more than one language: {LANGUAGES_CATEGORIES}."},
     {"MM_WRP_GEN_FAILED", SeverityError,

@@ -96,6 +96,8 @@ const std::map<std::string, std::set<std::string>>& expectedArguments() {
         {"QEL_MM_UNDEF_PROP_ID", {"PROP_ID"}},
         {"MM_WRP_GEN_FAILED", {}},
         {"MM_WRP_ROOT_OUTSIDE", {"CAT_NAM", "PATH", "ROOT"}},
+        {"MM_GRAPH_DOT_MISSING", {"CAUSE"}},
+        {"MM_GRAPH_DOT_FAILED", {"CAUSE"}},
         {"FILEOP_INVALID_PATH", {"PATH"}},
         {"FILEOP_CANNOT_COMPARE_FILE", {"FILE2", "FILE1"}},
         {"FILEOP_CANNOT_DELETE", {"ARG"}},

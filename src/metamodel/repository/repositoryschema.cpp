@@ -53,20 +53,19 @@ String createTableStatement(int tableIndex, bool workTable) {
 // only when it may hold two equal rows: a rewrite of every row would cost more than the rest
 // of the procedure. The screen is the server's aggregate `repeatScreen` where it has one (a
 // hashing pass over the key columns only: equal rows have equal keys, and a valid set repeats
-// no key), else a count of the distinct rows against all (a sort). Where the server
-// names its rows (`rowIdentity`), only the later copies are deleted; elsewhere the distinct
-// rows replace the table's when there are fewer of them.
+// no key), else a search for a key held by two rows, which the server answers by hashing the
+// key columns as well. Where the server names its rows (`rowIdentity`), only the later copies
+// are deleted; elsewhere the distinct rows replace the table's when there are fewer of them.
 String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
     String body;
     for (const RepositoryTable& table : repositoryTables()) {
         const String work = prefixed(table.workName);
         const String columns = columnNames(table.workTableColumns());
+        const String keys = columnNames(table.workTableColumns(), table.keyColumns);
         const String mayHaveDuplicates =
-            repeatScreen.empty() ? "(SELECT count(*) FROM (SELECT DISTINCT * FROM " + work +
-                                       ") distinct_rows) < (SELECT count(*) FROM " + work + ")"
-                                 : "(SELECT " + repeatScreen + "(" +
-                                       columnNames(table.workTableColumns(), table.keyColumns) +
-                                       ") FROM " + work + ") = 1";
+            repeatScreen.empty()
+                ? "EXISTS (SELECT 1 FROM " + work + " GROUP BY " + keys + " HAVING count(*) > 1)"
+                : "(SELECT " + repeatScreen + "(" + keys + ") FROM " + work + ") = 1";
         if (!rowIdentity.empty()) {
             body += "DELETE FROM " + work + " WHERE " + mayHaveDuplicates + " AND " + rowIdentity +
                     " NOT IN (SELECT min(" + rowIdentity + ") FROM " + work + " GROUP BY " +
@@ -198,10 +197,12 @@ void CreateRepository(void* connection) {
     const int serverKind = TABLINK::dbgetconnectiontype(connection, nullptr, nullptr);
     const String rowIdentity = serverKind == 1 ? "rowid" : serverKind == 5 ? "ctid" : "";
     const String repeatScreen = serverKind == 1 ? TABLINK::repeatScreenFunction : "";
+    // Both servers rename in one transaction; the others copy.
+    const bool renameWorkTables = serverKind == 1 || serverKind == 5;
     const std::pair<const char*, String> procedures[] = {
         {"METAMODEL_FLUSHDATA", Repository::flushDataBody(rowIdentity, repeatScreen)},
         {"CAT_BUILD_DEPENDENCIES", Repository::buildDependenciesBody()},
-        {"FINAL_METAMODEL", Repository::finalMetaModelBody(serverKind == 1)},
+        {"FINAL_METAMODEL", Repository::finalMetaModelBody(renameWorkTables)},
     };
     for (const auto& [name, body] : procedures)
         if (!DBConnectivity::defineProc(connection, name, body.c_str()))

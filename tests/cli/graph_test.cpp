@@ -1,0 +1,169 @@
+#include "support/runtool.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace {
+
+using TestSupport::messageIds;
+using TestSupport::readFile;
+using TestSupport::runTool;
+
+const std::string shareDir = METAMODEL_SOURCE_DIR "/share/metamodel";
+
+// The lines a shell command prints, and whether it succeeded.
+bool shellLines(const std::string& command, std::set<std::string>& lines) {
+    FILE* pipe = popen(("bash -c 'set -o pipefail; " + command + "'").c_str(), "r");
+    if (!pipe)
+        return false;
+    std::string text;
+    char buffer[4096];
+    for (size_t count; (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        text.append(buffer, count);
+    const int status = pclose(pipe);
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        lines.insert(line);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Names that DOT cannot take as they stand: blanks, quotes, backslashes (one at the end),
+// an entity, non-ASCII text; a deprecated type and an obsolete category; inheritance and a
+// tree link, one across documents through a partial element.
+const char* const crafted = R"(<metaModel file_no="3" file_level="builtin">
+<category name="Base" rid="1"><description/></category>
+<category name="Two words" rid="2"><description/><inheritedCategory name="Base"/></category>
+<category name="Say &quot;hi&quot;" rid="3" status="obsolete"><description/><inheritedCategory name="Two words"/></category>
+<type name="Back\slash\" rid="4" status="deprecated"><description/><inheritedCategory name="Base"/><inheritedCategory name="Say &quot;hi&quot;"/><tree parent="Grüße &amp;amp; 名前" category="Two words"/></type>
+<type name="Grüße &amp;amp; 名前" rid="5"><description/></type>
+<partial_type name="Grüße &amp;amp; 名前"><inheritedCategory name="Base"/></partial_type>
+</metaModel>
+)";
+
+TEST(Graph, DotHoldsExactlyTheModelsNodesAndEdges) {
+    const TestSupport::TempFolder folder;
+    const std::string document = folder.write("crafted/MetaModel.xml", crafted);
+    const std::string dot = folder.file("model.dot");
+    const auto run = runTool({"graph", "--trees", "-o", dot, document});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    // Graphviz's own reading of the text, once through dot and back, as name sets.
+    std::set<std::string> read;
+    ASSERT_TRUE(shellLines(
+        "dot -Tcanon \"" + dot +
+            "\" | gvpr \"N{printf(\\\"node %s|%s|%s\\n\\\", \\$.name, \\$.shape, \\$.style)} "
+            "E{printf(\\\"edge %s|%s|%s\\n\\\", \\$.tail.name, \\$.head.name, \\$.label)}\"",
+        read))
+        << readFile(dot);
+    // In a quoted DOT name only \" is an escape and \\ stays as it is written: a backslash
+    // is doubled in the node's name, where a single one before the closing quote would end
+    // the text too early; its label shows it single.
+    const std::set<std::string> expected = {
+        "node Base|ellipse|",
+        "node Two words|ellipse|",
+        "node Say \"hi\"|ellipse|dotted",
+        "node Back\\\\slash\\\\|box|filled,dashed",
+        "node Grüße &amp; 名前|box|filled",
+        "edge Two words|Base|",
+        "edge Say \"hi\"|Two words|",
+        "edge Back\\\\slash\\\\|Base|",
+        "edge Back\\\\slash\\\\|Say \"hi\"|",
+        "edge Grüße &amp; 名前|Base|",
+        "edge Back\\\\slash\\\\|Grüße &amp; 名前|Two words",
+    };
+    EXPECT_EQ(read, expected) << readFile(dot);
+    // The same model gives the same text, whatever the order of the hash tables.
+    EXPECT_EQ(runTool({"graph", "--trees", document}).out, readFile(dot));
+
+    const auto overwrite = runTool({"graph", "-o", document, document});
+    EXPECT_EQ(overwrite.exitCode, 1);
+    EXPECT_EQ(messageIds(overwrite.err), std::vector<std::string>{"FILEOP_OUTPUT_IS_INPUT"});
+    EXPECT_EQ(readFile(document), crafted);
+}
+
+struct Focus {
+    std::vector<std::string> options;
+    int exitCode;
+    std::set<std::string> nodes;
+};
+
+// Root <- Middle <- Focus <- Child <- Grandchild, Root <- Side, Middle <- Sibling,
+// Focus <- Other.
+const char* const family = R"(<metaModel file_no="4">
+<category name="Root" rid="1"><description/></category>
+<category name="Side" rid="2"><description/><inheritedCategory name="Root"/></category>
+<category name="Middle" rid="3"><description/><inheritedCategory name="Root"/></category>
+<category name="Sibling" rid="4"><description/><inheritedCategory name="Middle"/></category>
+<category name="Focus" rid="5"><description/><inheritedCategory name="Middle"/></category>
+<type name="Child" rid="6"><description/><inheritedCategory name="Focus"/></type>
+<type name="Other" rid="7"><description/><inheritedCategory name="Focus"/></type>
+<type name="Grandchild" rid="8"><description/><inheritedCategory name="Child"/></type>
+</metaModel>
+)";
+
+TEST(Graph, AFocusKeepsItsNeighbourhoodAndTheEdgesWithin) {
+    const TestSupport::TempFolder folder;
+    const std::string document = folder.write("family/MetaModel.xml", family);
+    const Focus cases[] = {
+        {{"--focus", "Focus"}, 0, {"Root", "Middle", "Focus", "Child", "Other"}},
+        {{"--focus", "Focus", "--up", "1", "--down", "0"}, 0, {"Middle", "Focus"}},
+        {{"--focus", "Focus", "--up", "0", "--down", "2"},
+         0,
+         {"Focus", "Child", "Other", "Grandchild"}},
+        {{"--focus", "Middle", "--up", "0"}, 0, {"Middle", "Sibling", "Focus"}},
+        {{"--focus", "Nobody"}, 1, {}},
+        {{"--down", "1"}, 2, {}},
+        {{"--focus", "Focus", "--up", "-1"}, 2, {}},
+    };
+    for (const Focus& focus : cases) {
+        std::vector<std::string> arguments = {"graph"};
+        arguments.insert(arguments.end(), focus.options.begin(), focus.options.end());
+        arguments.push_back(document);
+        SCOPED_TRACE(arguments[2]);
+        const auto run = runTool(arguments);
+        ASSERT_EQ(run.exitCode, focus.exitCode) << run.err;
+        std::set<std::string> nodes;
+        std::istringstream in(run.out);
+        size_t edges = 0;
+        for (std::string line; std::getline(in, line);) {
+            if (line.find(" -> ") != std::string::npos) {
+                ++edges;
+                const size_t parent = line.find(" -> \"") + 5;
+                EXPECT_TRUE(nodes.count(line.substr(parent, line.find('"', parent) - parent)))
+                    << line;
+            } else if (line.rfind("\t\"", 0) == 0) {
+                nodes.insert(line.substr(2, line.find('"', 2) - 2));
+            }
+        }
+        EXPECT_EQ(nodes, focus.nodes) << run.out;
+        // A tree of inheritance: one edge fewer than nodes in a connected neighbourhood.
+        EXPECT_EQ(edges, nodes.empty() ? 0 : nodes.size() - 1) << run.out;
+    }
+}
+
+TEST(Graph, TheBaseMetaModelIsDrawnAsSvgAndAMissingDotIsSaidSo) {
+    const TestSupport::TempFolder folder;
+    const std::string svg = folder.file("base.svg");
+    const auto run = runTool({"graph", "--format", "svg", "--trees", "-o", svg}, shareDir);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const std::string picture = readFile(svg);
+    EXPECT_NE(picture.find("<svg"), std::string::npos);
+    EXPECT_NE(picture.find("<title>Folder&#45;&gt;Object</title>"), std::string::npos) << picture;
+
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", folder.path().c_str(), 1);
+    const auto missing = runTool({"graph", "--format", "svg", "-o", svg}, shareDir);
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(messageIds(missing.err), std::vector<std::string>{"MM_GRAPH_DOT_MISSING"});
+    EXPECT_EQ(readFile(svg), picture);
+}
+
+} // namespace
