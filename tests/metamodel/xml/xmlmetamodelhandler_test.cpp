@@ -1,3 +1,6 @@
+#include "metamodel/xml/xmlmetamodelhandler.h"
+#include "platform/xmlsaxparser.h"
+#include "support/recordingevents.h"
 #include "support/tempfolder.h"
 #include "support/xmlreading.h"
 
@@ -315,6 +318,34 @@ TEST(XmlHandler, ALostDescriptionAtTopIsTakenSilently) {
     EXPECT_EQ(body, (Lines{"Attribute ROOT_PATH '' active", "EndCategory full",
                            "StartCategory B full '' 1003002 active",
                            "Attribute ROOT_PATH '' active", "EndCategory full"}));
+}
+
+// Callers may ask the handler for its invariant at any moment, in the middle of a description too.
+TEST(XmlHandler, TheInvariantHoldsAtEveryCallback) {
+    struct Checked : MetaModel::CXMLMetaModelHandler {
+        using CXMLMetaModelHandler::CXMLMetaModelHandler;
+        std::vector<bool> answers;
+        void startElement(const ORLO::String& n, const ORLO::String& l, const ORLO::String& q,
+                          const ORLO::IXmlAttributes& a) override {
+            CXMLMetaModelHandler::startElement(n, l, q, a);
+            answers.push_back(invariant());
+        }
+        void characters(const ORLO::String& text) override {
+            CXMLMetaModelHandler::characters(text);
+            answers.push_back(invariant());
+        }
+    };
+    TestSupport::RecordingEvents events;
+    Checked handler(&events);
+    handler.StartStream();
+    ORLO::XmlSAXParser parser(&handler, ORLO::ParserSax, false);
+    EXPECT_TRUE(parser.parseString(
+        document("<type name=\"T\" rid=\"1\"><description>t</description><property name=\"p\" "
+                 "rid=\"2\" type=\"integer\"><description>p</description></property></type>"),
+        false, true));
+    handler.EndStream();
+    EXPECT_EQ(handler.answers, std::vector<bool>(handler.answers.size(), true));
+    EXPECT_GE(handler.answers.size(), 6u);
 }
 
 // Found by the fuzzer: an encoding that fails to decode part-way used to crash the parser
