@@ -1,8 +1,10 @@
-// metamodel_generate S|M|L|W OUTDIR
+// metamodel_generate S|M|L|W|D OUTDIR
 //
 // Writes a synthetic meta-model set for the benchmarks: S, M and L hold 200, 2,000 and 10,000
 // categories and types, 50 to a document, each with 10 properties of 2 attributes. W is L at
-// "core" level, whose ids stay below 1001000: every element of it gets a wrapper header. Documents
+// "core" level, whose ids stay below 1001000: every element of it gets a wrapper header. D is L
+// with deep inheritance: every parent is one of the 40 latest categories and no bound on paths
+// holds, so that each element reaches a large share of all categories. Documents
 // go to OUTDIR/configuration/Core/partNNNN/MetaModel.xml. The output depends on nothing but the
 // size: a fixed seed and our own random generator (the standard distributions differ between
 // library vendors), so every machine measures the same set.
@@ -18,9 +20,8 @@
 // - Only categories are inherited (a type cannot be), each element inherits 1 to 3 distinct
 //   categories of a lower index, so the inheritance graph has no circuit. The root category and
 //   the language root are the only elements without parents; something has to come first.
-// - The number of upward inheritance paths from an element is bounded (kMaxPaths): the circuit
-//   check walks every path with a copy of it and remembers nothing, so a free DAG of 10,000
-//   elements would keep the check busy for longer than any benchmark run can wait.
+// - The number of upward inheritance paths from an element is bounded (kMaxPaths), except in D:
+//   the sets made before D keep the shape they were measured with.
 // - A language is a category whose parent is the language root; an element reaches at most one
 //   language, so no category inherits from two of them.
 // - The tree category is the one the tree circuit check looks at, and each type has at most one
@@ -38,6 +39,7 @@
 // - The set declares its own root, language root and tree category: it is read with empty
 //   installation folders. Read beside the installation's base meta-model, these names clash.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -55,6 +57,11 @@ constexpr int kPropertiesPerElement = 10;
 constexpr int kPropertiesPerPartial = 2;
 constexpr long long kMaxPaths = 64;
 constexpr int kMaxRid = 999;
+constexpr std::size_t kDeepRecent = 40;
+// How far a category of D reaches turns on where the first links to each language fall, which
+// the seed decides: this one gives 12.3 million ancestor entries and 124 million inherited
+// property entries, a third of the categories per element.
+constexpr std::uint64_t kDeepSalt = 10;
 constexpr std::uint64_t kSeed = 0x5eed2024c0ffeeULL;
 
 // Fixed elements at the start of the first document.
@@ -108,6 +115,7 @@ struct Plan {
     std::vector<int> categories; // indices of all categories, in order
     std::vector<Partial> partials;
     int documents = 0;
+    bool deep = false;
 };
 
 int documentOf(int index) {
@@ -120,22 +128,28 @@ std::string numbered(std::string_view prefix, int number) {
     return std::string(prefix) + buffer;
 }
 
-bool canInherit(const Element& child, const Element& parent, long long paths) {
+bool canInherit(const Element& child, const Element& parent, long long paths, bool deep) {
     if (parent.language >= 0 && child.language >= 0 && parent.language != child.language)
         return false;
-    return paths + parent.paths <= kMaxPaths;
+    return deep || paths + parent.paths <= kMaxPaths;
 }
 
 void addParent(Element& child, const Element& parent, int parentIndex) {
     child.parents.push_back(parentIndex);
-    child.paths += parent.paths;
+    // Only compared with kMaxPaths, so it may stop growing there; in D it would overflow.
+    child.paths = std::min(child.paths + parent.paths, kMaxPaths + 1);
     if (parent.language >= 0)
         child.language = parent.language;
 }
 
 // Half of the picks come from the most recent categories, so that chains get some depth; the
 // rest from anywhere before, so that links cross many documents.
-int pickCategory(Random& random, const std::vector<int>& categories, std::size_t available) {
+int pickCategory(Random& random, const std::vector<int>& categories, std::size_t available,
+                 bool deep) {
+    if (deep) {
+        const std::size_t recent = std::min(available, kDeepRecent);
+        return categories[available - recent + std::size_t(random.below(int(recent)))];
+    }
     constexpr std::size_t kRecent = 3 * kElementsPerDocument;
     if (available > kRecent && random.percent(50))
         return categories[available - kRecent + std::size_t(random.below(int(kRecent)))];
@@ -148,14 +162,14 @@ void chooseParents(Random& random, Plan& plan, int index) {
     const int wanted = 1 + random.below(3);
     for (int slot = 0; slot < wanted; ++slot) {
         for (int attempt = 0; attempt < 8; ++attempt) {
-            const int candidate = pickCategory(random, plan.categories, available);
+            const int candidate = pickCategory(random, plan.categories, available, plan.deep);
             if (candidate == kLanguageRootIndex || candidate == kTreeIndex)
                 continue;
             const Element& parent = plan.elements[std::size_t(candidate)];
             bool repeated = false;
             for (int taken : element.parents)
                 repeated = repeated || taken == candidate;
-            if (repeated || !canInherit(element, parent, element.paths))
+            if (repeated || !canInherit(element, parent, element.paths, plan.deep))
                 continue;
             addParent(element, parent, candidate);
             break;
@@ -166,9 +180,10 @@ void chooseParents(Random& random, Plan& plan, int index) {
         addParent(element, plan.elements[kRootIndex], kRootIndex);
 }
 
-Plan makePlan(int total) {
-    Random random(kSeed ^ std::uint64_t(total));
+Plan makePlan(int total, bool deep) {
+    Random random(kSeed ^ std::uint64_t(total) ^ (deep ? kDeepSalt : 0));
     Plan plan;
+    plan.deep = deep;
     plan.documents = total / kElementsPerDocument;
     plan.elements.resize(std::size_t(total));
 
@@ -402,7 +417,7 @@ int sizeOf(std::string_view letter) {
         return 200;
     if (letter == "M")
         return 2000;
-    if (letter == "L" || letter == "W")
+    if (letter == "L" || letter == "W" || letter == "D")
         return 10000;
     return 0;
 }
@@ -412,7 +427,7 @@ int sizeOf(std::string_view letter) {
 int main(int argc, char** argv) {
     const int total = argc == 3 ? sizeOf(argv[1]) : 0;
     if (total == 0) {
-        std::cerr << "usage: metamodel_generate S|M|L|W OUTDIR\n";
+        std::cerr << "usage: metamodel_generate S|M|L|W|D OUTDIR\n";
         return 2;
     }
     namespace fs = std::filesystem;
@@ -424,7 +439,7 @@ int main(int argc, char** argv) {
                       << " exists already; remove it first\n";
             return 1;
         }
-        Plan plan = makePlan(total);
+        Plan plan = makePlan(total, std::string_view(argv[1]) == "D");
         planPartials(plan);
         Random random(kSeed + 7);
         for (int document = 1; document <= plan.documents; ++document) {

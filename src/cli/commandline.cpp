@@ -16,6 +16,7 @@ const std::vector<OptionSpec>& globalOptionSpecs() {
         {"plugins-dir", 0, "DIR", "the plug-in folder (\"<plugins path>\")"},
         {"extension-dir", 0, "DIR", "a folder whose configuration/Core and Languages are read too"},
         {"production-mode", 0, "0|1", "the \"global\"/\"ProductionMode\" setting (default 1)"},
+        {"jobs", 'j', "N", "documents parsed at once (default: one per usable core)"},
         {"format", 0, "text|json", "form of the diagnostics on standard error (default text)"},
         {"quiet", 'q', nullptr, "no progress or summary lines"},
         {"version", 0, nullptr, "print the version and exit"},
@@ -90,6 +91,13 @@ void applyGlobal(GlobalOptions& global, const std::string& name, const std::stri
             global.format = DiagnosticFormat::Json;
         else
             throw UsageError("--format takes text or json, not '" + value + "'", "");
+    } else if (name == "jobs") {
+        const bool digits =
+            !value.empty() && value.size() <= 4 &&
+            std::all_of(value.begin(), value.end(), [](char c) { return c >= '0' && c <= '9'; });
+        if (!digits || std::stoi(value) < 1)
+            throw UsageError("--jobs takes a number from 1 to 9999, not '" + value + "'", "");
+        global.jobs = std::stoi(value);
     } else if (name == "quiet")
         global.quiet = true;
     else if (name == "version")

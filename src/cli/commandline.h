@@ -56,6 +56,7 @@ struct CommandRegistration {
 struct GlobalOptions {
     AppDataManager::AppDataOverrides folders;
     DiagnosticFormat format = DiagnosticFormat::Text;
+    int jobs = 0; // 0: one per usable core
     bool quiet = false;
     bool help = false;
     bool version = false;

@@ -2,6 +2,7 @@
 #include "cli/diagnostics.h"
 #include "cli/documentpaths.h"
 #include "cli/outputfile.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/appdatamanager.h"
 
 #include <cerrno>
@@ -52,6 +53,7 @@ int main(int argc, char** argv) {
         return checkedStandardOutput(0);
     }
     AppDataManager::SetAppDataOverrides(line.global.folders);
+    MetaModel::CXMLMetaModelReader::SetDefaultJobs(line.global.jobs);
     Cli::installDiagnostics(line.global.format);
     if (!Cli::folderOptionsExist(line.global.folders))
         return 1;

@@ -1,4 +1,6 @@
 #include "cli/commandline.h"
+#include "cli/diagnostics.h"
+#include "cli/foldertree.h"
 #include "cli/modelsource.h"
 #include "cli/repositoryaccess.h"
 
@@ -10,10 +12,12 @@
 #include "platform/messages.h"
 #include "platform/orlofile.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <optional>
 #include <sys/file.h>
@@ -123,12 +127,14 @@ std::map<std::string, fs::path> filesUnder(const fs::path& folder) {
     return files;
 }
 
-// Prints one line per file that a run would change, add or remove in `output`; answers how
-// many.
-int printDifferences(const fs::path& generated, const fs::path& output) {
+// What a run would do to each file of the output, by path relative to it.
+using Changes = std::map<std::string, const char*>;
+
+// The generated tree written aside, against the output on disk.
+Changes changesOnDisk(const fs::path& generated, const fs::path& output) {
     const auto fresh = filesUnder(generated);
     const auto current = filesUnder(output);
-    std::map<std::string, const char*> changes;
+    Changes changes;
     for (const auto& [name, path] : fresh) {
         const auto found = current.find(name);
         if (found == current.end())
@@ -140,9 +146,21 @@ int printDifferences(const fs::path& generated, const fs::path& output) {
     for (const auto& [name, path] : current)
         if (!fresh.count(name))
             changes.emplace(name, "gone");
+    return changes;
+}
+
+void printChanges(const Changes& changes, const fs::path& output) {
     for (const auto& [name, change] : changes)
         std::printf("%s %s\n", change, (output / name).c_str());
-    return int(changes.size());
+}
+
+int reportCheck(const GlobalOptions& global, const Changes& changes, const fs::path& output) {
+    printChanges(changes, output);
+    if (!global.quiet)
+        writeSummary("wrappers", changes.empty()
+                                     ? std::string("up to date")
+                                     : std::to_string(changes.size()) + " file(s) out of date");
+    return changes.empty() ? exitSuccess : exitFailure;
 }
 
 // A folder of its own under the temporary folder, removed with everything in it.
@@ -170,6 +188,27 @@ void cannot(const char* what, const std::string& path) {
     std::fprintf(stderr, "metamodel: error: cannot %s '%s'\n", what, path.c_str());
 }
 
+// The answer of a run from the output on disk and the tree rendered in memory, where these can
+// vouch for it; nothing where the generator must run.
+std::optional<int> settleInMemory(const GlobalOptions& global, bool check,
+                                  MetaModel::WrapperGenerator& renderer, const FolderTree& current,
+                                  const std::string& output) {
+    // A first run into an empty folder has nothing to compare.
+    if (!current.plain || (!check && current.files.empty()))
+        return std::nullopt;
+    TreeComparison comparison(output, current);
+    if (!renderer.Render(comparison) || !comparison.complete())
+        return std::nullopt;
+    const Changes changes = comparison.changes();
+    if (check)
+        return reportCheck(global, changes, output);
+    if (!changes.empty() || !comparison.foldersPresent())
+        return std::nullopt;
+    if (!global.quiet)
+        writeSummary("wrappers", "up to date, nothing written");
+    return exitSuccess;
+}
+
 int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     ModelSource source("wrappers", arguments);
     if (!source.prepare())
@@ -181,6 +220,8 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         cannot("lock", lock.path());
         return exitFailure;
     }
+    // Listed while the model builds, on the second core.
+    std::future<FolderTree> listing = std::async(std::launch::async, listFolderTree, output);
     RealRootPathBuilder builder;
     std::error_code ignored;
     const bool outputExisted = fs::exists(output, ignored);
@@ -189,6 +230,13 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         source.play(builder);
         const QEL::IMetaModel& model = *builder.GetResult();
         const std::string root = arguments.value("root", defaultRoot());
+        // The generator checks the root before the categories can be held against it.
+        MetaModel::WrapperGenerator renderer(&model, root, output);
+        if (!categoriesUnderRoot(model, absoluteRoot(root)))
+            return exitFailure;
+        if (const auto settled = settleInMemory(global, check, renderer, listing.get(), output))
+            return *settled;
+        // Whatever the comparison cannot vouch for is the generator's, as it stands.
         if (check) {
             scratch.emplace();
             if (scratch->path().empty()) {
@@ -196,10 +244,7 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
                 return exitFailure;
             }
         }
-        // The generator checks the root before the categories can be held against it.
         MetaModel::WrapperGenerator generator(&model, root, check ? scratch->path() : output);
-        if (!categoriesUnderRoot(model, absoluteRoot(root)))
-            return exitFailure;
         // The merge into a scratch folder tells nothing worth reading.
         MetaModel::FileOp::verboseMode = !global.quiet && !check;
         generator.Build();
@@ -216,12 +261,7 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     }
     if (!check)
         return exitSuccess;
-    const int differences = printDifferences(scratch->path(), output);
-    if (!global.quiet)
-        std::fprintf(stderr, "wrappers: %s\n",
-                     differences ? (std::to_string(differences) + " file(s) out of date").c_str()
-                                 : "up to date");
-    return differences ? exitFailure : exitSuccess;
+    return reportCheck(global, changesOnDisk(scratch->path(), output), output);
 }
 
 const CommandRegistration wrappers({

@@ -741,7 +741,23 @@ bool XmlSAXParser::parseFile(const String& path, const bool&, const bool&) {
     for (char& c : systemId)
         if (c == '\\')
             c = '/';
-    std::string content;
+    // One buffer per thread, kept from one document to the next: a read of many documents
+    // would otherwise map and unmap a fresh one for each. A parse started from a callback
+    // of another finds the buffer taken and uses one of its own.
+    thread_local std::string kept;
+    thread_local bool keptInUse = false;
+    std::string own;
+    const bool useKept = !keptInUse;
+    std::string& content = useKept ? kept : own;
+    content.clear();
+    keptInUse = keptInUse || useKept;
+    struct Release {
+        bool release;
+        ~Release() {
+            if (release)
+                keptInUse = false;
+        }
+    } release{useKept};
     String failure;
     if (!readFile(systemId, content, failure))
         return parseBuffer(handler, nullptr, 0, systemId, failure.c_str());

@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <regex>
 #include <sstream>
@@ -165,25 +167,73 @@ TEST(Wrappers, EveryKindOfNameStatusAndFolderCompilesAndADeprecatedClassWarnsIts
             << said;
 }
 
-TEST(Wrappers, CheckListsWhatARunWouldChangeAndTouchesNothing) {
+// Each case edits an output that a run made. --check names the edit and touches nothing; the run
+// brings the generated tree back and leaves the date of every file it had no need to change.
+// An unchanged output is settled without the generator: no merge progress, nothing written.
+TEST(Wrappers, ARunOverItsOwnOutputChangesOnlyWhatDiffersAndCheckNamesIt) {
     TempFolder folder;
-    const std::string output = folder.file("out");
-    const std::vector<std::string> check = {"wrappers", "--check", "-o", output};
-    const auto generate = runTool({"-q", "wrappers", "-o", output}, baseInstallation);
-    ASSERT_EQ(generate.exitCode, 0) << generate.err;
-    auto run = runTool(check, baseInstallation);
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.out, "");
+    const std::string reference = folder.file("reference"), output = folder.file("out");
+    const auto made = runTool({"-q", "wrappers", "-o", reference}, baseInstallation);
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
+    // The summary is compared piece by piece as it is rendered, a header in one piece.
+    const auto flipOneByte = [&](const std::string& name) {
+        return [&folder, &output, name] {
+            std::string text = readFile(output + "/" + name);
+            text[text.size() / 2] ^= 1;
+            folder.write("out/" + name, text);
+        };
+    };
+    const struct {
+        const char* name;
+        std::function<void()> edit;
+        // What --check lists: the change and the file, or nothing.
+        std::string listed;
+    } cases[] = {
+        {"unchanged", [] {}, ""},
+        {"one byte", flipOneByte("Core/Folder.h"), "changed Core/Folder.h"},
+        {"one byte of the summary", flipOneByte("AllWrappers.h"), "changed AllWrappers.h"},
+        {"missing", [&] { fs::remove(output + "/Core/Source.h"); }, "new Core/Source.h"},
+        {"extra", [&] { folder.write("out/Core/Stray.h", "left over\n"); }, "gone Core/Stray.h"},
+        // A link is no plain file: the merge, not the comparison in memory, decides.
+        {"extra link",
+         [&] {
+             fs::create_symlink(folder.write("elsewhere.h", "kept\n"), output + "/Core/Link.h");
+         },
+         "gone Core/Link.h"},
+    };
+    for (const auto& test : cases) {
+        fs::remove_all(output);
+        fs::copy(reference, output, fs::copy_options::recursive);
+        for (const auto& entry : fs::recursive_directory_iterator(output))
+            fs::last_write_time(entry.path(), old);
+        test.edit();
+        const auto before = tree(output);
 
-    folder.write("out/Core/Folder.h", "edited\n");
-    fs::remove(output + "/Core/Source.h");
-    folder.write("out/Core/Stray.h", "left over\n");
-    const auto before = tree(output);
-    run = runTool(check, baseInstallation);
-    EXPECT_EQ(run.exitCode, 1) << run.err;
-    EXPECT_EQ(run.out, "changed " + output + "/Core/Folder.h\nnew " + output +
-                           "/Core/Source.h\ngone " + output + "/Core/Stray.h\n");
-    EXPECT_EQ(tree(output), before);
+        const auto check = runTool({"wrappers", "--check", "-o", output}, baseInstallation);
+        EXPECT_EQ(check.exitCode, test.listed.empty() ? 0 : 1) << test.name << check.err;
+        const size_t blank = test.listed.find(' ');
+        EXPECT_EQ(check.out, test.listed.empty() ? ""
+                                                 : test.listed.substr(0, blank + 1) + output + "/" +
+                                                       test.listed.substr(blank + 1) + "\n")
+            << test.name;
+        EXPECT_EQ(tree(output), before) << test.name;
+
+        const auto run = runTool({"wrappers", "-o", output}, baseInstallation);
+        EXPECT_EQ(run.exitCode, 0) << test.name << run.err;
+        EXPECT_EQ(tree(output), tree(reference)) << test.name;
+        for (const auto& [name, text] : tree(output)) {
+            const auto was = before.find(name);
+            if (was != before.end() && was->second == text) {
+                EXPECT_EQ(fs::last_write_time(output + "/" + name), old) << test.name << name;
+            }
+        }
+        EXPECT_EQ(run.out.empty(), test.listed.empty()) << test.name << run.out;
+        if (test.listed.empty()) {
+            EXPECT_NE(run.err.find("up to date, nothing written"), std::string::npos) << run.err;
+        }
+    }
+    EXPECT_EQ(readFile(folder.file("elsewhere.h")), "kept\n");
 }
 
 // Failures leave no output folder behind, and name what went wrong.

@@ -36,10 +36,11 @@ CCategory::CCategory(const CCategory& other)
       buildingFinished_(other.buildingFinished_), id_(other.id_), name_(other.name_),
       description_(other.description_), status_(other.status_),
       localCategories_(other.localCategories_), localProperties_(other.localProperties_),
-      allProperties_(other.GetAllProperties()), allCategories_(other.allCategories_),
+      allProperties_(other.GetAllProperties()), allCategories_(other.GetAllCategories()),
       closed_(other.closed_), hasIndex_(other.hasIndex_) {
     if (closed_)
         std::call_once(allPropertiesCollected_, [] {});
+    std::call_once(allCategoriesListed_, [] {});
     if (other.model_.IsFinished())
         AnswerMembershipFromTables();
 }
@@ -59,13 +60,23 @@ void CCategory::AddAncestor(const ICategory& ancestor) {
     allCategories_.insert(&ancestor);
 }
 
+bool CCategory::closedByTables() const {
+    return model_.Tables().HasRow(localId_) && model_.OwnCategory(this) == this;
+}
+
 void CCategory::FinishBuilding() {
     if (buildingFinished_)
         return;
-    AddAncestor(*this);
-    // Set before the recursion, so that a circuit in the inheritance, which only whole-model
-    // validation rejects, ends the walk instead of looping.
     buildingFinished_ = true;
+    if (closedByTables()) {
+        closed_ = true;
+        hasIndex_ = std::any_of(localProperties_.begin(), localProperties_.end(),
+                                [](const IProperty* property) { return property->IsIndexed(); });
+        return;
+    }
+    AddAncestor(*this);
+    // Finished before the recursion, so that a circuit in the inheritance, which only
+    // whole-model validation rejects, ends the walk instead of looping.
     for (const ICategory* parent : localCategories_) {
         if (CCategory* own = model_.OwnCategory(parent))
             own->FinishBuilding();
@@ -75,6 +86,24 @@ void CCategory::FinishBuilding() {
     closed_ = true;
     hasIndex_ = std::any_of(localProperties_.begin(), localProperties_.end(),
                             [](const IProperty* property) { return property->IsIndexed(); });
+}
+
+// Most runs never iterate the closed set of most categories, and on a deep schema the lists
+// together would hold tens of millions of pointers: the tables answer membership and count.
+const CategorySet& CCategory::GetAllCategories() const {
+    if (tables_)
+        std::call_once(allCategoriesListed_, [this] {
+            allCategories_.clear();
+            for (const ICategory* member : tables_->ListMembers(localId_))
+                allCategories_.appendUnindexed(member);
+        });
+    return allCategories_;
+}
+
+std::vector<const ICategory*> CCategory::allCategoryList() const {
+    if (tables_)
+        return tables_->ListMembers(localId_);
+    return {allCategories_.begin(), allCategories_.end()};
 }
 
 // The list is long (every property of every ancestor) and most runs never ask for it: the
@@ -91,12 +120,13 @@ const PropertySet& CCategory::GetAllProperties() const {
 // wait until all ancestors are known, even on a circuit. Where membership is already answered
 // by the tables, a repeat is found there: they hold each property's place in this list.
 void CCategory::collectAllProperties() const {
+    const std::vector<const ICategory*> members = allCategoryList();
     std::size_t count = 0;
-    for (const ICategory* member : allCategories_)
+    for (const ICategory* member : members)
         count += member->GetLocalProperties().size();
     allProperties_.reserve(count);
     const bool mayRepeat = model_.PropertiesMayRepeat();
-    for (const ICategory* member : allCategories_)
+    for (const ICategory* member : members)
         for (const IProperty* property : member->GetLocalProperties()) {
             if (mayRepeat)
                 allProperties_.insert(property);

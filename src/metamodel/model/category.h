@@ -36,15 +36,21 @@ public:
     const IProperty* GetProperty(const ORLO::String& name) const override;
     const IPropertyType* GetPropertyType(const ORLO::String& name) const override;
     const PropertySet& GetAllProperties() const override;
-    const CategorySet& GetAllCategories() const override { return allCategories_; }
+    const CategorySet& GetAllCategories() const override;
     int GetPropertyCount() const override { return int(GetAllProperties().size()); }
-    int GetCategoryCount() const override { return int(allCategories_.size()); }
+    int GetCategoryCount() const override {
+        return tables_ ? tables_->MemberCount(localId_) : int(allCategories_.size());
+    }
 
     virtual bool invariant() const { return true; }
     virtual void FinishBuilding();
     // Once the model's index tables stand, they answer membership in the closed sets, which
     // then need no index of their own.
     void AnswerMembershipFromTables();
+    // Bytes of the lists of all categories and properties made so far; asks for none.
+    std::size_t ListsMemoryUsed() const {
+        return allCategories_.memoryUsed() + allProperties_.memoryUsed();
+    }
 
     void SetName(const ORLO::String& name) { name_ = name; }
     void SetDescription(const ORLO::String& description) { description_ = description; }
@@ -59,6 +65,10 @@ protected:
 
 private:
     void AddAncestor(const ICategory& ancestor);
+    // Whether the model's tables close this category: all but one that the model never
+    // numbered, or a category closed before its model.
+    bool closedByTables() const;
+    std::vector<const ICategory*> allCategoryList() const;
     void collectAllProperties() const;
     // The walk that a category without a definition of the tree gets: its parents, then its
     // reference properties.
@@ -76,8 +86,11 @@ private:
     // Put together on first demand once the category is closed: see GetAllProperties.
     mutable PropertySet allProperties_;
     mutable std::once_flag allPropertiesCollected_;
-    CategorySet allCategories_;
-    // Whether allCategories_ is complete.
+    // The tables hold the closed set; the list is made on first demand (GetAllCategories), as
+    // the one of all properties is.
+    mutable CategorySet allCategories_;
+    mutable std::once_flag allCategoriesListed_;
+    // Whether the closed sets are complete.
     bool closed_ = false;
     bool hasIndex_ = false;
 };

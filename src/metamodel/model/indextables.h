@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -9,26 +10,28 @@ namespace QEL {
 class ICategory;
 class IProperty;
 
-// The two membership tables of a finished model: for each category (a row), the position of
-// every ancestor among its categories and of every property among its properties, -1 for a
+// The closures of a finished model and its two membership tables: for each category (a row),
+// its closed set of categories (itself first, then what each parent brings in turn), and the
+// position of every ancestor among them and of every property among its properties, -1 for a
 // non-member. Positions are 16 bits wide and wrap there, as the numbering of a dense table
 // would.
 //
-// Dense rows would cost two bytes per pair of categories and per category and property, which
-// is gigabytes for a large schema, and even pages of columns stay mostly empty, since a
-// category has a few dozen ancestors scattered among thousands. So each row is a small
-// open-addressing hash table of its ancestors, at most half full, all rows in one array.
-// Properties need no entries of their own: a category's properties come as one block per
+// A schema with deep inheritance gives each category thousands of ancestors, so nothing here
+// costs more than a few bytes per ancestor, and no list of pointers is held: a category asks
+// for its list (ListMembers) only when someone iterates it. A row keeps its members as a set
+// of category columns (local ids): a bitset where the row is dense enough for that to be
+// smaller, else a sorted array. Beside each member, in column order, stand its position and
+// where its block of properties starts: a category's properties come as one block per
 // ancestor, in the order of its categories, so a property's position is where the block of its
 // declaring category starts in that row plus its place among that category's own properties.
-// Beside the position of each ancestor, its entry therefore holds where its block starts.
-// Either lookup is a read of the row, then of one or two neighbouring entries. The rare rows
-// that the block rule cannot describe, those that reach a property declared by two categories,
-// keep their property positions in a hash map.
+// The rare rows that the block rule cannot describe, those that reach a property declared by
+// two categories, keep their property positions in a hash map; the rarer rows that hold a
+// category of another model, or more members than a position can tell, keep their list.
 class CIndexTables {
 public:
     CIndexTables() = default;
-    // Both by local id; the categories must be finished.
+    // Both by local id. Closes every category over its parents (GetLocalCategories); the
+    // categories of another model that they inherit must be finished.
     CIndexTables(const std::vector<const ICategory*>& categories,
                  const std::vector<const IProperty*>& properties);
 
@@ -42,23 +45,25 @@ public:
     // The same for a row known to be in the tables, such as a category's own: the membership
     // tests of inner loops are a read or two shorter without the check.
     int OwnCategoryIndex(int row, int column) const {
-        if (unsigned(column) >= unsigned(rows_.size()))
-            return -1;
-        const Entry* entry = find(rows_[std::size_t(row)], column);
-        return entry ? entry->position : -1;
+        const Slot* slot = find(rows_[std::size_t(row)], column);
+        return slot ? slot->position : -1;
     }
     int OwnPropertyIndex(int row, int property) const {
         if (unsigned(property) >= unsigned(homes_.size()))
             return -1;
         if (anyIrregular_ && irregular_[std::size_t(row)])
             return irregularIndex(row, property);
-        const Row range = rows_[std::size_t(row)];
         const Home home = homes_[std::size_t(property)];
         if (home.category < 0)
             return -1;
-        const Entry* entry = find(range, home.category);
-        return entry ? std::int16_t(entry->blockStart + home.offset) : -1;
+        const Slot* slot = find(rows_[std::size_t(row)], home.category);
+        return slot ? std::int16_t(slot->blockStart + home.offset) : -1;
     }
+
+    // Number of categories in the closed set of a row, the row's own category included.
+    int MemberCount(int row) const { return int(rows_[std::size_t(row)].total); }
+    // The closed set of a row, in its order.
+    std::vector<const ICategory*> ListMembers(int row) const;
 
     // Bytes held, for the benchmarks.
     std::size_t MemoryUsed() const;
@@ -67,47 +72,59 @@ private:
     // Home categories of a property that no category declares, or that several do.
     static constexpr int noHome = -1;
     static constexpr int sharedHome = -2;
-    static constexpr std::uint32_t freeSlot = ~std::uint32_t(0);
 
     struct Home {
         int category = noHome;
         int offset = 0;
     };
-    // One ancestor in a row. The block start is kept modulo 2^16, which is all that the
-    // wrapped positions need.
-    struct Entry {
-        std::uint32_t column = freeSlot;
+    // One member of a row. The block start is kept modulo 2^16, which is all that the wrapped
+    // positions need.
+    struct Slot {
         std::int16_t position = -1;
         std::uint16_t blockStart = 0;
     };
-    // The entries of a row are entries_[first, first + mask].
+    // Slots stand in ascending column order. A dense row answers membership from `words` and
+    // the rank of a member from `ranks` (members before each word); a sparse one from its
+    // sorted `columns`.
     struct Row {
-        std::uint32_t first = 0;
-        std::uint32_t mask = 0;
+        std::vector<Slot> slots;
+        std::vector<std::uint32_t> columns;
+        std::vector<std::uint64_t> words;
+        std::vector<std::uint32_t> ranks;
+        std::uint32_t total = 0;
     };
 
-    static std::uint32_t hashColumn(std::uint32_t column) {
-        return std::uint32_t((std::uint64_t(column) * 0x9E3779B97F4A7C15ULL) >> 32);
-    }
-    const Entry* find(Row row, int column) const {
-        const Entry* slots = entries_.data() + row.first;
-        for (std::uint32_t at = hashColumn(std::uint32_t(column)) & row.mask;;
-             at = (at + 1) & row.mask) {
-            const Entry& entry = slots[at];
-            if (entry.column == std::uint32_t(column))
-                return &entry;
-            if (entry.column == freeSlot)
+    const Slot* find(const Row& row, int column) const {
+        const auto at = std::uint32_t(column);
+        if (!row.words.empty()) {
+            const std::size_t word = at >> 6;
+            if (word >= row.words.size())
                 return nullptr;
+            const std::uint64_t bits = row.words[word];
+            const std::uint64_t bit = std::uint64_t(1) << (at & 63);
+            if (!(bits & bit))
+                return nullptr;
+            return &row.slots[row.ranks[word] + std::uint32_t(std::popcount(bits & (bit - 1)))];
         }
+        // Sparse rows are short: a few dozen members at most in a large model.
+        std::size_t low = 0;
+        std::size_t high = row.columns.size();
+        while (low < high) {
+            const std::size_t middle = (low + high) / 2;
+            if (row.columns[middle] < at)
+                low = middle + 1;
+            else
+                high = middle;
+        }
+        return low < row.columns.size() && row.columns[low] == at ? &row.slots[low] : nullptr;
     }
     void findHomes(const std::vector<const ICategory*>& categories,
                    const std::vector<const IProperty*>& properties);
-    void buildRows(const std::vector<const ICategory*>& categories,
-                   const std::vector<const IProperty*>& properties);
     int irregularIndex(int row, int property) const;
 
+    class Closer;
+
     std::vector<Row> rows_;
-    std::vector<Entry> entries_;
     std::vector<Home> homes_;
     // Categories that declare a property that another one declares too.
     std::vector<bool> declaresShared_;
@@ -115,6 +132,10 @@ private:
     bool anyIrregular_ = false;
     std::vector<std::uint8_t> irregular_;
     std::unordered_map<int, std::unordered_map<int, std::int16_t>> irregularRows_;
+    // Rows whose list cannot be told from their slots.
+    std::unordered_map<int, std::vector<const ICategory*>> keptLists_;
+    // For ListMembers.
+    std::vector<const ICategory*> categories_;
 };
 
 } // namespace QEL

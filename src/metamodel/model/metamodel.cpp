@@ -240,15 +240,16 @@ CProperty* CMetaModel::AddProperty(const ORLO::String& shortName, ORLO::String f
 void CMetaModel::FinishBuilding() {
     std::vector<const ICategory*> categories;
     categories.reserve(elements_->categories.size());
-    for (const auto& category : elements_->categories) {
-        category->FinishBuilding();
+    for (const auto& category : elements_->categories)
         categories.push_back(category.get());
-    }
     std::vector<const IProperty*> properties;
     properties.reserve(elements_->properties.size());
     for (CProperty* property : elements_->properties)
         properties.push_back(property);
+    // The tables close the categories: each then only takes note.
     tables_ = CIndexTables(categories, properties);
+    for (const auto& category : elements_->categories)
+        category->FinishBuilding();
     for (const auto& category : elements_->categories)
         category->AnswerMembershipFromTables();
     buildingFinished_ = true;
@@ -259,8 +260,7 @@ std::size_t CMetaModel::IndexMemoryUsed() const {
                         types_.memoryUsed() + categoryNames_.memoryUsed() +
                         typeNames_.memoryUsed() + propertyNames_.memoryUsed();
     for (const auto& category : elements_->categories)
-        bytes +=
-            category->GetAllCategories().memoryUsed() + category->GetAllProperties().memoryUsed();
+        bytes += category->ListsMemoryUsed();
     return bytes;
 }
 

@@ -2,17 +2,12 @@
 
 #include "platform/messages.h"
 
-#include <sched.h>
-
 #include <system_error>
 
 namespace MetaModel {
 
 bool hasAnotherCore() {
-    cpu_set_t usable;
-    if (sched_getaffinity(0, sizeof usable, &usable) == 0)
-        return CPU_COUNT(&usable) > 1;
-    return std::thread::hardware_concurrency() > 1;
+    return CXMLMetaModelReader::DefaultJobs() > 1;
 }
 
 AdvanceReading::AdvanceReading(const std::vector<std::string>& paths, IMetaModelEvents& sink,

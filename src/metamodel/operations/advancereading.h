@@ -12,8 +12,9 @@
 
 namespace MetaModel {
 
-// Whether the process may run on more than one core: a reading ahead only pays there; on a
-// single core two readings would only take turns, with both their memories held at once.
+// Whether the process may run more than one job (see CXMLMetaModelReader::DefaultJobs): a
+// reading ahead only pays there; on a single core two readings would only take turns, with
+// both their memories held at once.
 bool hasAnotherCore();
 
 // A reading of an operation's documents into a sink, run on a thread of its own ahead of its

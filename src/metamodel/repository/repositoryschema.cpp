@@ -84,7 +84,10 @@ String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
 }
 
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
-// direct links. The ancestors of each category that a type inherits directly are found first,
+// direct links. The writer adds these rows itself, all of them in one load: when any is there,
+// the work is done: the recursion starts from nothing, and the comparison with the links there
+// (a pass over all of them on some servers) is not made. Otherwise (work tables filled by
+// other means) the ancestors of each category that a type inherits directly are found first,
 // over the category links alone and with an index on them, so that the recursion never scans
 // a table per step and starts from no category that no type inherits; UNION, not
 // UNION ALL, so that a circuit of inheritance still ends. EXCEPT drops what a type already
@@ -99,8 +102,8 @@ String buildDependenciesBody() {
            "IdAncestor) AS (\n"
            "  SELECT IdCat, IdCatParent FROM category_links WHERE IdCat IN (SELECT IdCatParent "
            "FROM " +
-           typeLinks +
-           " WHERE IsCatProp = 1)\n"
+           typeLinks + " WHERE IsCatProp = 1) AND NOT EXISTS (SELECT 1 FROM " + typeLinks +
+           " WHERE IsCatProp = 0)\n"
            "  UNION\n"
            "  SELECT ancestors.IdCat, link.IdCatParent FROM ancestors JOIN category_links link ON "
            "link.IdCat = ancestors.IdAncestor)\n"
@@ -116,8 +119,8 @@ String buildDependenciesBody() {
            "WHERE direct.IsCatProp = 1\n"
            "  EXCEPT\n"
            "  SELECT IdTyp, IdCatParent FROM " +
-           typeLinks +
-           ") reached;\n"
+           typeLinks + ") reached WHERE NOT EXISTS (SELECT 1 FROM " + typeLinks +
+           " WHERE IsCatProp = 0);\n"
            "DROP TABLE category_ancestors;\n"
            "DROP TABLE category_links;\n";
 }

@@ -24,6 +24,7 @@ enum Kind : std::uint8_t {
     KindTree,
     KindSource,
     KindMark,
+    KindPosition,
 };
 
 } // namespace
@@ -108,7 +109,21 @@ void CEventLog::put(const void* bytes, std::size_t size) {
 }
 
 void CEventLog::putKind(std::uint8_t kind) {
+    if (positions_)
+        putPosition();
     put(&kind, 1);
+}
+
+// Only a change is kept: the events of one tag share its position.
+void CEventLog::putPosition() {
+    const Position now{positions_->line(), positions_->column()};
+    if (now.line == lastPosition_.line && now.column == lastPosition_.column)
+        return;
+    lastPosition_ = now;
+    const std::uint8_t kind = KindPosition;
+    put(&kind, 1);
+    putInt(now.line);
+    putInt(now.column);
 }
 
 void CEventLog::putInt(std::int64_t value) {
@@ -224,7 +239,7 @@ void CEventLog::Mark(const String& text, std::size_t number, std::size_t count) 
     putInt(std::int64_t(count));
 }
 
-void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark) const {
+void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Position* at) const {
     Cursor cursor(*this);
     // One string per text slot of an event, reused throughout.
     String first, second, third, fourth;
@@ -306,14 +321,31 @@ void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark) const
                 onMark(text, number, count);
             break;
         }
+        case KindPosition: {
+            const int line = cursor.number();
+            const int column = cursor.number();
+            if (at)
+                *at = Position{line, column};
+            break;
+        }
         }
     }
+}
+
+void CEventLog::Reuse() {
+    if (blocks_.size() > 1)
+        blocks_.resize(1);
+    used_ = 0;
+    source_.clear();
+    positions_ = nullptr;
+    lastPosition_ = Position{};
 }
 
 void CEventLog::Clear() {
     blocks_.clear();
     used_ = 0;
     source_.clear();
+    lastPosition_ = Position{};
 }
 
 } // namespace MetaModel

@@ -10,6 +10,16 @@
 
 namespace MetaModel {
 
+// Where a reader stands while it tells an event.
+class IEventPosition {
+public:
+    virtual int line() const = 0;
+    virtual int column() const = 0;
+
+protected:
+    ~IEventPosition() = default;
+};
+
 // A stream kept to be told again: every call a reader makes, in order, with its values, and
 // marks that the keeper adds between them (a reader's "now document n of m"). Kept as packed
 // bytes in blocks that never move: a large set is hundreds of thousands of events, and a
@@ -47,19 +57,31 @@ public:
     // Replay where it stands.
     void Mark(const String& text, std::size_t number, std::size_t count);
 
+    // From now on each event keeps where `source` stood when it was told (null: no more).
+    void RecordPositions(const IEventPosition* source) { positions_ = source; }
+
+    struct Position {
+        int line = 0;
+        int column = 0;
+    };
+
     using MarkObserver =
         std::function<void(const String& text, std::size_t number, std::size_t count)>;
     // Tells `sink` every event in order, and `onMark` every mark; an exception of either
-    // stops the replay where it stands.
-    void Replay(IMetaModelEvents& sink, const MarkObserver& onMark) const;
+    // stops the replay where it stands. `at`, when given, holds the kept position of each
+    // event while the sink hears it.
+    void Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Position* at = nullptr) const;
     // Forgets everything and gives back the memory.
     void Clear();
+    // Forgets everything but keeps the first block, for a log filled again and again.
+    void Reuse();
 
 private:
     class Cursor;
 
     void put(const void* bytes, std::size_t size);
     void putKind(std::uint8_t kind);
+    void putPosition();
     void putInt(std::int64_t value);
     void putText(const String& text);
     void putElement(std::uint8_t kind, const String& name, bool partial, const String& description,
@@ -68,6 +90,8 @@ private:
     std::vector<std::unique_ptr<char[]>> blocks_;
     std::size_t used_ = 0; // in the last block
     String source_;
+    const IEventPosition* positions_ = nullptr;
+    Position lastPosition_;
 };
 
 } // namespace MetaModel

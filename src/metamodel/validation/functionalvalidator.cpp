@@ -169,13 +169,19 @@ bool FunctionalValidator::languageInheritanceAreCorrect(const QEL::IMetaModel* m
     if (!root)
         return true;
     bool correct = true;
+    // A schema has few languages and may have thousands of ancestors per category: asking
+    // each category about each language spares the lists of all its categories.
+    std::vector<const QEL::ICategory*> modelLanguages;
+    for (const QEL::ICategory* category : model->GetCategories())
+        if (category->isLanguage())
+            modelLanguages.push_back(category);
     for (const QEL::ICategory* category : model->GetCategories()) {
         // A category counts itself among all its categories, so a language that inherits a
         // second one names both.
         std::set<ORLO::String> languages;
-        for (const QEL::ICategory* ancestor : category->GetAllCategories())
-            if (ancestor->isLanguage())
-                languages.insert(ancestor->GetName());
+        for (const QEL::ICategory* language : modelLanguages)
+            if (category->SupportsCategory(language))
+                languages.insert(language->GetName());
         if (languages.size() <= 1)
             continue;
         ORLO::String joined;

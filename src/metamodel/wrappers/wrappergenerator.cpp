@@ -25,6 +25,8 @@ constexpr std::string_view rule =
 constexpr std::string_view deprecatedMark = "__declspec(deprecated) ";
 constexpr int firstIdWithoutWrapper = 1001000;
 
+constexpr std::string_view summaryTail = "\n//EOF\n";
+
 // Appends the pieces and the line end.
 template <class... Pieces> void row(std::string& text, const Pieces&... pieces) {
     (text.append(std::string_view(pieces)), ...);
@@ -34,6 +36,30 @@ template <class... Pieces> void row(std::string& text, const Pieces&... pieces) 
 [[noreturn]] void fail(const CppLanguage::SourceSite& site, const char* id,
                        std::initializer_list<CppLanguage::MsgArg> args = {}) {
     CppLanguage::raise<WrapperGeneratorException>(site, id, args);
+}
+
+std::string summaryHead() {
+    std::string head;
+    row(head, "//", allWrappersName, " : generated file");
+    row(head);
+    row(head, "#pragma once");
+    row(head, "#pragma message(\"including ", allWrappersName, "\")");
+    row(head);
+    return head;
+}
+
+// Whether the relative path names one file or folder on every file system walk: no empty,
+// "." or ".." piece.
+bool plainPath(std::string_view path) {
+    for (size_t start = 0;;) {
+        const size_t end = std::min(path.find(ORLO::PathSeparator, start), path.size());
+        const std::string_view piece = path.substr(start, end - start);
+        if (piece.empty() || piece == "." || piece == "..")
+            return false;
+        if (end == path.size())
+            return true;
+        start = end + 1;
+    }
 }
 
 // Names become identifiers by spelling out the characters that cannot stand in one.
@@ -165,6 +191,79 @@ void WrapperGenerator::Build() {
     End();
 }
 
+struct WrapperGenerator::Rendering {
+    RenderTarget& target;
+    std::set<std::string, std::less<>> folders, files;
+    bool faithful = true;
+};
+
+bool WrapperGenerator::Render(RenderTarget& target) {
+    Rendering state{target, {}, {}};
+    rendering = &state;
+    struct Detach {
+        Rendering*& rendering;
+        ~Detach() { rendering = nullptr; }
+    } detach{rendering};
+    writeSummary(summaryHead());
+    for (const QEL::ICategory* category : model->GetCategories())
+        BuildCategoryAndBases(category);
+    writeSummary(summaryTail);
+    for (const std::string& folder : state.folders)
+        if (!plainPath(folder) || state.files.count(folder))
+            state.faithful = false;
+    for (const std::string& file : state.files)
+        if (!plainPath(file))
+            state.faithful = false;
+    return state.faithful;
+}
+
+void WrapperGenerator::makeFolder(const ORLO::String& relative) {
+    if (rendering) {
+        // Build makes the folders above it too.
+        for (size_t end = relative.find(ORLO::PathSeparator); end != std::string::npos;
+             end = relative.find(ORLO::PathSeparator, end + 1))
+            if (const std::string above = relative.substr(0, end);
+                rendering->folders.insert(above).second)
+                rendering->target.folder(above);
+        if (rendering->folders.insert(relative).second)
+            rendering->target.folder(relative);
+        return;
+    }
+    if (FileOp::createDirectory(workDirectory + ORLO::PathSeparator + relative) != 0)
+        fail(ORLO_HERE, "MM_WRP_GEN_FAILED");
+}
+
+void WrapperGenerator::writeSummary(std::string_view text) {
+    if (rendering)
+        rendering->target.text(std::string(allWrappersName), text);
+    else
+        allWrappersFile << text;
+}
+
+void WrapperGenerator::openHeader(const ORLO::String& include) {
+    if (rendering) {
+        // On disk the summary's buffered text and the header's would overwrite each other.
+        if (include == allWrappersName)
+            rendering->faithful = false;
+        rendering->files.insert(include);
+        return;
+    }
+    const ORLO::String path = workDirectory + ORLO::PathSeparator + include;
+    categoryFile.open(path, std::ios::out | std::ios::app);
+    if (!categoryFile.is_open())
+        fail(ORLO_HERE, "QEL_MM_DUMP_FILE_ERR", {{"FILE", path}});
+    categoryFile.clear();
+}
+
+void WrapperGenerator::writeHeader(const ORLO::String& include, const std::string& text) {
+    if (rendering) {
+        rendering->target.text(include, text);
+        return;
+    }
+    categoryFile << text;
+    categoryFile.close();
+}
+
 void WrapperGenerator::Start() {
     if (FileOp::createDirectory(outputDirectory) != 0 ||
         FileOp::createDirectory(workDirectory) != 0 ||
@@ -174,17 +273,11 @@ void WrapperGenerator::Start() {
     allWrappersFile.open(path, std::ios::out | std::ios::trunc);
     if (!allWrappersFile.is_open())
         fail(ORLO_HERE, "QEL_MM_DUMP_FILE_ERR", {{"FILE", path}});
-    std::string head;
-    row(head, "//", allWrappersName, " : generated file");
-    row(head);
-    row(head, "#pragma once");
-    row(head, "#pragma message(\"including ", allWrappersName, "\")");
-    row(head);
-    allWrappersFile << head;
+    writeSummary(summaryHead());
 }
 
 void WrapperGenerator::End() {
-    allWrappersFile << "\n//EOF\n";
+    writeSummary(summaryTail);
     allWrappersFile.close();
     if (FileOp::mergeDirectories(outputDirectory, workDirectory) != 0)
         fail(ORLO_HERE, "MM_WRP_GEN_FAILED");
@@ -228,8 +321,7 @@ const ORLO::String& WrapperGenerator::getWrapperInclFile(const QEL::ICategory* c
         ORLO::String relative = root->GetStringValue().subString(int(rootPath.size()) + 1);
         if (!relative.empty()) {
             std::replace(relative.begin(), relative.end(), '\\', ORLO::PathSeparator);
-            if (FileOp::createDirectory(workDirectory + ORLO::PathSeparator + relative) != 0)
-                fail(ORLO_HERE, "MM_WRP_GEN_FAILED");
+            makeFolder(relative);
             include = relative + ORLO::PathSeparator;
         }
     }
@@ -244,7 +336,6 @@ void WrapperGenerator::BuildCategory(const QEL::ICategory* category) {
         return;
     const ORLO::String& norm = getNormalizedCatName(category);
     const ORLO::String& include = getWrapperInclFile(category);
-    const ORLO::String path = workDirectory + ORLO::PathSeparator + include;
 
     std::vector<const QEL::ICategory*> ancestors;
     for (const QEL::ICategory* ancestor : category->GetAllCategories())
@@ -267,11 +358,10 @@ void WrapperGenerator::BuildCategory(const QEL::ICategory* category) {
     for (const QEL::IProperty* property : properties)
         propertyNames.push_back(&getNormalizedPropName(property));
 
-    allWrappersFile << "#include \"" << include << "\"\n";
-    categoryFile.open(path, std::ios::out | std::ios::app);
-    if (!categoryFile.is_open())
-        fail(ORLO_HERE, "QEL_MM_DUMP_FILE_ERR", {{"FILE", path}});
-    categoryFile.clear();
+    std::string summaryRow;
+    row(summaryRow, "#include \"", include, "\"");
+    writeSummary(summaryRow);
+    openHeader(include);
 
     const bool isType = category->IsType();
     const std::string_view kind = isType ? "type" : "category";
@@ -371,8 +461,7 @@ void WrapperGenerator::BuildCategory(const QEL::ICategory* category) {
     row(text, "//EOF");
     row(text);
 
-    categoryFile << text;
-    categoryFile.close();
+    writeHeader(include, text);
 }
 
 void WrapperGenerator::BuildProperty(const QEL::IProperty* property,

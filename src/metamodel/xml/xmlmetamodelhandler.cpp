@@ -91,6 +91,26 @@ CppLanguage::DocumentPosition CXMLMetaModelHandler::currentPosition() const {
     return position;
 }
 
+int CXMLMetaModelHandler::line() const {
+    return locator_ ? locator_->getLineNumber() : 0;
+}
+
+int CXMLMetaModelHandler::column() const {
+    return locator_ ? locator_->getColumnNumber() : 0;
+}
+
+CXMLMetaModelHandler::CarryOver CXMLMetaModelHandler::TakeCarryOver() {
+    CarryOver carried{descriptionState_, std::move(statusStack_)};
+    descriptionState_ = NoDescription;
+    statusStack_.clear();
+    return carried;
+}
+
+void CXMLMetaModelHandler::AddCarryOver(const CarryOver& carried) {
+    descriptionState_ = DescriptionState(carried.descriptionState);
+    statusStack_.insert(statusStack_.end(), carried.statuses.begin(), carried.statuses.end());
+}
+
 void CXMLMetaModelHandler::fail(const char* id,
                                 std::initializer_list<CppLanguage::MsgArg> args) const {
     CppLanguage::raiseAt<CXMLMetaModelException>(ORLO_HERE, currentPosition(), id, args);

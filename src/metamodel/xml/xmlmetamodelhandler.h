@@ -1,5 +1,6 @@
 #pragma once
 
+#include "metamodel/stream/eventlog.h"
 #include "metamodel/stream/metamodelevents.h"
 #include "platform/messages.h"
 #include "platform/xmlsaxparser.h"
@@ -14,7 +15,8 @@ namespace MetaModel {
 // every conversion of the format (ids, default cardinalities, statuses, list types). It
 // judges only the shape of a document; what names and values mean is the sinks' business.
 class CXMLMetaModelHandler : public ORLO::DefaultXmlHandler,
-                             public CppLanguage::IDocumentPositionSource {
+                             public CppLanguage::IDocumentPositionSource,
+                             public IEventPosition {
 public:
     using ElementStatus = IMetaModelEvents::ElementStatus;
 
@@ -41,6 +43,24 @@ public:
     void SetSourceName(const String& sourceName) { sourceName_ = sourceName; }
 
     CppLanguage::DocumentPosition currentPosition() const override;
+    int line() const override;
+    int column() const override;
+
+    // Not owned; the next events go there.
+    void SetSink(IMetaModelEvents* sink) { sink_ = sink; }
+
+    // What one document leaves behind for the next: a description still expected (an element
+    // that ended without one), and statuses pushed by tags that never popped them.
+    struct CarryOver {
+        int descriptionState = 0;
+        std::vector<ElementStatus> statuses;
+    };
+    // Whether the next document would start in a state a fresh handler does not have.
+    bool CarriesOver() const { return descriptionState_ != NoDescription; }
+    // Hands over what the documents so far leave behind and starts afresh.
+    CarryOver TakeCarryOver();
+    // Continues from what a handler that read the previous documents afresh left behind.
+    void AddCarryOver(const CarryOver& carried);
 
 private:
     enum Context {

@@ -1,11 +1,14 @@
 #include "metamodel/xml/xmlmetamodelreader.h"
 
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/xml/documentsahead.h"
 #include "metamodel/xml/xmlmetamodelhandler.h"
 #include "platform/appdatamanager.h"
 #include "platform/messages.h"
 #include "platform/orlofile.h"
 #include "platform/xmlsaxparser.h"
+
+#include <optional>
 
 namespace MetaModel {
 
@@ -135,17 +138,24 @@ void CXMLMetaModelReader::CollectMetaModels(const String& folder, std::list<Stri
     }
 }
 
+void CXMLMetaModelReader::SetDefaultJobs(int jobs) {
+    setDefaultJobs(jobs);
+}
+
+int CXMLMetaModelReader::DefaultJobs() {
+    return defaultJobs();
+}
+
 void CXMLMetaModelReader::readDocument(CXMLMetaModelHandler& handler, ORLO::XmlSAXParser& parser,
-                                       const String& path, const String& resolvedRoot,
-                                       const String& symbolicRoot) {
-    String rootPath = documentFolder(path);
-    if (!resolvedRoot.empty() && resolvedRoot != symbolicRoot)
-        rootPath.replace(resolvedRoot, symbolicRoot);
+                                       CDocumentsAhead* ahead, std::size_t index,
+                                       const String& path, const String& rootPath) {
     handler.SetRootPath(rootPath);
     handler.SetSourceName(path);
     try {
-        CppLanguage::DocumentPositionScope position(handler);
-        parser.parseFile(path, false, true);
+        if (!ahead || !ahead->Play(index, handler, *events())) {
+            CppLanguage::DocumentPositionScope position(handler);
+            parser.parseFile(path, false, true);
+        }
     } catch (const CXMLMetaModelException& failure) {
         CppLanguage::reportException(failure);
         CppLanguage::raiseAt<CXMLMetaModelException>(ORLO_HERE,
@@ -156,12 +166,14 @@ void CXMLMetaModelReader::readDocument(CXMLMetaModelHandler& handler, ORLO::XmlS
 
 void CXMLMetaModelReader::UnsafeRead() {
     // Every document is found before the first is read, so that an observer knows the count.
-    struct PlannedDocument {
-        String path;
-        String resolvedRoot;
-        String symbolicRoot;
+    std::vector<CDocumentsAhead::Document> plan;
+    const auto planDocument = [&plan](String path, const String& resolvedRoot,
+                                      const String& symbolicRoot) {
+        String rootPath = documentFolder(path);
+        if (!resolvedRoot.empty() && resolvedRoot != symbolicRoot)
+            rootPath.replace(resolvedRoot, symbolicRoot);
+        plan.push_back({std::move(path), std::move(rootPath)});
     };
-    std::vector<PlannedDocument> plan;
     for (const String& rootPath : rootPaths_) {
         String resolved(rootPath);
         const bool symbolic = ResolvePlaceholders(resolved);
@@ -172,24 +184,30 @@ void CXMLMetaModelReader::UnsafeRead() {
         std::list<String> documents;
         CollectMetaModels(resolved, documents);
         for (String& document : documents)
-            plan.push_back({std::move(document), resolved, symbolicRoot});
+            planDocument(std::move(document), resolved, symbolicRoot);
     }
     for (const String& file : files_) {
         String resolved(file);
         ResolvePlaceholders(resolved);
-        String resolvedRoot = ORLO::File(resolved).getParent();
-        plan.push_back({resolved, std::move(resolvedRoot), ORLO::File(file).getParent()});
+        const String resolvedRoot = ORLO::File(resolved).getParent();
+        planDocument(resolved, resolvedRoot, ORLO::File(file).getParent());
     }
+
+    const int jobs = jobs_ > 0 ? jobs_ : DefaultJobs();
+    std::optional<CDocumentsAhead> ahead;
+    if (jobs > 1 && plan.size() > 1)
+        ahead.emplace(plan, jobs);
 
     CXMLMetaModelHandler handler(events());
     ORLO::XmlSAXParser parser(&handler, ORLO::ParserSax, false);
     handler.StartStream();
     for (size_t index = 0; index < plan.size(); ++index) {
-        const PlannedDocument& document = plan[index];
+        const CDocumentsAhead::Document& document = plan[index];
         if (observer_)
             observer_(document.path, index + 1, plan.size());
         events()->SetSource(document.path);
-        readDocument(handler, parser, document.path, document.resolvedRoot, document.symbolicRoot);
+        readDocument(handler, parser, ahead ? &*ahead : nullptr, index, document.path,
+                     document.rootPath);
     }
     handler.EndStream();
 }

@@ -13,6 +13,7 @@ class XmlSAXParser;
 
 namespace MetaModel {
 
+class CDocumentsAhead;
 class CXMLMetaModelHandler;
 
 // Reads "MetaModel.xml" documents: every document under a list of root folders, then single
@@ -39,6 +40,13 @@ public:
     using DocumentObserver = std::function<void(const String& path, size_t number, size_t count)>;
     void SetDocumentObserver(DocumentObserver observer) { observer_ = std::move(observer); }
 
+    // How many documents of a read may be parsed at once: 1 reads in order on the calling
+    // thread; 0 (the default) takes the process's number, DefaultJobs.
+    void SetJobs(int jobs) { jobs_ = jobs; }
+    // One job per core the process may run on, unless set otherwise (0 goes back to that).
+    static void SetDefaultJobs(int jobs);
+    static int DefaultJobs();
+
     const std::list<String>& GetRootPaths() const { return rootPaths_; }
     const std::list<String>& GetFiles() const { return files_; }
 
@@ -49,13 +57,15 @@ public:
     static void CollectMetaModels(const String& folder, std::list<String>& documents);
 
 private:
-    void readDocument(CXMLMetaModelHandler& handler, ORLO::XmlSAXParser& parser, const String& path,
-                      const String& resolvedRoot, const String& symbolicRoot);
+    void readDocument(CXMLMetaModelHandler& handler, ORLO::XmlSAXParser& parser,
+                      CDocumentsAhead* ahead, std::size_t index, const String& path,
+                      const String& rootPath);
 
     std::list<String> rootPaths_;
     std::list<String> files_;
     std::vector<std::pair<String, String>> sources_;
     DocumentObserver observer_;
+    int jobs_ = 0;
 };
 
 } // namespace MetaModel

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -226,41 +229,146 @@ TEST(IndexTables, ACircuitInTheInheritanceEndsAndEachSideSeesTheOther) {
     EXPECT_EQ(self->GetCategoryCount(), 1);
 }
 
-// The positions in the tables must be the positions in the sets, for every pair, whatever the
-// shape: a random graph over enough categories and properties to cross many page borders.
-TEST(IndexTables, EveryPositionIsThePlaceOfTheMemberInTheClosedSets) {
-    HandModel hand;
-    std::mt19937 random(20240611);
-    std::vector<QEL::CCategory*> categories;
-    for (int i = 0; i < 300; ++i) {
-        QEL::CCategory* category =
-            i % 3 ? hand.category("C" + std::to_string(i)) : hand.type("T" + std::to_string(i));
-        for (int link = 0; i > 0 && link < 3; ++link)
-            if (random() % 2)
-                category->AddInheritedCategory(categories[random() % categories.size()]);
-        for (unsigned p = random() % 4; p > 0; --p)
-            hand.property(category, "p" + std::to_string(p));
-        categories.push_back(category);
+// The closed sets as the plain recursion over the parents makes them: a category lists itself,
+// then, parent after parent, what the parent lists; a parent still being closed (a circuit)
+// lends what it has so far. A category of another model lends its own set.
+struct NaiveClosures {
+    const QEL::CMetaModel& model;
+    std::map<const QEL::ICategory*, std::vector<const QEL::ICategory*>> lists;
+    std::set<const QEL::ICategory*> started;
+
+    bool own(const QEL::ICategory* category) const {
+        return model.OwnCategory(category) == category;
     }
-    hand.model.FinishBuilding();
+    void close(const QEL::ICategory* category) {
+        if (!started.insert(category).second)
+            return;
+        std::vector<const QEL::ICategory*>& list = lists[category];
+        list.push_back(category);
+        for (const QEL::ICategory* parent : category->GetLocalCategories()) {
+            if (own(parent))
+                close(parent);
+            const std::vector<const QEL::ICategory*> lent =
+                own(parent) ? lists[parent]
+                            : std::vector<const QEL::ICategory*>(parent->GetAllCategories().begin(),
+                                                                 parent->GetAllCategories().end());
+            for (const QEL::ICategory* member : lent)
+                if (std::find(list.begin(), list.end(), member) == list.end())
+                    list.push_back(member);
+        }
+    }
+    std::vector<const QEL::IProperty*> properties(const QEL::ICategory* category) const {
+        std::vector<const QEL::IProperty*> all;
+        for (const QEL::ICategory* member : lists.at(category))
+            for (const QEL::IProperty* property : member->GetLocalProperties())
+                if (std::find(all.begin(), all.end(), property) == all.end())
+                    all.push_back(property);
+        return all;
+    }
+};
 
-    for (const QEL::CCategory* row : categories) {
-        std::vector<int> expected(categories.size(), -1);
-        int position = 0;
-        for (const QEL::ICategory* member : row->GetAllCategories())
-            expected[std::size_t(member->GetLocalId())] = position++;
-        for (const QEL::CCategory* column : categories)
-            ASSERT_EQ(row->GetCategoryIndex(column), expected[std::size_t(column->GetLocalId())])
-                << row->GetName() << " / " << column->GetName();
+// The compact closures against the plain ones, on shapes that take each kind of row: deep
+// inheritance (dense rows), diamonds and properties declared twice (sparse rows, positions
+// kept apart), circuits, parents of another model (lists kept whole), and more categories than
+// 16 bits can number.
+TEST(IndexTables, ClosedSetsAndPositionsAreThoseOfThePlainRecursion) {
+    struct Shape {
+        const char* name;
+        int categories;
+        // Parents among the latest `window` categories, among all when 0.
+        int window;
+        int maxParents;
+        bool circuits;
+        bool foreign;
+        bool sharedProperties;
+        // Rows checked against every category; the others against their members and a sample.
+        int fullyChecked;
+    };
+    const Shape shapes[] = {
+        {"deep", 400, 40, 3, false, false, false, 400},
+        {"diamonds", 300, 0, 3, false, false, true, 300},
+        {"circuits", 60, 0, 2, true, false, false, 60},
+        {"foreign", 120, 20, 2, false, true, false, 120},
+        {"beyond 16 bits", 70000, 8, 2, false, false, false, 200},
+    };
+    for (const Shape& shape : shapes) {
+        SCOPED_TRACE(shape.name);
+        std::mt19937 random(unsigned(shape.categories));
+        HandModel other;
+        std::vector<QEL::CCategory*> strangers;
+        for (int i = 0; i < 6; ++i)
+            strangers.push_back(other.category("S" + std::to_string(i),
+                                               i ? std::initializer_list<const QEL::ICategory*>{
+                                                       strangers.back()}
+                                                 : std::initializer_list<const QEL::ICategory*>{}));
+        for (QEL::CCategory* stranger : strangers)
+            other.property(stranger, "s");
+        other.model.FinishBuilding();
 
-        std::vector<int> expectedProperties(hand.model.GetProperties().size(), -1);
-        position = 0;
-        for (const QEL::IProperty* member : row->GetAllProperties())
-            expectedProperties[std::size_t(member->GetLocalId())] = position++;
-        for (const QEL::IProperty* property : hand.model.GetProperties())
-            ASSERT_EQ(row->GetPropertyIndex(property),
-                      expectedProperties[std::size_t(property->GetLocalId())])
-                << row->GetName() << " / " << property->GetName();
+        HandModel hand;
+        std::vector<QEL::CCategory*> categories;
+        for (int i = 0; i < shape.categories; ++i)
+            categories.push_back(i % 3 ? hand.category("C" + std::to_string(i))
+                                       : hand.type("T" + std::to_string(i)));
+        for (int i = 0; i < shape.categories; ++i) {
+            const int bound = shape.circuits ? shape.categories : i;
+            const int low = shape.window ? std::max(0, bound - shape.window) : 0;
+            for (int link = int(random() % unsigned(shape.maxParents + 1)); bound > low && link > 0;
+                 --link)
+                categories[std::size_t(i)]->AddInheritedCategory(
+                    categories[std::size_t(low + int(random() % unsigned(bound - low)))]);
+            if (shape.foreign && random() % 4 == 0)
+                categories[std::size_t(i)]->AddInheritedCategory(strangers[random() % 6]);
+            for (unsigned p = random() % 3; p > 0; --p) {
+                QEL::CProperty* property =
+                    hand.property(categories[std::size_t(i)], "p" + std::to_string(p));
+                if (shape.sharedProperties && i > 0 && random() % 10 == 0)
+                    categories[random() % unsigned(i)]->AddProperty(property);
+            }
+        }
+        hand.model.FinishBuilding();
+
+        NaiveClosures naive{hand.model, {}, {}};
+        for (const QEL::CCategory* category : categories)
+            naive.close(category);
+        for (int row = 0; row < shape.categories; ++row) {
+            const QEL::CCategory* category = categories[std::size_t(row)];
+            const auto& expected = naive.lists.at(category);
+            ASSERT_EQ(category->GetCategoryCount(), int(expected.size())) << category->GetName();
+            std::vector<int> place(categories.size(), -1);
+            for (std::size_t position = 0; position < expected.size(); ++position)
+                if (naive.own(expected[position]))
+                    place[std::size_t(expected[position]->GetLocalId())] = int(position);
+            std::vector<int> columns;
+            if (row < shape.fullyChecked) {
+                for (int column = 0; column < shape.categories; ++column)
+                    columns.push_back(column);
+            } else {
+                for (const QEL::ICategory* member : expected)
+                    if (naive.own(member))
+                        columns.push_back(member->GetLocalId());
+                for (int sample = 0; sample < 20; ++sample)
+                    columns.push_back(int(random() % unsigned(shape.categories)));
+            }
+            for (const int column : columns)
+                ASSERT_EQ(category->GetCategoryIndex(categories[std::size_t(column)]),
+                          place[std::size_t(column)])
+                    << category->GetName() << " / " << categories[std::size_t(column)]->GetName();
+            const auto properties = naive.properties(category);
+            // Properties of another model have no place in these tables, only a position.
+            for (std::size_t position = 0; position < properties.size(); ++position)
+                if (naive.own(properties[position]->GetCategory())) {
+                    ASSERT_EQ(category->GetPropertyIndex(properties[position]), int(position))
+                        << category->GetName() << " / " << properties[position]->GetName();
+                }
+            if (row < shape.fullyChecked) {
+                const QEL::CategorySet& listed = category->GetAllCategories();
+                ASSERT_EQ(std::vector<const QEL::ICategory*>(listed.begin(), listed.end()),
+                          expected)
+                    << category->GetName();
+                ASSERT_EQ(category->GetPropertyCount(), int(properties.size()));
+            }
+        }
     }
 }
 

@@ -2,12 +2,17 @@
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "platform/database/connection.h"
 #include "platform/database/databaseexceptions.h"
+#include "platform/database/tablink.h"
 
 #include "repositorytesting.h"
 #include "support/failureinfo.h"
 #include "support/forwardingbackend.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
 
 namespace {
 
@@ -283,6 +288,85 @@ TEST_P(RepositoryWriter, AMissingWorkTableStopsTheStreamAtItsStart) {
         EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_REQ_ERR");
         EXPECT_NE(TestSupport::failureArgument(failure, "QUERY").find("IN_TREECAT"),
                   std::string::npos);
+    }
+}
+
+// The links that types reach through their categories, as the writer works them out, against
+// what the dependency procedure derives from the same direct links on its own. The shapes
+// stress what a walk over ids can get wrong: long chains, many ways to one ancestor, circuits,
+// parents never declared, a link given twice with two statuses, links that a partial
+// declaration adds, and ancestors that a type also inherits directly.
+TEST_P(RepositoryWriter, TheLinksTypesReachAreThoseTheProcedureDerives) {
+    struct Shape {
+        const char* name;
+        int categories;
+        int types;
+        int parentsPerElement;
+        // Parents among the latest `window` categories, or any category when 0.
+        int window;
+        // Whether a category may inherit one declared after it, which makes circuits.
+        bool forward;
+        // Every n-th link names a category that does not exist; 0: none.
+        int missingEvery;
+    };
+    const Shape shapes[] = {
+        {"chain", 60, 5, 1, 1, false, 0},
+        {"diamonds", 80, 30, 3, 6, false, 0},
+        {"circuits", 40, 20, 2, 0, true, 0},
+        {"unresolved", 50, 20, 2, 10, false, 7},
+    };
+    for (const Shape& shape : shapes) {
+        SCOPED_TRACE(shape.name);
+        std::mt19937 random(unsigned(shape.categories * 31 + shape.types));
+        const auto category = [](int index) { return "C" + std::to_string(index); };
+        int links = 0;
+        const auto parentOf = [&](int self) -> std::string {
+            ++links;
+            if (shape.missingEvery && links % shape.missingEvery == 0)
+                return "Missing";
+            const int bound = shape.forward ? shape.categories : std::max(self, 1);
+            const int low = shape.window ? std::max(0, bound - shape.window) : 0;
+            return category(low + int(random() % unsigned(bound - low)));
+        };
+        {
+            CDBMetaModelEvents sink(repository_->handle(), "");
+            sink.Start();
+            for (int index = 0; index < shape.categories; ++index) {
+                sink.StartCategory(category(index), false, "", 100 + index, Active);
+                for (int link = 0; index > 0 && link < shape.parentsPerElement; ++link)
+                    sink.InheritedCategory(parentOf(index), link % 2 ? Deprecated : Active);
+                sink.EndCategory(false);
+            }
+            for (int index = 0; index < shape.types; ++index) {
+                const std::string name = "T" + std::to_string(index);
+                sink.StartType(name, false, "", 1000 + index, Active);
+                std::string first = parentOf(shape.categories);
+                sink.InheritedCategory(first, Active);
+                sink.InheritedCategory(first, Obsolete);
+                sink.InheritedCategory(parentOf(shape.categories), Active);
+                sink.EndType(false);
+                sink.StartType(name, true, "", NoId, Active);
+                sink.InheritedCategory(parentOf(shape.categories), Active);
+                sink.EndType(true);
+            }
+            sink.End();
+        }
+        const Rows written = rows("TypCat", "IdTyp, IdCatParent, Status", "IsCatProp = 0");
+        EXPECT_FALSE(written.empty());
+
+        // The procedure alone, on the direct links that the final tables hold.
+        repository_->database.execute("delete from " + repository_->qualified("IN_CATCAT"));
+        repository_->database.execute("delete from " + repository_->qualified("IN_TYPCAT"));
+        repository_->database.execute("insert into " + repository_->qualified("IN_CATCAT") +
+                                      " select * from " + repository_->qualified("CatCat"));
+        repository_->database.execute("insert into " + repository_->qualified("IN_TYPCAT") +
+                                      " select * from " + repository_->qualified("TypCat") +
+                                      " where IsCatProp = 1");
+        int result = 0;
+        ASSERT_TRUE(
+            TABLINK::DBConnectivity::callProc(repository_->handle(), "CAT_BUILD_DEPENDENCIES"));
+        TABLINK::DBConnectivity::endProc(repository_->handle(), &result);
+        EXPECT_EQ(written, rows("IN_TYPCAT", "IdTyp, IdCatParent, Status", "IsCatProp = 0"));
     }
 }
 

@@ -79,6 +79,44 @@ TEST_F(WrapperGeneration, GeneratesTheTreeOfHeadersByteForByte) {
         EXPECT_TRUE(expected.count(path)) << path << " is not expected";
 }
 
+// A rendering gathered into the tree that it stands for.
+struct Gathered : WrapperGenerator::RenderTarget {
+    Tree tree;
+    void folder(const std::string& path) override { tree[path] = "<dir>"; }
+    void text(const std::string& path, std::string_view text) override { tree[path] += text; }
+};
+
+// Render is the seam that lets a caller compare without writing: its texts must be Build's to
+// the byte, headers of names that normalise alike appended into one file included.
+TEST_F(WrapperGeneration, RenderGivesInMemoryTheTreeThatBuildWritesAndTouchesNothing) {
+    const std::string twins = writeDocument("lib/inner", {"Twin one", "Twin_one", "Single"});
+    const struct {
+        std::vector<std::string> documents;
+        std::string rootPath;
+        // A header that holds two classes, one after the other.
+        std::string shared;
+    } cases[] = {
+        {{dataFolder + "/model/Languages/Deep/MetaModel.xml",
+          dataFolder + "/model/Core/MetaModel.xml", dataFolder + "/model/MetaModel.xml"},
+         dataFolder + "/model",
+         ""},
+        {{twins}, root.file("docs"), "lib/inner/Twin_one.h"},
+    };
+    for (const auto& test : cases) {
+        fs::remove_all(output);
+        const auto model = TestSupport::buildFromDocuments(test.documents);
+        Gathered rendering;
+        EXPECT_TRUE(WrapperGenerator(model.get(), test.rootPath, output).Render(rendering));
+        EXPECT_FALSE(fs::exists(output));
+        WrapperGenerator(model.get(), test.rootPath, output).Build();
+        EXPECT_EQ(rendering.tree, TestSupport::treeOf(output)) << test.rootPath;
+        if (!test.shared.empty()) {
+            const std::string& text = rendering.tree.at(test.shared);
+            EXPECT_NE(text.find("class Twin_one"), text.rfind("class Twin_one")) << text;
+        }
+    }
+}
+
 TEST_F(WrapperGeneration, RefusesANullModelAndAMissingRootBeforeTouchingTheDisk) {
     const auto model = TestSupport::buildFromDocuments({});
     EXPECT_EQ(TestSupport::raisedBy<WrapperGeneratorException>(
@@ -127,6 +165,21 @@ TEST_F(WrapperGeneration, AHeaderThatCannotBeOpenedFailsAndLeavesTheOutputAsItWa
                   [&] { WrapperGenerator(model.get(), root.file("docs"), output).Build(); }),
               (RaisedMessage{"QEL_MM_DUMP_FILE_ERR", {{"FILE", work + "/X.h"}}}));
     EXPECT_EQ(TestSupport::treeOf(output), (Tree{{"AllWrappers.h", "before"}, {"X.h", "before"}}));
+    // Nothing in memory can stand for a run that fails on disk.
+    Gathered ignored;
+    EXPECT_FALSE(WrapperGenerator(model.get(), root.file("docs"), output).Render(ignored));
+}
+
+// Build's summary stream is buffered: a header on its path is overwritten by it in part, which
+// no text in memory can say.
+TEST_F(WrapperGeneration, AHeaderOnTheSummarysPathIsNoFaithfulRendering) {
+    const std::string top =
+        root.write("docs/MetaModel.xml", "<metaModel file_no=\"2\" file_level=\"core\">"
+                                         "<category name=\"AllWrappers\" rid=\"1\">"
+                                         "<description/></category></metaModel>");
+    const auto model = TestSupport::buildFromDocuments({top});
+    Gathered ignored;
+    EXPECT_FALSE(WrapperGenerator(model.get(), root.file("docs"), output).Render(ignored));
 }
 
 } // namespace

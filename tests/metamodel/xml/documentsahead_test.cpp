@@ -1,0 +1,209 @@
+#include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/messages.h"
+#include "support/generatedset.h"
+#include "support/messagecapture.h"
+#include "support/recordingevents.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using MetaModel::String;
+using Lines = std::vector<std::string>;
+
+// Every event with the document position a message posted during it would carry.
+class PositionedRecording : public MetaModel::IMetaModelEvents {
+public:
+    Lines lines() const {
+        Lines result;
+        for (size_t index = 0; index < recorded_.events.size(); ++index)
+            result.push_back(recorded_.events[index] + " @ " +
+                             (index < positions_.size() ? positions_[index] : "?"));
+        return result;
+    }
+
+    void Release() override {}
+    void Start() override {
+        tell([&] { recorded_.Start(); });
+    }
+    void End() override {
+        tell([&] { recorded_.End(); });
+    }
+    void StartCategory(const String& name, bool partial, const String& description, int id,
+                       const ElementStatus& status) override {
+        tell([&] { recorded_.StartCategory(name, partial, description, id, status); });
+    }
+    void EndCategory(bool partial) override {
+        tell([&] { recorded_.EndCategory(partial); });
+    }
+    void StartType(const String& name, bool partial, const String& description, int id,
+                   const ElementStatus& status) override {
+        tell([&] { recorded_.StartType(name, partial, description, id, status); });
+    }
+    void EndType(bool partial) override {
+        tell([&] { recorded_.EndType(partial); });
+    }
+    void StartProperty(const String& name, const String& description, const String& type,
+                       const int& minimal, const int& maximal, const String& merge, int id,
+                       const ElementStatus& status) override {
+        tell([&] {
+            recorded_.StartProperty(name, description, type, minimal, maximal, merge, id, status);
+        });
+    }
+    void EndProperty() override {
+        tell([&] { recorded_.EndProperty(); });
+    }
+    void Attribute(const String& name, int value, const ElementStatus& status) override {
+        tell([&] { recorded_.Attribute(name, value, status); });
+    }
+    void Attribute(const String& name, const String& value, const ElementStatus& status) override {
+        tell([&] { recorded_.Attribute(name, value, status); });
+    }
+    void InheritedCategory(const String& name, const ElementStatus& status) override {
+        tell([&] { recorded_.InheritedCategory(name, status); });
+    }
+    void Tree(const String& parent, const String& category, const ElementStatus& status) override {
+        tell([&] { recorded_.Tree(parent, category, status); });
+    }
+    void SetSource(const String& source) override { recorded_.SetSource(source); }
+    const String& GetSource() const override { return recorded_.GetSource(); }
+
+private:
+    // The recording may add a Source line before the event's own: both get the position.
+    void tell(const std::function<void()>& event) {
+        event();
+        const CppLanguage::DocumentPosition at = CppLanguage::currentDocumentPosition();
+        const std::string where =
+            at.document + ":" + std::to_string(at.line) + ":" + std::to_string(at.column);
+        positions_.resize(recorded_.events.size(), where);
+    }
+
+    TestSupport::RecordingEvents recorded_;
+    Lines positions_;
+};
+
+// All a read shows: its events with positions, the messages it posted, what it threw.
+Lines readAll(const std::vector<std::string>& roots, int jobs) {
+    MetaModel::CXMLMetaModelReader reader(false, false);
+    for (const std::string& root : roots)
+        reader.AddRootPath(root);
+    reader.SetJobs(jobs);
+    PositionedRecording sink;
+    reader.SetEvents(&sink);
+    Lines shown;
+    {
+        TestSupport::MessageCapture capture;
+        try {
+            reader.Read();
+            shown.push_back("read to the end");
+        } catch (const std::exception& failure) {
+            shown.push_back(std::string("threw ") + failure.what());
+        }
+        for (const CppLanguage::CAppMsg& message : capture.messages())
+            shown.push_back(std::string("message ") + message.GetId() + " " +
+                            message.GetDocument() + ":" + std::to_string(message.GetLine()) + ":" +
+                            std::to_string(message.GetColumn()) + " " + message.GetText());
+    }
+    const Lines events = sink.lines();
+    shown.insert(shown.end(), events.begin(), events.end());
+    return shown;
+}
+
+std::string document(int fileNumber, const std::string& body) {
+    return "<?xml version=\"1.0\"?>\n<metaModel file_no=\"" + std::to_string(fileNumber) +
+           "\" file_level=\"client\">\n" + body + "</metaModel>\n";
+}
+
+std::string category(const std::string& name, int rid) {
+    return "  <category name=\"" + name + "\" rid=\"" + std::to_string(rid) +
+           "\">\n    <description>" + name +
+           "</description>\n    <property name=\"p\" type=\"integer\" rid=\"" +
+           std::to_string(rid + 1) + "\"><description/><comment/></property>\n  </category>\n";
+}
+
+// Documents part00 .. partNN under `folder`, one body each.
+std::string writeDocuments(const TestSupport::TempFolder& folder, const Lines& bodies) {
+    for (size_t index = 0; index < bodies.size(); ++index) {
+        const std::string number = (index < 10 ? "0" : "") + std::to_string(index);
+        folder.write("part" + number + "/MetaModel.xml", bodies[index]);
+    }
+    return folder.path().string();
+}
+
+Lines plainBodies(int count) {
+    Lines bodies;
+    for (int index = 0; index < count; ++index)
+        bodies.push_back(document(index + 1, category("C" + std::to_string(index), 1)));
+    return bodies;
+}
+
+struct SetCase {
+    const char* name;
+    std::function<std::vector<std::string>(const TestSupport::TempFolder&)> roots;
+};
+
+const SetCase setCases[] = {
+    {"the installation and the example",
+     [](const TestSupport::TempFolder&) {
+         return std::vector<std::string>{METAMODEL_SOURCE_DIR "/share/metamodel/configuration",
+                                         METAMODEL_SOURCE_DIR "/examples"};
+     }},
+    // Documents there conflict with each other; the stream does not care.
+    {"every fixture document",
+     [](const TestSupport::TempFolder&) {
+         return std::vector<std::string>{METAMODEL_TEST_DATA_DIR};
+     }},
+    {"a generated set",
+     [](const TestSupport::TempFolder& folder) {
+         return std::vector<std::string>{
+             TestSupport::writeGeneratedSet(folder.file("generated"), "Gen", 40, 25)};
+     }},
+    // An element without a description leaves the next document expecting one: the
+    // description that opens it is taken, and so is the failure of one that does not.
+    {"a description expected across documents",
+     [](const TestSupport::TempFolder& folder) {
+         Lines bodies = plainBodies(12);
+         bodies[3] = document(4, "  <category name=\"Bare\" rid=\"1\"/>\n");
+         bodies[4] = "<description>taken</description>";
+         bodies[6] = document(7, "  <type name=\"BareType\" rid=\"1\"/>\n");
+         return std::vector<std::string>{writeDocuments(folder, bodies)};
+     }},
+    {"a description expected and missing in the next document",
+     [](const TestSupport::TempFolder& folder) {
+         Lines bodies = plainBodies(12);
+         bodies[5] = document(6, "  <category name=\"Bare\" rid=\"1\" status=\"obsolete\"/>\n");
+         return std::vector<std::string>{writeDocuments(folder, bodies)};
+     }},
+    {"the first of two broken documents",
+     [](const TestSupport::TempFolder& folder) {
+         Lines bodies = plainBodies(16);
+         bodies[6] = document(7, "  <category name=\"NoId\"><description/></category>\n");
+         bodies[11] = document(12, "  <category name=\"Broken\" rid=\"1\">\n");
+         return std::vector<std::string>{writeDocuments(folder, bodies)};
+     }},
+    {"a document that cannot be parsed",
+     [](const TestSupport::TempFolder& folder) {
+         Lines bodies = plainBodies(9);
+         bodies[4] = document(5, category("Amp", 1) + "  & not a reference\n");
+         return std::vector<std::string>{writeDocuments(folder, bodies)};
+     }},
+};
+
+TEST(DocumentsAhead, AParallelReadShowsWhatAReadInOrderShows) {
+    for (const SetCase& set : setCases) {
+        SCOPED_TRACE(set.name);
+        TestSupport::TempFolder folder;
+        const std::vector<std::string> roots = set.roots(folder);
+        const Lines inOrder = readAll(roots, 1);
+        ASSERT_GT(inOrder.size(), 3u);
+        for (int jobs : {2, 4, 7})
+            EXPECT_EQ(readAll(roots, jobs), inOrder) << jobs << " jobs";
+    }
+}
+
+} // namespace
