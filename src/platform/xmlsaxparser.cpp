@@ -82,6 +82,40 @@ void assignQualified(String& out, const xmlChar* prefix, const xmlChar* local) {
 
 class Bridge;
 
+// libxml2 hands element names out of the parse's dictionary: one address per distinct name
+// for as long as the parse lasts. Documents repeat a few names many times, so each pair of
+// addresses is turned into strings once.
+class ElementNames {
+public:
+    struct Names {
+        const xmlChar* prefix;
+        const xmlChar* local;
+        String localName;
+        String qualifiedName;
+    };
+
+    const Names& find(const xmlChar* prefix, const xmlChar* local) {
+        for (const Names& names : known_)
+            if (names.local == local && names.prefix == prefix)
+                return names;
+        // Reserved whole so that no entry moves while the parse runs.
+        if (known_.capacity() < capacity)
+            known_.reserve(capacity);
+        Names& names = known_.size() < capacity ? known_.emplace_back() : spare_;
+        names.prefix = prefix;
+        names.local = local;
+        names.localName.assign(view(local));
+        assignQualified(names.qualifiedName, prefix, local);
+        return names;
+    }
+
+private:
+    // Past this many distinct names a linear search costs more than the copy it saves.
+    static constexpr size_t capacity = 32;
+    std::vector<Names> known_;
+    Names spare_;
+};
+
 // Handlers keep the locator they were given, often past the end of the document. One locator
 // per thread, pointed at the running parse and answering 0 between parses, keeps such a late
 // call harmless.
@@ -284,8 +318,7 @@ public:
     String text_;
     String pending_;
     String nameSpace_;
-    String localName_;
-    String qualifiedName_;
+    ElementNames elementNames_;
     Attributes attributes_;
     // Prefixes declared on open elements, and how many each element declared.
     std::vector<const xmlChar*> prefixes_;
@@ -511,9 +544,8 @@ void onStartElementNs(void* data, const xmlChar* localName, const xmlChar* prefi
             ~Release() { attributes.release(); }
         } release{b.attributes_};
         b.nameSpace_.assign(view(uri));
-        b.localName_.assign(view(localName));
-        assignQualified(b.qualifiedName_, prefix, localName);
-        handler.startElement(b.nameSpace_, b.localName_, b.qualifiedName_, b.attributes_);
+        const ElementNames::Names& names = b.elementNames_.find(prefix, localName);
+        handler.startElement(b.nameSpace_, names.localName, names.qualifiedName, b.attributes_);
     });
 }
 
@@ -523,9 +555,8 @@ void onEndElementNs(void* data, const xmlChar* localName, const xmlChar* prefix,
     b.guard([&] {
         b.flushText();
         b.nameSpace_.assign(view(uri));
-        b.localName_.assign(view(localName));
-        assignQualified(b.qualifiedName_, prefix, localName);
-        b.handler().endElement(b.nameSpace_, b.localName_, b.qualifiedName_);
+        const ElementNames::Names& names = b.elementNames_.find(prefix, localName);
+        b.handler().endElement(b.nameSpace_, names.localName, names.qualifiedName);
         if (b.declaredCounts_.empty())
             return;
         const int declared = b.declaredCounts_.back();
