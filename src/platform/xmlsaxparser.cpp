@@ -186,6 +186,10 @@ public:
         return String(values_[size_t(index)]);
     }
 
+    std::string_view getValueView(int index) const override {
+        return index < 0 || index >= count_ ? std::string_view() : values_[size_t(index)];
+    }
+
     int getIndex(std::string_view wanted) const override {
         for (int i = 0; i < count_; ++i) {
             const std::string_view local = locals_[size_t(i)];

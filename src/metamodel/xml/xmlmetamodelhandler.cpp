@@ -58,7 +58,7 @@ bool isListForm(const String& type) {
                    {"integerList", "stringList", "dateTimeList", "bookmarkList", "referenceList"});
 }
 
-IMetaModelEvents::ElementStatus statusFromText(const String& text) {
+IMetaModelEvents::ElementStatus statusFromText(std::string_view text) {
     if (text == "deprecated"sv)
         return IMetaModelEvents::EsDeprecated;
     if (text == "obsolete"sv)
@@ -220,7 +220,7 @@ int CXMLMetaModelHandler::intAttribute(const ORLO::IXmlAttributes& attributes, i
 
 void CXMLMetaModelHandler::pushStatus(const ORLO::IXmlAttributes& attributes) {
     const int index = attributes.getIndex("status");
-    statusStack_.push_back(index >= 0 ? statusFromText(attributes.getValue(index))
+    statusStack_.push_back(index >= 0 ? statusFromText(attributes.getValueView(index))
                                       : IMetaModelEvents::EsActive);
 }
 
@@ -272,7 +272,7 @@ void CXMLMetaModelHandler::startPartial(const String& tag, const ORLO::IXmlAttri
                                         bool isType) {
     context_ = isType ? TypeBody : CategoryBody;
     descriptionState_ = NoDescription;
-    currentName_ = attributes.getValue(requiredIndex(tag, attributes, "name"));
+    currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, "name")));
     partial_ = true;
     forbidAttribute(tag, attributes, "id");
     forbidAttribute(tag, attributes, "rid");
@@ -293,13 +293,13 @@ void CXMLMetaModelHandler::startTopElement(const String& tag,
         descriptionState_ = ExpectDescription;
         const int nameIndex = requiredIndex(tag, attributes, "name");
         pushStatus(attributes);
-        currentName_ = attributes.getValue(nameIndex);
+        currentName_.assign(attributes.getValueView(nameIndex));
         currentId_ = readId(tag, attributes);
     } else if (tag == "type"sv) {
         context_ = TypeBody;
         descriptionState_ = ExpectDescription;
         keyClassSeen_ = false;
-        currentName_ = attributes.getValue(requiredIndex(tag, attributes, "name"));
+        currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, "name")));
         currentId_ = readId(tag, attributes);
         pushStatus(attributes);
     } else if (tag == "partial_category"sv || tag == "partialCategory"sv) {
@@ -315,8 +315,8 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
     context_ = context_ == CategoryBody ? CategoryProperty : TypeProperty;
     descriptionState_ = ExpectDescription;
     const int nameIndex = requiredIndex(tag, attributes, "name");
-    propertyType_ = attributes.getValue(requiredIndex(tag, attributes, "type"));
-    propertyName_ = attributes.getValue(nameIndex);
+    propertyType_.assign(attributes.getValueView(requiredIndex(tag, attributes, "type")));
+    propertyName_.assign(attributes.getValueView(nameIndex));
 
     const String minimal = attributes.getValue(attributes.getIndex("minimalCardinality"));
     minimalCardinality_ = minimal.empty() ? 0 : toDecimalInt(minimal);
@@ -345,14 +345,17 @@ void CXMLMetaModelHandler::attributeStep(const String& tag,
         fail(
             "QEL_MM_MISSING_BOTH_ATTR",
             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", "intValue"}, {"ATTR1", "stringValue"}});
-    const String name = attributes.getValue(nameIndex);
+    String& name = scratch_[0];
+    name.assign(attributes.getValueView(nameIndex));
     if (fileLevel_ != 1 && name == "KEY_CLASS"sv)
         keyClassSeen_ = true;
     const ElementStatus status = popStatus();
-    if (intIndex >= 0)
+    if (intIndex >= 0) {
         sink_->Attribute(name, intAttribute(attributes, intIndex, 0), status);
-    else
-        sink_->Attribute(name, attributes.getValue(stringIndex), status);
+    } else {
+        scratch_[1].assign(attributes.getValueView(stringIndex));
+        sink_->Attribute(name, scratch_[1], status);
+    }
 }
 
 void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& parent,
@@ -370,12 +373,14 @@ void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& par
         const int parentIndex = requiredIndex(tag, attributes, "parent");
         const int categoryIndex = requiredIndex(tag, attributes, "category");
         pushStatus(attributes);
-        sink_->Tree(attributes.getValue(parentIndex), attributes.getValue(categoryIndex),
-                    popStatus());
+        scratch_[0].assign(attributes.getValueView(parentIndex));
+        scratch_[1].assign(attributes.getValueView(categoryIndex));
+        sink_->Tree(scratch_[0], scratch_[1], popStatus());
     } else if (tag == "inheritedCategory"sv) {
         const int nameIndex = requiredIndex(tag, attributes, "name");
         pushStatus(attributes);
-        sink_->InheritedCategory(attributes.getValue(nameIndex), popStatus());
+        scratch_[0].assign(attributes.getValueView(nameIndex));
+        sink_->InheritedCategory(scratch_[0], popStatus());
     } else if (tag != "comment"sv && tag != "classifying"sv) {
         fail("QEL_MM_UNEXPECTED_TAG", {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
     }

@@ -143,6 +143,9 @@ private:
     String sourceName_;
     std::vector<ElementStatus> statusStack_;
     ORLO::IXmlLocator* locator_ = nullptr;
+    // Buffers for values handed straight to the sink; reused so that a long value is not a
+    // fresh allocation on every element.
+    String scratch_[2];
     bool keyClassSeen_ = false;
 };
 
