@@ -195,7 +195,11 @@ public:
             const std::string_view local = locals_[size_t(i)];
             const std::string_view prefix = prefixes_[size_t(i)];
             if (prefix.empty()) {
-                if (wanted == local)
+                // The first byte rules out most names without a call to compare.
+                if (wanted.size() == local.size() && !wanted.empty() && wanted[0] == local[0] &&
+                    wanted == local)
+                    return i;
+                if (wanted.empty() && local.empty())
                     return i;
             } else if (wanted.size() == prefix.size() + 1 + local.size() &&
                        wanted.starts_with(prefix) && wanted[prefix.size()] == ':' &&

@@ -54,8 +54,9 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
 
 // The list forms of the primitive types carry their list nature in the maximal cardinality.
 bool isListForm(const String& type) {
-    return isOneOf(type,
-                   {"integerList", "stringList", "dateTimeList", "bookmarkList", "referenceList"});
+    // Most types are not lists: the common suffix settles those without five comparisons.
+    return type.ends_with("List") && isOneOf(type, {"integerList", "stringList", "dateTimeList",
+                                                    "bookmarkList", "referenceList"});
 }
 
 IMetaModelEvents::ElementStatus statusFromText(std::string_view text) {
