@@ -70,35 +70,13 @@ TEST(CheckCommand, AFolderThatIsNotThereIsAFailureNotAnEmptyPass) {
     EXPECT_EQ(messageIds(run.err), std::vector<std::string>{"QEL_MM_ROOT_NOT_FOUND"});
 }
 
-} // namespace
-
-namespace {
-
-// Runs the tool under a pseudo-terminal, as a person at a terminal would, and answers all
-// that the terminal showed.
-std::string onTerminal(const std::string& arguments) {
-    const std::string command =
-        "script -qec \"METAMODEL_APP_DIR='" + base +
-        "' METAMODEL_USER_DIR=/nonexistent METAMODEL_ALL_USERS_DIR=/nonexistent '" +
-        METAMODEL_TOOL_PATH + "' " + arguments + "\" /dev/null";
-    std::string shown;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char buffer[4096];
-        size_t count;
-        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-            shown.append(buffer, count);
-        pclose(pipe);
-    }
-    return shown;
-}
-
 TEST(CheckCommand, OnATerminalProgressShowsEachPassUnlessQuiet) {
-    const std::string shown = onTerminal("check '" + review + "'");
+    const std::string shown = TestSupport::runToolOnTerminal({"check", review}, base).err;
     EXPECT_NE(shown.find("\rcheck: pass 1 of 2, document 1 of 4"), std::string::npos) << shown;
     EXPECT_NE(shown.find("\rcheck: pass 2 of 2, document 4 of 4"), std::string::npos) << shown;
     EXPECT_NE(shown.find("check: the documents pass"), std::string::npos) << shown;
 
-    const std::string quiet = onTerminal("-q check '" + review + "'");
+    const std::string quiet = TestSupport::runToolOnTerminal({"-q", "check", review}, base).err;
     EXPECT_EQ(quiet.find("check:"), std::string::npos) << quiet;
 }
 

@@ -7,18 +7,11 @@
 
 namespace {
 
+using TestSupport::lines;
 using TestSupport::runTool;
 
 const std::string first = METAMODEL_TEST_DATA_DIR "/model/links/first/MetaModel.xml";
 const std::string second = METAMODEL_TEST_DATA_DIR "/model/links/second/MetaModel.xml";
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    size_t start = 0;
-    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
-        result.push_back(text.substr(start, end - start));
-    return result;
-}
 
 // The value of "name" in each JSON line.
 std::vector<std::string> elementNames(const std::string& out) {

@@ -79,10 +79,6 @@ TEST_P(DiffOnRepository, ComparesTheSetWithWhatTheRepositoryHolds) {
     EXPECT_EQ(changed.out, readFile(data + "expected-repository.txt"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, DiffOnRepository,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         [](const testing::TestParamInfo<Backend>& info) {
-                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
-                         });
+INSTANTIATE_ON_BOTH_SERVERS(DiffOnRepository);
 
 } // namespace

@@ -182,10 +182,6 @@ TEST_P(CompatOnRepository, AnswersAgainstTheRepositorysTables) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Backends, CompatOnRepository,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         [](const testing::TestParamInfo<Backend>& info) {
-                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
-                         });
+INSTANTIATE_ON_BOTH_SERVERS(CompatOnRepository);
 
 } // namespace

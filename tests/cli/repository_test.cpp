@@ -16,6 +16,7 @@
 namespace {
 
 using TestSupport::Backend;
+using TestSupport::lines;
 using TestSupport::runTool;
 using TestSupport::TempFolder;
 using TestSupport::TestDatabase;
@@ -24,14 +25,6 @@ using Lines = std::vector<std::string>;
 const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
 // The valid one of the examples; a faulty set is what validation keeps out of a repository.
 const std::string extension = METAMODEL_SOURCE_DIR "/examples/review";
-
-Lines lines(const std::string& text) {
-    Lines result;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        result.push_back(line);
-    return result;
-}
 
 // Writes the installation's base meta-model and the example extension into the repository
 // through the library, the way a transfer does.
@@ -177,11 +170,7 @@ TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
     EXPECT_FALSE(std::filesystem::exists(output));
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, ToolOnRepository,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         [](const testing::TestParamInfo<Backend>& info) {
-                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
-                         });
+INSTANTIATE_ON_BOTH_SERVERS(ToolOnRepository);
 
 TEST(ToolRepositoryFailures, WrongCombinationsAreUsageErrors) {
     const std::vector<std::vector<std::string>> wrongCalls = {

@@ -6,189 +6,41 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
-#include <regex>
-#include <sstream>
+#include <utility>
 
 namespace {
 
 using TestSupport::Backend;
+using TestSupport::messageIds;
+using TestSupport::readFile;
 using TestSupport::runTool;
 using TestSupport::TempFolder;
 using TestSupport::TestDatabase;
 
-// Two documents that use names before they declare them and complete each other through
-// partial declarations; statuses, empty descriptions, escapes and list types on the way.
-const char* const firstDocument = R"(<?xml version="1.0" encoding="utf-8"?>
-<metaModel file_no="5">
-	<type name="Report" rid="7" status="deprecated">
-		<description>A report, declared before what it inherits</description>
-		<attribute name="ZONE" stringValue="north &amp; south"/>
-		<attribute name="RANK" intValue="-4"/>
-		<inheritedCategory name="Printable"/>
-		<tree parent="Folder" category="Containment"/>
-		<property name="pages" rid="9" type="integer" minimalCardinality="1" merge="sum">
-			<description>Page count</description>
-			<attribute name="INF_TYPE" intValue="100"/>
-		</property>
-		<property name="body" rid="8" type="Printable" maximalCardinality="*">
-			<description/>
-		</property>
-	</type>
-	<category name="Printable" rid="2" status="obsolete">
-		<description><![CDATA[Can be <printed>]]></description>
-		<inheritedCategory name="Named"/>
-	</category>
-	<category name="Containment" rid="3">
-		<description>Folders hold things</description>
-	</category>
-	<category name="Named" rid="4">
-		<description>Has a name</description>
-	</category>
-</metaModel>
-)";
+const std::string data = METAMODEL_TEST_DATA_DIR "/transfer/";
 
-const char* const secondDocument = R"(<?xml version="1.0" encoding="utf-8"?>
-<metaModel file_no="6">
-	<type name="Folder" rid="1">
-		<description>Holds reports</description>
-		<inheritedCategory name="Containment"/>
-		<property name="owner" rid="2" type="reference" merge="bitor">
-			<description>Who owns it</description>
-		</property>
-	</type>
-	<partial_type name="Report">
-		<inheritedCategory name="Containment"/>
-		<property name="tags" rid="3" type="stringList" merge="cct_dist_alpha">
-			<description>Free tags</description>
-		</property>
-	</partial_type>
-	<partialCategory name="Printable">
-		<property name="width" rid="4" type="dateTime">
-			<description/>
-		</property>
-	</partialCategory>
-</metaModel>
-)";
-
-// What the repository gives back of the two documents: elements by id, partial declarations
-// folded into what they complete, every status active, empty descriptions replaced by the
-// name, attributes by name (with those the document reader adds), inherited categories by
-// the parent's id, properties by id; the links a type only reaches through a category stay
-// in the repository and out of the stream.
-std::string expectedExport(const std::string& first, const std::string& second) {
-    const std::vector<std::string> lines = {
-        R"(<?xml version="1.0" encoding="utf-8" ?>)",
-        "",
-        "<metaModel>",
-        R"(	<category name="Printable" id="2005002" status="active">)",
-        R"(		<description><![CDATA[Can be <printed>]]></description>)",
-        R"(		<attribute name="ROOT_PATH" stringValue=")" + first +
-            R"(" status="active"/>)",
-        R"(		<inheritedCategory name="Named" status="active"/>)",
-        R"(		<property name="width" type="dateTime" minimalCardinality="0" maximalCardinality="1" merge="no" status="active" id="2006004">)",
-        R"(			<description><![CDATA[width]]></description>)",
-        R"(		</property>)",
-        R"(	</category>)",
-        R"(	<category name="Containment" id="2005003" status="active">)",
-        R"(		<description><![CDATA[Folders hold things]]></description>)",
-        R"(		<attribute name="ROOT_PATH" stringValue=")" + first +
-            R"(" status="active"/>)",
-        R"(	</category>)",
-        R"(	<category name="Named" id="2005004" status="active">)",
-        R"(		<description><![CDATA[Has a name]]></description>)",
-        R"(		<attribute name="ROOT_PATH" stringValue=")" + first +
-            R"(" status="active"/>)",
-        R"(	</category>)",
-        R"(	<type name="Report" id="2005007" status="active">)",
-        R"(		<description><![CDATA[A report, declared before what it inherits]]></description>)",
-        R"(		<attribute name="KEY_CLASS" intValue="2005007" status="active"/>)",
-        R"(		<attribute name="RANK" intValue="-4" status="active"/>)",
-        R"(		<attribute name="ROOT_PATH" stringValue=")" + first +
-            R"(" status="active"/>)",
-        R"(		<attribute name="ZONE" stringValue="north &amp; south" status="active"/>)",
-        R"(		<inheritedCategory name="Printable" status="active"/>)",
-        R"(		<inheritedCategory name="Containment" status="active"/>)",
-        R"(		<property name="body" type="Printable" minimalCardinality="0" maximalCardinality="*" merge="no" status="active" id="2005008">)",
-        R"(			<description><![CDATA[body]]></description>)",
-        R"(		</property>)",
-        R"(		<property name="pages" type="integer" minimalCardinality="1" maximalCardinality="1" merge="sum" status="active" id="2005009">)",
-        R"(			<description><![CDATA[Page count]]></description>)",
-        R"(			<attribute name="INF_TYPE" intValue="100" status="active"/>)",
-        R"(		</property>)",
-        R"(		<property name="tags" type="string" minimalCardinality="0" maximalCardinality="*" merge="cct_dist_alpha" status="active" id="2006003">)",
-        R"(			<description><![CDATA[Free tags]]></description>)",
-        R"(		</property>)",
-        R"(		<tree parent="Folder" category="Containment" status="active"/>)",
-        R"(	</type>)",
-        R"(	<type name="Folder" id="2006001" status="active">)",
-        R"(		<description><![CDATA[Holds reports]]></description>)",
-        R"(		<attribute name="KEY_CLASS" intValue="2006001" status="active"/>)",
-        R"(		<attribute name="ROOT_PATH" stringValue=")" + second +
-            R"(" status="active"/>)",
-        R"(		<inheritedCategory name="Containment" status="active"/>)",
-        R"(		<property name="owner" type="reference" minimalCardinality="0" maximalCardinality="1" merge="bitor" status="active" id="2006002">)",
-        R"(			<description><![CDATA[Who owns it]]></description>)",
-        R"(		</property>)",
-        R"(	</type>)",
-        "</metaModel>",
-    };
-    std::string text;
-    for (const std::string& line : lines)
-        text += line + "\r\n";
-    return text;
+// A copy of a document of the data folder: what the repository keeps of a document names the
+// folder it was read from.
+std::string copyDocument(const TempFolder& folder, const std::string& name, const std::string& to) {
+    return folder.write(to + "/MetaModel.xml", readFile(data + name + "/MetaModel.xml"));
 }
 
-const std::string expectedDump = "Cat \t2005002\tPrintable\r\n"
-                                 "Prop\t2006004\tPrintable.width\r\n"
-                                 "Cat \t2005003\tContainment\r\n"
-                                 "Cat \t2005004\tNamed\r\n"
-                                 "Typ \t2005007\tReport\r\n"
-                                 "Prop\t2005008\tReport.body\r\n"
-                                 "Prop\t2005009\tReport.pages\r\n"
-                                 "Prop\t2006003\tReport.tags\r\n"
-                                 "Typ \t2006001\tFolder\r\n"
-                                 "Prop\t2006002\tFolder.owner\r\n";
-
-// A meta-model of its own, smaller than the two documents.
-const char* const singleDocument = R"(<?xml version="1.0" encoding="utf-8"?>
-<metaModel file_no="9">
-	<category name="Alone" rid="1">
-		<description>Alone</description>
-	</category>
-	<type name="Single" rid="2">
-		<description/>
-		<inheritedCategory name="Alone"/>
-		<property name="size" rid="3" type="integer">
-			<description/>
-		</property>
-	</type>
-</metaModel>
-)";
-
-// A set whose stream checks fail: an unknown parent and an unknown property type.
-const char* const faultyDocument = R"(<?xml version="1.0" encoding="utf-8"?>
-<metaModel file_no="8">
-	<category name="Broken" rid="1">
-		<description>Points nowhere</description>
-		<inheritedCategory name="Nowhere"/>
-		<property name="lost" rid="2" type="NoSuchType">
-			<description/>
-		</property>
-	</category>
-</metaModel>
-)";
-
-std::vector<std::string> messageIds(const std::string& err) {
-    static const std::regex id(R"(\[([A-Z0-9_]+)\]$)");
-    std::vector<std::string> ids;
-    std::istringstream in(err);
-    for (std::string line; std::getline(in, line);) {
-        std::smatch match;
-        if (std::regex_search(line, match, id))
-            ids.push_back(match[1]);
-    }
-    return ids;
+// first and second use names before they declare them and complete each other through partial
+// declarations; statuses, empty descriptions, escapes and list types on the way. What the
+// repository gives back of them: elements by id, partial declarations folded into what they
+// complete, every status active, empty descriptions replaced by the name, attributes by name
+// (with those the document reader adds), inherited categories by the parent's id, properties by
+// id; the links a type only reaches through a category stay in the repository and out of the
+// stream.
+std::string expectedExport(const std::string& first, const std::string& second) {
+    std::string text = readFile(data + "expected-export.xml");
+    for (const auto& [marker, folder] :
+         {std::pair{"@FIRST@", first}, std::pair{"@SECOND@", second}})
+        for (size_t at = text.find(marker); at != std::string::npos; at = text.find(marker, at))
+            text.replace(at, std::strlen(marker), folder);
+    return text;
 }
 
 class TransferCommand : public testing::TestWithParam<Backend> {
@@ -199,8 +51,8 @@ protected:
         uri_ = database_->connectionString();
         if (!schema().empty())
             database_->execute("CREATE SCHEMA \"" + schema() + "\"");
-        first_ = folder_.write("documents/first/MetaModel.xml", firstDocument);
-        second_ = folder_.write("documents/second/MetaModel.xml", secondDocument);
+        first_ = copyDocument(folder_, "first", "documents/first");
+        second_ = copyDocument(folder_, "second", "documents/second");
     }
     // On the server, a schema whose name must be quoted; the embedded database has one.
     std::string schema() const { return GetParam() == Backend::Postgres ? "Meta Model" : ""; }
@@ -271,7 +123,7 @@ TEST_P(TransferCommand, MakesTheRepositoryAndReadsBackWhatTheDesignPredicts) {
     EXPECT_EQ(exported.out, expectedExport(firstFolder, secondFolder));
     const auto dumped = runTool(withSchema({"dump", "--db", uri_}));
     ASSERT_EQ(dumped.exitCode, 0) << dumped.err;
-    EXPECT_EQ(dumped.out, expectedDump);
+    EXPECT_EQ(dumped.out, readFile(data + "expected-dump.txt"));
 
     // Once more, and with -q: the same content, nothing said.
     const auto before = finalTables();
@@ -286,7 +138,8 @@ TEST_P(TransferCommand, ASetThatFailsValidationTouchesNoRow) {
     const auto workBefore = workTables();
     ASSERT_EQ(finalBefore.at("Typ").size(), 2u);
 
-    const std::string faulty = folder_.write("faulty/MetaModel.xml", faultyDocument);
+    // An unknown parent and an unknown property type.
+    const std::string faulty = copyDocument(folder_, "faulty", "faulty");
     const auto run = transfer({folder_.file("documents"), faulty});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(messageIds(run.err),
@@ -301,7 +154,7 @@ TEST_P(TransferCommand, ASetThatFailsValidationTouchesNoRow) {
 
 TEST_P(TransferCommand, RefusedStatementsAndProceduresAreNamedAndLeaveTheOldMetaModel) {
     const auto before = transferTheDocuments();
-    const std::string other = folder_.write("other/MetaModel.xml", singleDocument);
+    const std::string other = copyDocument(folder_, "single", "other");
 
     // A row that an interrupted transfer left behind: the next one deletes it first.
     database_->execute("INSERT INTO " + prefix() + "IN_CAT VALUES (1, 'left', 'left', 'ACTIVE')");
@@ -334,16 +187,12 @@ TEST_P(TransferCommand, RefusedStatementsAndProceduresAreNamedAndLeaveTheOldMeta
     EXPECT_EQ(finalTables().at("Typ"), std::vector<std::string>{"2009002|Single|Single|ACTIVE"});
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, TransferCommand,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         [](const testing::TestParamInfo<Backend>& info) {
-                             return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
-                         });
+INSTANTIATE_ON_BOTH_SERVERS(TransferCommand);
 
 TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     TempFolder folder;
     const std::string documents = folder.file("documents");
-    folder.write("documents/one/MetaModel.xml", singleDocument);
+    copyDocument(folder, "single", "documents/one");
 
     // A folder that is not there is a failure before the database is even made.
     const std::string unmade = folder.file("unmade.sqlite");

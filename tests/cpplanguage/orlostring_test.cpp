@@ -89,6 +89,12 @@ TEST(OrloString, TokenizeWalksTokensAndEndsWithAnEmptyOne) {
     EXPECT_EQ(String().Tokenize(",", fromEmpty), "");
     int onlyDelimiters = 0;
     EXPECT_EQ(String(",,,").Tokenize(",", onlyDelimiters), "");
+    // The last character alone is still a token; at the length itself there is none.
+    int last = 2;
+    EXPECT_EQ(String("a;b").Tokenize(";", last), "b");
+    EXPECT_EQ(last, 3);
+    EXPECT_EQ(String("a;b").Tokenize(";", last), "");
+    EXPECT_EQ(last, 3);
 }
 
 TEST(OrloString, ReplaceMakesOnePassWithoutRescanning) {
@@ -120,9 +126,12 @@ TEST(OrloString, ReplaceMakesOnePassWithoutRescanning) {
     none.replace("x", String("y"), zero);
     EXPECT_EQ(none, "abc");
     EXPECT_EQ(zero, 0);
-    none.replace("", String("y"), zero);
-    EXPECT_EQ(none, "abc");
-    EXPECT_EQ(zero, 0);
+    for (const char* nothing : {"", static_cast<const char*>(nullptr)}) {
+        zero = -1;
+        none.replace(nothing, String("y"), zero);
+        EXPECT_EQ(none, "abc");
+        EXPECT_EQ(zero, 0);
+    }
 }
 
 TEST(OrloString, BehavesAsAByteStringInBothDirections) {

@@ -199,6 +199,9 @@ TEST_F(AppDataTest, ProductionModeSetting) {
     EXPECT_EQ(productionMode(), 1);
     setenv("METAMODEL_PRODUCTION_MODE", "0x", 1);
     EXPECT_EQ(productionMode(), 1);
+    // All digits, but no int holds them.
+    setenv("METAMODEL_PRODUCTION_MODE", "99999999999", 1);
+    EXPECT_EQ(productionMode(), 1);
 
     AppDataOverrides overrides;
     overrides.hasProductionMode = true;

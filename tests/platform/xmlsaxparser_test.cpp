@@ -1,5 +1,7 @@
 #include "platform/xmlsaxparser.h"
 
+#include "support/tempfolder.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -13,9 +15,10 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -117,29 +120,7 @@ bool parse(Recorder& recorder, const std::string& text) {
     return parser.parseString(text, false, true);
 }
 
-class TempFolder {
-public:
-    TempFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "saxXXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            throw std::runtime_error("cannot make a temporary folder");
-        path_ = pattern;
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    std::string write(const std::string& name, const std::string& content) const {
-        const std::filesystem::path file = path_ / name;
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << content;
-        return file.string();
-    }
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
+using TestSupport::TempFolder;
 
 TEST(XmlSAXParser, ReportsNamesNamespacesAndUnescapedAttributes) {
     Recorder r;
@@ -339,6 +320,16 @@ TEST(XmlSAXParser, ReadsFilesWithEitherSeparator) {
     EXPECT_TRUE(parser.parseFile(backslashed, false, true));
     EXPECT_THAT(r.texts(), ElementsAre("file", "file"));
     EXPECT_EQ(std::count(r.events.begin(), r.events.end(), "locator"), 2);
+
+    // A pipe has no size to read ahead by: what the writer sends arrives whole all the same.
+    const std::string fifo = (folder.path() / "pipe.xml").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::string piped = "<doc>" + std::string(100000, 'p') + "</doc>";
+    std::thread writer([&] { std::ofstream(fifo, std::ios::binary) << piped; });
+    r.events.clear();
+    EXPECT_TRUE(parser.parseFile(fifo, false, true));
+    writer.join();
+    EXPECT_THAT(r.texts(), ElementsAre(std::string(100000, 'p')));
 }
 
 TEST(XmlSAXParser, LocatorAndMessagesNameTheFile) {

@@ -49,6 +49,16 @@ int exitCodeOf(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> result;
+    size_t start = 0;
+    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
+        result.push_back(text.substr(start, end - start));
+    if (start < text.size())
+        result.push_back(text.substr(start));
+    return result;
+}
+
 std::vector<std::string> messageIds(const std::string& err) {
     static const std::regex id(R"(\[([A-Z0-9_]+)\]$)");
     std::vector<std::string> ids;

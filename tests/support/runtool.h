@@ -24,6 +24,9 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
 ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
                   const std::string& appDir = "", const std::string& standardOutput = "");
 
+// The lines of a text, without their ends; a last line without an end counts too.
+std::vector<std::string> lines(const std::string& text);
+
 // The message ids of the diagnostic lines of `err`, in order.
 std::vector<std::string> messageIds(const std::string& err);
 

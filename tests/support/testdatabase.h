@@ -2,6 +2,8 @@
 
 #include "support/tempfolder.h"
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <ostream>
 #include <string>
@@ -45,3 +47,12 @@ private:
 };
 
 } // namespace TestSupport
+
+// Runs the parameterised suite once on each server, named after it.
+#define INSTANTIATE_ON_BOTH_SERVERS(Suite)                                                         \
+    INSTANTIATE_TEST_SUITE_P(                                                                      \
+        Servers, Suite,                                                                            \
+        testing::Values(TestSupport::Backend::Sqlite, TestSupport::Backend::Postgres),             \
+        [](const testing::TestParamInfo<TestSupport::Backend>& info) {                             \
+            return TestSupport::backendName(info.param);                                           \
+        })

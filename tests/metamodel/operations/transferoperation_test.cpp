@@ -118,9 +118,7 @@ TEST_P(TransferOperation, AMissingWorkTableIsReportedAndEndsTheTransfer) {
     EXPECT_EQ(count("Cat"), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, TransferOperation,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         RepositoryTesting::backendLabel);
+INSTANTIATE_ON_BOTH_SERVERS(TransferOperation);
 
 TEST(TransferOperationWithoutConnection, PostsItsMessageBeforeReadingAnyDocument) {
     MessageCapture messages;

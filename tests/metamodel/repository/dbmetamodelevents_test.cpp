@@ -370,9 +370,7 @@ TEST_P(RepositoryWriter, TheLinksTypesReachAreThoseTheProcedureDerives) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, RepositoryWriter,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         RepositoryTesting::backendLabel);
+INSTANTIATE_ON_BOTH_SERVERS(RepositoryWriter);
 
 // A server whose kind the two real backends never answer: the real embedded database behind
 // it does the work, the fake only claims another kind and records the commit step.

@@ -259,8 +259,6 @@ TEST_P(RepositoryRoundTrip, LongTextsComeBackWhole) {
                      "EndCategory full", "End"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, RepositoryRoundTrip,
-                         testing::Values(Backend::Sqlite, Backend::Postgres),
-                         RepositoryTesting::backendLabel);
+INSTANTIATE_ON_BOTH_SERVERS(RepositoryRoundTrip);
 
 } // namespace

@@ -48,8 +48,4 @@ struct Repository {
     std::unique_ptr<IUniqueConnection> connection;
 };
 
-inline std::string backendLabel(const testing::TestParamInfo<Backend>& info) {
-    return info.param == Backend::Sqlite ? "SQLite" : "PostgreSQL";
-}
-
 } // namespace RepositoryTesting

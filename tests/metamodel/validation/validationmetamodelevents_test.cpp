@@ -98,11 +98,12 @@ TEST(StreamValidation, NameAndIdConflictsAreErrorsAtTheDeclaration) {
 }
 
 TEST(StreamValidation, UserTypeNamesDrawWarningsThatLeaveTheSetValid) {
-    const Validation v({document(
-        type("ORLO_Kept", "id=\"2000000\"") + type("ORLO_Reserved", "id=\"2000001\"") +
-            type("has-hyphen", "id=\"2000002\"") + type("orlo_lower", "id=\"2000003\"") +
-            type("ORLO_bad-too", "id=\"2000004\"") + "<partial_type name=\"ORLO_partial\"/>",
-        1, "client")});
+    const Validation v(
+        {document(type("ORLO_Kept", "id=\"2000000\"") + type("ORLO_Reserved", "id=\"2000001\"") +
+                      type("has-hyphen", "id=\"2000002\"") + type("orlo_lower", "id=\"2000003\"") +
+                      type("ORLO_bad-too", "id=\"2000004\"") + type("AZ_az_09", "id=\"2000005\"") +
+                      "<partial_type name=\"ORLO_partial\"/>",
+                  1, "client")});
     // ORLO_partial is only partial: a type draws no message for that.
     EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_RESERVED_CNAME", "QEL_MM_INVALID_CHARCNAME",
                                      "QEL_MM_INVALID_CHARCNAME", "QEL_MM_RESERVED_CNAME"}));
