@@ -82,6 +82,40 @@ void assignQualified(String& out, const xmlChar* prefix, const xmlChar* local) {
 
 class Bridge;
 
+// libxml2 hands element names out of the parse's dictionary: one address per distinct name
+// for as long as the parse lasts. Documents repeat a few names many times, so each pair of
+// addresses is turned into strings once.
+class ElementNames {
+public:
+    struct Names {
+        const xmlChar* prefix;
+        const xmlChar* local;
+        String localName;
+        String qualifiedName;
+    };
+
+    const Names& find(const xmlChar* prefix, const xmlChar* local) {
+        for (const Names& names : known_)
+            if (names.local == local && names.prefix == prefix)
+                return names;
+        // Reserved whole so that no entry moves while the parse runs.
+        if (known_.capacity() < capacity)
+            known_.reserve(capacity);
+        Names& names = known_.size() < capacity ? known_.emplace_back() : spare_;
+        names.prefix = prefix;
+        names.local = local;
+        names.localName.assign(view(local));
+        assignQualified(names.qualifiedName, prefix, local);
+        return names;
+    }
+
+private:
+    // Past this many distinct names a linear search costs more than the copy it saves.
+    static constexpr size_t capacity = 32;
+    std::vector<Names> known_;
+    Names spare_;
+};
+
 // Handlers keep the locator they were given, often past the end of the document. One locator
 // per thread, pointed at the running parse and answering 0 between parses, keeps such a late
 // call harmless.
@@ -152,12 +186,20 @@ public:
         return String(values_[size_t(index)]);
     }
 
+    std::string_view getValueView(int index) const override {
+        return index < 0 || index >= count_ ? std::string_view() : values_[size_t(index)];
+    }
+
     int getIndex(std::string_view wanted) const override {
         for (int i = 0; i < count_; ++i) {
             const std::string_view local = locals_[size_t(i)];
             const std::string_view prefix = prefixes_[size_t(i)];
             if (prefix.empty()) {
-                if (wanted == local)
+                // The first byte rules out most names without a call to compare.
+                if (wanted.size() == local.size() && !wanted.empty() && wanted[0] == local[0] &&
+                    wanted == local)
+                    return i;
+                if (wanted.empty() && local.empty())
                     return i;
             } else if (wanted.size() == prefix.size() + 1 + local.size() &&
                        wanted.starts_with(prefix) && wanted[prefix.size()] == ':' &&
@@ -284,8 +326,7 @@ public:
     String text_;
     String pending_;
     String nameSpace_;
-    String localName_;
-    String qualifiedName_;
+    ElementNames elementNames_;
     Attributes attributes_;
     // Prefixes declared on open elements, and how many each element declared.
     std::vector<const xmlChar*> prefixes_;
@@ -511,9 +552,8 @@ void onStartElementNs(void* data, const xmlChar* localName, const xmlChar* prefi
             ~Release() { attributes.release(); }
         } release{b.attributes_};
         b.nameSpace_.assign(view(uri));
-        b.localName_.assign(view(localName));
-        assignQualified(b.qualifiedName_, prefix, localName);
-        handler.startElement(b.nameSpace_, b.localName_, b.qualifiedName_, b.attributes_);
+        const ElementNames::Names& names = b.elementNames_.find(prefix, localName);
+        handler.startElement(b.nameSpace_, names.localName, names.qualifiedName, b.attributes_);
     });
 }
 
@@ -523,9 +563,8 @@ void onEndElementNs(void* data, const xmlChar* localName, const xmlChar* prefix,
     b.guard([&] {
         b.flushText();
         b.nameSpace_.assign(view(uri));
-        b.localName_.assign(view(localName));
-        assignQualified(b.qualifiedName_, prefix, localName);
-        b.handler().endElement(b.nameSpace_, b.localName_, b.qualifiedName_);
+        const ElementNames::Names& names = b.elementNames_.find(prefix, localName);
+        b.handler().endElement(b.nameSpace_, names.localName, names.qualifiedName);
         if (b.declaredCounts_.empty())
             return;
         const int declared = b.declaredCounts_.back();

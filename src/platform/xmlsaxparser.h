@@ -41,6 +41,8 @@ public:
     // costs no copy.
     virtual String getValue(std::string_view name) const = 0;
     virtual String getValue(int index) const = 0;
+    // The same without a copy; valid as long as the attributes are.
+    virtual std::string_view getValueView(int index) const = 0;
     // Negative for an absent attribute.
     virtual int getIndex(std::string_view name) const = 0;
 };

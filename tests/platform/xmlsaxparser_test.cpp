@@ -140,6 +140,7 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
     struct Probe : ORLO::DefaultXmlHandler {
         int length = -1, indexOfB = -9, indexOfMissing = -9, indexOfLocal = -9;
         String byName, byPrefixedName, missing, outOfRange, nameOfFirst, nameOutOfRange = "x";
+        String viewOfB, viewOutOfRange = "x";
         void startElement(const String&, const String&, const String&,
                           const ORLO::IXmlAttributes& a) override {
             length = a.getLength();
@@ -147,6 +148,8 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
             indexOfLocal = a.getIndex("b");
             indexOfMissing = a.getIndex("nope");
             byName = a.getValue(String("a"));
+            viewOfB = a.getValueView(1);
+            viewOutOfRange = a.getValueView(2);
             byPrefixedName = a.getValue(String("p:b"));
             missing = a.getValue(String("nope"));
             outOfRange = a.getValue(7);
@@ -162,10 +165,41 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
     EXPECT_LT(probe.indexOfMissing, 0);
     EXPECT_EQ(probe.byName, "1 & 2");
     EXPECT_EQ(probe.byPrefixedName, "two");
+    EXPECT_EQ(probe.viewOfB, "two");
+    EXPECT_EQ(probe.viewOutOfRange, "");
     EXPECT_EQ(probe.missing, "");
     EXPECT_EQ(probe.outOfRange, "");
     EXPECT_EQ(probe.nameOfFirst, "a");
     EXPECT_EQ(probe.nameOutOfRange, "");
+}
+
+// Names are kept from one element to the next; many distinct names, and one local name
+// under two prefixes, must still each come out as written.
+TEST(XmlSAXParser, ManyDistinctElementNamesKeepTheirOwnSpelling) {
+    std::string document = "<root xmlns:a='urn:a' xmlns:b='urn:b'>";
+    std::vector<std::string> expected;
+    for (int round = 0; round < 2; ++round)
+        for (int i = 0; i < 60; ++i) {
+            const std::string name = "e" + std::to_string(i % 20);
+            const std::string qualified = i % 3 == 0   ? "a:" + name
+                                          : i % 3 == 1 ? "b:" + name
+                                                       : name;
+            const std::string space = i % 3 == 0 ? "urn:a" : i % 3 == 1 ? "urn:b" : "";
+            document += "<" + qualified + "><x/></" + qualified + ">";
+            expected.push_back("<{" + space + "}" + name + " " + qualified);
+            expected.push_back("<{}x x");
+            expected.push_back("</{}x x");
+            expected.push_back("</{" + space + "}" + name + " " + qualified);
+        }
+    document += "</root>";
+    Recorder r;
+    ASSERT_TRUE(parse(r, document));
+    std::vector<std::string> elements;
+    for (const std::string& event : r.events)
+        if (event.starts_with("<") && !event.starts_with("<{}root") &&
+            !event.starts_with("</{}root"))
+            elements.push_back(event);
+    EXPECT_EQ(elements, expected);
 }
 
 TEST(XmlSAXParser, InternalEntitiesExpandInTextAndAttributes) {

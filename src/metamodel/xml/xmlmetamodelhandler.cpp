@@ -54,11 +54,12 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
 
 // The list forms of the primitive types carry their list nature in the maximal cardinality.
 bool isListForm(const String& type) {
-    return isOneOf(type,
-                   {"integerList", "stringList", "dateTimeList", "bookmarkList", "referenceList"});
+    // Most types are not lists: the common suffix settles those without five comparisons.
+    return type.ends_with("List") && isOneOf(type, {"integerList", "stringList", "dateTimeList",
+                                                    "bookmarkList", "referenceList"});
 }
 
-IMetaModelEvents::ElementStatus statusFromText(const String& text) {
+IMetaModelEvents::ElementStatus statusFromText(std::string_view text) {
     if (text == "deprecated"sv)
         return IMetaModelEvents::EsDeprecated;
     if (text == "obsolete"sv)
@@ -189,13 +190,6 @@ String CXMLMetaModelHandler::renderTag(const String& localName,
     return tag;
 }
 
-void CXMLMetaModelHandler::requireAttribute(const String& tag,
-                                            const ORLO::IXmlAttributes& attributes,
-                                            const char* name) const {
-    if (!hasAttribute(attributes, name))
-        fail("QEL_MM_MISSING_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
-}
-
 void CXMLMetaModelHandler::forbidAttribute(const String& tag,
                                            const ORLO::IXmlAttributes& attributes,
                                            const char* name) const {
@@ -203,37 +197,32 @@ void CXMLMetaModelHandler::forbidAttribute(const String& tag,
         fail("QEL_MM_UNEXPECTED_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
 }
 
-void CXMLMetaModelHandler::requireOneOf(const String& tag, const ORLO::IXmlAttributes& attributes,
-                                        const char* first, const char* second) const {
-    if (!hasAttribute(attributes, first) && !hasAttribute(attributes, second))
-        fail("QEL_MM_MISSING_BOTH_ATTR",
-             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", second}, {"ATTR1", first}});
-}
-
-void CXMLMetaModelHandler::forbidBoth(const String& tag, const ORLO::IXmlAttributes& attributes,
-                                      const char* first, const char* second) const {
-    if (hasAttribute(attributes, first) && hasAttribute(attributes, second))
-        fail("QEL_MM_EXCLUSIVE_ATTR",
-             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", second}, {"ATTR1", first}});
+// Every lookup is a scan of the tag's attributes: each name is looked up once, and its value
+// read by index.
+int CXMLMetaModelHandler::requiredIndex(const String& tag, const ORLO::IXmlAttributes& attributes,
+                                        const char* name) const {
+    const int index = attributes.getIndex(name);
+    if (index < 0)
+        fail("QEL_MM_MISSING_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
+    return index;
 }
 
 String CXMLMetaModelHandler::stringAttribute(const ORLO::IXmlAttributes& attributes,
                                              const char* name, const char* defaultValue) {
-    if (!hasAttribute(attributes, name))
-        return String(defaultValue);
-    return attributes.getValue(name);
+    const int index = attributes.getIndex(name);
+    return index < 0 ? String(defaultValue) : attributes.getValue(index);
 }
 
-int CXMLMetaModelHandler::intAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
+int CXMLMetaModelHandler::intAttribute(const ORLO::IXmlAttributes& attributes, int index,
                                        int defaultValue) {
-    const String value = attributes.getValue(name);
+    const String value = attributes.getValue(index);
     return value.empty() ? defaultValue : toIntDetectingBase(value);
 }
 
 void CXMLMetaModelHandler::pushStatus(const ORLO::IXmlAttributes& attributes) {
-    statusStack_.push_back(hasAttribute(attributes, "status")
-                               ? statusFromText(attributes.getValue("status"))
-                               : IMetaModelEvents::EsActive);
+    const int index = attributes.getIndex("status");
+    statusStack_.push_back(index >= 0 ? statusFromText(attributes.getValueView(index))
+                                      : IMetaModelEvents::EsActive);
 }
 
 CXMLMetaModelHandler::ElementStatus CXMLMetaModelHandler::popStatus() {
@@ -245,10 +234,16 @@ CXMLMetaModelHandler::ElementStatus CXMLMetaModelHandler::popStatus() {
 }
 
 int CXMLMetaModelHandler::readId(const String& tag, const ORLO::IXmlAttributes& attributes) const {
-    requireOneOf(tag, attributes, "id", "rid");
-    forbidBoth(tag, attributes, "id", "rid");
-    const bool absolute = hasAttribute(attributes, "id");
-    const String value = attributes.getValue(absolute ? "id" : "rid");
+    const int idIndex = attributes.getIndex("id");
+    const int ridIndex = attributes.getIndex("rid");
+    if (idIndex < 0 && ridIndex < 0)
+        fail("QEL_MM_MISSING_BOTH_ATTR",
+             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", "rid"}, {"ATTR1", "id"}});
+    if (idIndex >= 0 && ridIndex >= 0)
+        fail("QEL_MM_EXCLUSIVE_ATTR",
+             {{"TAG", renderTag(tag, attributes)}, {"ATTR2", "rid"}, {"ATTR1", "id"}});
+    const bool absolute = idIndex >= 0;
+    const String value = attributes.getValue(absolute ? idIndex : ridIndex);
     if (value.empty())
         fail("QEL_MM_EMPTY_ID", {});
     if (absolute)
@@ -264,8 +259,7 @@ int CXMLMetaModelHandler::readId(const String& tag, const ORLO::IXmlAttributes& 
 
 void CXMLMetaModelHandler::readFileHeader(const String& tag,
                                           const ORLO::IXmlAttributes& attributes) {
-    requireAttribute(tag, attributes, "file_no");
-    fileNumber_ = intAttribute(attributes, "file_no", 0);
+    fileNumber_ = intAttribute(attributes, requiredIndex(tag, attributes, "file_no"), 0);
     const String level = stringAttribute(attributes, "file_level", "client");
     for (const FileLevel& candidate : fileLevels)
         if (level == candidate.name) {
@@ -279,8 +273,7 @@ void CXMLMetaModelHandler::startPartial(const String& tag, const ORLO::IXmlAttri
                                         bool isType) {
     context_ = isType ? TypeBody : CategoryBody;
     descriptionState_ = NoDescription;
-    requireAttribute(tag, attributes, "name");
-    currentName_ = attributes.getValue("name");
+    currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, "name")));
     partial_ = true;
     forbidAttribute(tag, attributes, "id");
     forbidAttribute(tag, attributes, "rid");
@@ -299,16 +292,15 @@ void CXMLMetaModelHandler::startTopElement(const String& tag,
     } else if (tag == "category"sv || tag == "primitiveType"sv) {
         context_ = CategoryBody;
         descriptionState_ = ExpectDescription;
-        requireAttribute(tag, attributes, "name");
+        const int nameIndex = requiredIndex(tag, attributes, "name");
         pushStatus(attributes);
-        currentName_ = attributes.getValue("name");
+        currentName_.assign(attributes.getValueView(nameIndex));
         currentId_ = readId(tag, attributes);
     } else if (tag == "type"sv) {
         context_ = TypeBody;
         descriptionState_ = ExpectDescription;
         keyClassSeen_ = false;
-        requireAttribute(tag, attributes, "name");
-        currentName_ = attributes.getValue("name");
+        currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, "name")));
         currentId_ = readId(tag, attributes);
         pushStatus(attributes);
     } else if (tag == "partial_category"sv || tag == "partialCategory"sv) {
@@ -323,15 +315,14 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
                                          const ORLO::IXmlAttributes& attributes) {
     context_ = context_ == CategoryBody ? CategoryProperty : TypeProperty;
     descriptionState_ = ExpectDescription;
-    requireAttribute(tag, attributes, "name");
-    requireAttribute(tag, attributes, "type");
-    propertyName_ = attributes.getValue("name");
-    propertyType_ = attributes.getValue("type");
+    const int nameIndex = requiredIndex(tag, attributes, "name");
+    propertyType_.assign(attributes.getValueView(requiredIndex(tag, attributes, "type")));
+    propertyName_.assign(attributes.getValueView(nameIndex));
 
-    const String minimal = attributes.getValue("minimalCardinality");
+    const String minimal = attributes.getValue(attributes.getIndex("minimalCardinality"));
     minimalCardinality_ = minimal.empty() ? 0 : toDecimalInt(minimal);
-    if (hasAttribute(attributes, "maximalCardinality")) {
-        const String maximal = attributes.getValue("maximalCardinality");
+    if (const int maximalIndex = attributes.getIndex("maximalCardinality"); maximalIndex >= 0) {
+        const String maximal = attributes.getValue(maximalIndex);
         maximalCardinality_ = maximal == "*"sv ? -1 : toDecimalInt(maximal);
     } else if (isListForm(propertyType_) || minimalCardinality_ > 1) {
         maximalCardinality_ = -1;
@@ -348,16 +339,24 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
 
 void CXMLMetaModelHandler::attributeStep(const String& tag,
                                          const ORLO::IXmlAttributes& attributes) {
-    requireAttribute(tag, attributes, "name");
-    requireOneOf(tag, attributes, "stringValue", "intValue");
-    const String name = attributes.getValue("name");
+    const int nameIndex = requiredIndex(tag, attributes, "name");
+    const int stringIndex = attributes.getIndex("stringValue");
+    const int intIndex = attributes.getIndex("intValue");
+    if (stringIndex < 0 && intIndex < 0)
+        fail(
+            "QEL_MM_MISSING_BOTH_ATTR",
+            {{"TAG", renderTag(tag, attributes)}, {"ATTR2", "intValue"}, {"ATTR1", "stringValue"}});
+    String& name = scratch_[0];
+    name.assign(attributes.getValueView(nameIndex));
     if (fileLevel_ != 1 && name == "KEY_CLASS"sv)
         keyClassSeen_ = true;
     const ElementStatus status = popStatus();
-    if (hasAttribute(attributes, "intValue"))
-        sink_->Attribute(name, intAttribute(attributes, "intValue", 0), status);
-    else
-        sink_->Attribute(name, attributes.getValue("stringValue"), status);
+    if (intIndex >= 0) {
+        sink_->Attribute(name, intAttribute(attributes, intIndex, 0), status);
+    } else {
+        scratch_[1].assign(attributes.getValueView(stringIndex));
+        sink_->Attribute(name, scratch_[1], status);
+    }
 }
 
 void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& parent,
@@ -372,14 +371,17 @@ void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& par
                  {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
         attributeStep(tag, attributes);
     } else if (tag == "tree"sv) {
-        requireAttribute(tag, attributes, "parent");
-        requireAttribute(tag, attributes, "category");
+        const int parentIndex = requiredIndex(tag, attributes, "parent");
+        const int categoryIndex = requiredIndex(tag, attributes, "category");
         pushStatus(attributes);
-        sink_->Tree(attributes.getValue("parent"), attributes.getValue("category"), popStatus());
+        scratch_[0].assign(attributes.getValueView(parentIndex));
+        scratch_[1].assign(attributes.getValueView(categoryIndex));
+        sink_->Tree(scratch_[0], scratch_[1], popStatus());
     } else if (tag == "inheritedCategory"sv) {
-        requireAttribute(tag, attributes, "name");
+        const int nameIndex = requiredIndex(tag, attributes, "name");
         pushStatus(attributes);
-        sink_->InheritedCategory(attributes.getValue("name"), popStatus());
+        scratch_[0].assign(attributes.getValueView(nameIndex));
+        sink_->InheritedCategory(scratch_[0], popStatus());
     } else if (tag != "comment"sv && tag != "classifying"sv) {
         fail("QEL_MM_UNEXPECTED_TAG", {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
     }

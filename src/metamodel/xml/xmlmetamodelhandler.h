@@ -75,18 +75,14 @@ private:
     [[noreturn]] void fail(const char* id, std::initializer_list<CppLanguage::MsgArg> args) const;
     [[noreturn]] void failParse(const ORLO::XmlException& problem) const;
 
-    void requireAttribute(const String& tag, const ORLO::IXmlAttributes& attributes,
-                          const char* name) const;
+    // The index of an attribute the tag must have.
+    int requiredIndex(const String& tag, const ORLO::IXmlAttributes& attributes,
+                      const char* name) const;
     void forbidAttribute(const String& tag, const ORLO::IXmlAttributes& attributes,
                          const char* name) const;
-    void requireOneOf(const String& tag, const ORLO::IXmlAttributes& attributes, const char* first,
-                      const char* second) const;
-    void forbidBoth(const String& tag, const ORLO::IXmlAttributes& attributes, const char* first,
-                    const char* second) const;
     static String stringAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
                                   const char* defaultValue);
-    static int intAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
-                            int defaultValue);
+    static int intAttribute(const ORLO::IXmlAttributes& attributes, int index, int defaultValue);
     void pushStatus(const ORLO::IXmlAttributes& attributes);
     ElementStatus popStatus();
     int readId(const String& tag, const ORLO::IXmlAttributes& attributes) const;
@@ -147,6 +143,9 @@ private:
     String sourceName_;
     std::vector<ElementStatus> statusStack_;
     ORLO::IXmlLocator* locator_ = nullptr;
+    // Buffers for values handed straight to the sink; reused so that a long value is not a
+    // fresh allocation on every element.
+    String scratch_[2];
     bool keyClassSeen_ = false;
 };
 
