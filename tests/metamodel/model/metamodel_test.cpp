@@ -297,10 +297,10 @@ TEST(IndexTables, ClosedSetsAndPositionsAreThoseOfThePlainRecursion) {
         HandModel other;
         std::vector<QEL::CCategory*> strangers;
         for (int i = 0; i < 6; ++i)
-            strangers.push_back(other.category("S" + std::to_string(i),
-                                               i ? std::initializer_list<const QEL::ICategory*>{
-                                                       strangers.back()}
-                                                 : std::initializer_list<const QEL::ICategory*>{}));
+            strangers.push_back(
+                other.category("S" + std::to_string(i),
+                               i ? std::initializer_list<const QEL::ICategory*>{strangers.back()}
+                                 : std::initializer_list<const QEL::ICategory*>{}));
         for (QEL::CCategory* stranger : strangers)
             other.property(stranger, "s");
         other.model.FinishBuilding();
