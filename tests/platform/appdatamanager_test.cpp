@@ -206,47 +206,34 @@ TEST_F(AppDataTest, ProductionModeIsOnUnlessTheSettingIsAnIntegerZero) {
     EXPECT_EQ(settings->GetInt(nullptr, nullptr, -3, 0), -3);
 }
 
-struct SplitParts {
-    std::string drive, directory, name, extension;
-};
-
-SplitParts split(const char* path, int size = 1025) {
-    std::string drive(size_t(size), 'D'), directory(size_t(size), 'D'), name(size_t(size), 'D'),
-        extension(size_t(size), 'D');
-    LoadAppDataManager()->GetPaths()->SplitPath(path, drive.data(), directory.data(), name.data(),
-                                                extension.data(), size);
-    return {drive.c_str(), directory.c_str(), name.c_str(), extension.c_str()};
-}
-
-void expectSplit(const char* path, const SplitParts& expected) {
-    const SplitParts parts = split(path);
-    EXPECT_EQ(parts.drive, "") << path;
-    EXPECT_EQ(parts.directory, expected.directory) << path;
-    EXPECT_EQ(parts.name, expected.name) << path;
-    EXPECT_EQ(parts.extension, expected.extension) << path;
+// The four parts of a path, joined by '|', each cut to the buffer size.
+std::string split(const char* path, int size = 1025) {
+    std::string parts[4];
+    for (std::string& part : parts)
+        part.assign(size_t(size), 'D');
+    LoadAppDataManager()->GetPaths()->SplitPath(path, parts[0].data(), parts[1].data(),
+                                                parts[2].data(), parts[3].data(), size);
+    return std::string(parts[0].c_str()) + "|" + parts[1].c_str() + "|" + parts[2].c_str() + "|" +
+           parts[3].c_str();
 }
 
 TEST_F(AppDataTest, SplitPathCutsAtTheLastSeparatorAndTheLastPoint) {
-    expectSplit("/a/b/MetaModel.xml", {"", "/a/b/", "MetaModel", ".xml"});
-    expectSplit("C:\\x\\y.tar.gz", {"", "C:\\x\\", "y.tar", ".gz"});
-    expectSplit("a\\b/c", {"", "a\\b/", "c", ""});
-    expectSplit("dir.d/file", {"", "dir.d/", "file", ""});
-    expectSplit("file.txt", {"", "", "file", ".txt"});
-    expectSplit("a/b/", {"", "a/b/", "", ""});
-    expectSplit("/x/.hidden", {"", "/x/", "", ".hidden"});
-    expectSplit("", {"", "", "", ""});
-    expectSplit(nullptr, {"", "", "", ""});
-}
-
-TEST_F(AppDataTest, SplitPathSkipsNullBuffersAndCutsLongParts) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/a/b/MetaModel.xml", "|/a/b/|MetaModel|.xml"},
+        {"C:\\x\\y.tar.gz", "|C:\\x\\|y.tar|.gz"},
+        {"a\\b/c", "|a\\b/|c|"},
+        {"dir.d/file", "|dir.d/|file|"},
+        {"file.txt", "||file|.txt"},
+        {"a/b/", "|a/b/||"},
+        {"/x/.hidden", "|/x/||.hidden"},
+        {"", "|||"},
+        {nullptr, "|||"}};
+    for (const auto& [path, parts] : cases)
+        EXPECT_EQ(split(path), parts) << (path ? path : "null");
+    EXPECT_EQ(split("/long/folder/name.ext", 5), "|/lon|name|.ext");
     char directory[8];
     LoadAppDataManager()->GetPaths()->SplitPath("/a/b.c", nullptr, directory, nullptr, nullptr);
     EXPECT_STREQ(directory, "/a/");
-
-    const SplitParts parts = split("/long/folder/name.ext", 5);
-    EXPECT_EQ(parts.directory, "/lon");
-    EXPECT_EQ(parts.name, "name");
-    EXPECT_EQ(parts.extension, ".ext");
 }
 
 TEST_F(AppDataTest, HostManagerReplacesTheDefaultUntilReset) {

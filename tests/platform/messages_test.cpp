@@ -81,15 +81,13 @@ TEST(Report, PostsTheMessageAndReturns) {
     CppLanguage::report(ORLO_HERE, "QEL_MM_CONFLICT_CAT_ID", {{"ID", 1000001}, {"NAM", "Alpha"}});
     CppLanguage::report(ORLO_HERE, "QEL_MM_INVALID_CHARCNAME",
                         {{"NAME", static_cast<const char*>(nullptr)}});
-    ASSERT_EQ(capture.messages().size(), 2u);
-    const auto& first = capture.messages()[0];
-    EXPECT_EQ(capture.ids(),
+    ASSERT_EQ(capture.ids(),
               (std::vector<std::string>{"QEL_MM_CONFLICT_CAT_ID", "QEL_MM_INVALID_CHARCNAME"}));
-    EXPECT_EQ(capture.argument(0, "ID"), "1000001");
-    EXPECT_EQ(capture.argument(0, "NAM"), "Alpha");
+    const auto& first = capture.messages()[0];
     EXPECT_STREQ(
         first.GetText(),
         "Category 'Alpha' has the id 1000001, which another category or type already has.");
+    EXPECT_EQ(capture.argument(0, "ID"), "1000001");
     EXPECT_STREQ(first.GetComponent(), "QEL");
     EXPECT_STREQ(first.GetLibraryFile(), __FILE__);
     EXPECT_EQ(first.GetLibraryLine(), reportLine);
