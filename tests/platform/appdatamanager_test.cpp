@@ -99,6 +99,7 @@ TEST_F(AppDataTest, FoldersComeFromTheOptionThenTheEnvironmentThenTheirFallback)
     };
     const Case cases[] = {
         {"app", "METAMODEL_APP_DIR=/opt/mm/share//", nullptr, "", "/opt/mm/share"},
+        {"app", "METAMODEL_APP_DIR=/", nullptr, "", "/"},
         {"app", "METAMODEL_APP_DIR=/opt/mm", &AppDataOverrides::appDir, "/o/app", "/o/app"},
         {"user", "HOME=/home/someone/", nullptr, "", "/home/someone/.local/share/metamodel"},
         // A relative XDG_DATA_HOME is invalid and is passed over.

@@ -171,20 +171,21 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
         std::string seen;
         void startElement(const String&, const String&, const String&,
                           const ORLO::IXmlAttributes& a) override {
-            String first, outOfRange = "x";
+            String first, below = "x", above = "x";
             a.getName(0, first);
-            a.getName(-1, outOfRange);
+            a.getName(-1, below);
+            a.getName(2, above);
             seen = std::to_string(a.getLength()) + "|" + std::to_string(a.getIndex("p:b")) + "|" +
                    std::to_string(a.getIndex("b")) + "|" + std::to_string(a.getIndex("nope")) +
                    "|" + a.getValue(String("a")) + "|" + a.getValue(String("p:b")) + "|" +
                    a.getValue(String("nope")) + "|" + a.getValue(7) + "|" +
-                   std::string(a.getValueView(1)) + "|" + std::string(a.getValueView(2)) + "|" +
-                   first + "|" + outOfRange;
+                   std::string(a.getValueView(0)) + "|" + std::string(a.getValueView(1)) + "|" +
+                   std::string(a.getValueView(2)) + "|" + first + "|" + below + above;
         }
     } probe;
     ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
     EXPECT_TRUE(parser.parseString("<e xmlns:p='urn:p' a='1 &amp; 2' p:b='two'/>", false, true));
-    EXPECT_EQ(probe.seen, "2|1|-1|-1|1 & 2|two|||two||a|");
+    EXPECT_EQ(probe.seen, "2|1|-1|-1|1 & 2|two|||1 & 2|two||a|");
 }
 
 // Names are kept from one element to the next; many distinct names, and one local name
