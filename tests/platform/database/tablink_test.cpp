@@ -359,58 +359,38 @@ TEST_P(Connectivity, TheServerKindAndTheDefaultSchemaAreTheServers) {
 
 INSTANTIATE_ON_BOTH_SERVERS(Connectivity);
 
-} // namespace
-
-namespace {
-
-// What the embedded server's repeat screen answers over the rows of `values`, and whether
-// DISTINCT finds fewer rows than there are: the screen must never say 0 where DISTINCT sees a
-// repeat.
-struct ScreenAndDistinct {
-    int screen = -1;
-    bool distinctRepeats = false;
-};
-
-ScreenAndDistinct screenRows(void* handle, const std::string& values) {
-    const std::string rows = "(VALUES " + values + ")";
-    ScreenAndDistinct answer;
-    int all = 0, distinct = 0;
-    if (!TABLINK::dbcallrequest(handle, ("select " + std::string(TABLINK::repeatScreenFunction) +
-                                         "(column1, column2), count(*), (select count(*) from " +
-                                         "(select distinct * from " + rows + ")) from " + rows)
-                                            .c_str()) ||
-        !TABLINK::dbscanf(handle, nullptr, "%d%d%d", &answer.screen, &all, &distinct))
-        ADD_FAILURE() << TABLINK::dblasterror(handle);
-    TABLINK::dbendrequest(handle);
-    answer.distinctRepeats = distinct < all;
-    return answer;
-}
-
-} // namespace
-
+// The embedded server's repeat screen must never say 0 where DISTINCT sees a repeat.
 TEST(Connection, TheEmbeddedRepeatScreenSeesEveryRepeatThatDistinctSees) {
     TestDatabase database(Backend::Sqlite);
     ASSERT_TRUE(database.ready()) << database.problem();
     IUniqueConnection connection(database.connectionString());
     void* handle = connection.GetHandle();
-    struct Case {
-        const char* rows;
-        bool repeats;
+    const std::pair<const char*, int> cases[] = {
+        {"(1, 'a'), (2, 'a'), (1, 'b')", 0},
+        {"(1, 'a'), (2, 'b'), (1, 'a')", 1},
+        {"(1, NULL), (1, NULL)", 1},
+        {"(1, NULL), (1, '')", 0},
+        {"(1, 'x'), ('1', 'x')", 0},
+        {"(1, 'x'), (1.0, 'x')", 1},
+        {"(1.5, 'x'), (1.5, 'x'), (2, 'y')", 1},
+        {"('ab', 'c'), ('a', 'bc')", 0},
+        {"(X'00', 'x'), ('', 'x')", 0},
     };
-    const Case cases[] = {
-        {"(1, 'a'), (2, 'a'), (1, 'b')", false},
-        {"(1, 'a'), (2, 'b'), (1, 'a')", true},
-        {"(1, NULL), (1, NULL)", true},
-        {"(1, NULL), (1, '')", false},
-        {"(1, 'x'), ('1', 'x')", false},
-        {"(1, 'x'), (1.0, 'x')", true},
-        {"(1.5, 'x'), (1.5, 'x'), (2, 'y')", true},
-        {"('ab', 'c'), ('a', 'bc')", false},
-        {"(X'00', 'x'), ('', 'x')", false},
-    };
-    for (const Case& each : cases) {
-        const ScreenAndDistinct answer = screenRows(handle, each.rows);
-        EXPECT_EQ(answer.distinctRepeats, each.repeats) << each.rows;
-        EXPECT_EQ(answer.screen, each.repeats ? 1 : 0) << each.rows;
+    for (const auto& [values, repeats] : cases) {
+        const std::string rows = "(VALUES " + std::string(values) + ")";
+        int screen = -1, all = 0, distinct = 0;
+        ASSERT_TRUE(TABLINK::dbcallrequest(
+            handle,
+            ("select " + std::string(TABLINK::repeatScreenFunction) +
+             "(column1, column2), count(*), (select count(*) from (select distinct * from " + rows +
+             ")) from " + rows)
+                .c_str()))
+            << TABLINK::dblasterror(handle);
+        ASSERT_TRUE(TABLINK::dbscanf(handle, nullptr, "%d%d%d", &screen, &all, &distinct));
+        TABLINK::dbendrequest(handle);
+        EXPECT_EQ(distinct < all, repeats == 1) << values;
+        EXPECT_EQ(screen, repeats) << values;
     }
 }
+
+} // namespace
