@@ -11,7 +11,6 @@ using TestSupport::runTool;
 using TestSupport::TempFolder;
 
 const std::string sample = METAMODEL_TEST_DATA_DIR "/xml/sample/MetaModel.xml";
-const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
 
 TEST(Tool, DumpsTheSampleToItsTwoLinesOnStandardOutputOrAFile) {
     auto run = runTool({"dump", sample});
@@ -49,18 +48,6 @@ TEST(Tool, ExportsTheSampleWithItsDerivedRootPath) {
                   "\t\t<inheritedCategory name=\"Base\" status=\"active\"/>\r\n"
                   "\t</partial_type>\r\n"
                   "</metaModel>\r\n");
-}
-
-TEST(Tool, ReadsTheInstallationFirstAndKeepsItsPlaceholderInRootPath) {
-    const auto run = runTool({"export", METAMODEL_SOURCE_DIR "/examples/review"}, baseInstallation);
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const auto first = run.out.find("<category name=\"Object\"");
-    const auto user = run.out.find("<category name=\"Reviewable\"");
-    ASSERT_NE(first, std::string::npos);
-    ASSERT_NE(user, std::string::npos);
-    EXPECT_LT(first, user);
-    EXPECT_NE(run.out.find("stringValue=\"&lt;app dir&gt;/configuration/Languages/Alpha\""),
-              std::string::npos);
 }
 
 // A folder named through a placeholder is found through the folder it stands for, and its
@@ -144,6 +131,14 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         {"--format", "xml", "dump"},
         {"--production-mode", "2", "dump"},
         {"dump", "-o", "a", "-o", "b"},
+        {"init"},
+        {"init", "--db", "x.sqlite", "extra"},
+        {"init", "--db"},
+        {"dump", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
+        {"export", "--schema", "s"},
+        {"describe", "--schema", "s"},
+        {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
+        {"dump", "--db", "a", "--db", "b"},
     };
     for (const auto& call : wrongCalls) {
         const auto run = runTool(call);
@@ -158,21 +153,18 @@ TEST(Tool, HelpDescribesEveryOption) {
     EXPECT_EQ(run.exitCode, 0);
     for (const char* option :
          {"--app-dir", "--user-dir", "--all-users-dir", "--plugins-dir", "--extension-dir",
-          "--production-mode", "--format", "-q", "--version", "dump", "export"})
+          "--production-mode", "--format", "-q", "--version", "dump", "export", "init"})
         EXPECT_NE(run.out.find(option), std::string::npos) << option;
 
     run = runTool({"dump", "--help"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find("-o, --output FILE"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("--db URI"), std::string::npos) << run.out;
 
     run = runTool({"--version"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out.rfind("metamodel ", 0), 0u);
 }
-
-} // namespace
-
-namespace {
 
 TEST(Tool, AFailedRunLeavesAnExistingOutputAsItWasAndASuccessfulOneReplacesIt) {
     TempFolder folder;
@@ -196,10 +188,6 @@ TEST(Tool, AFailedRunLeavesAnExistingOutputAsItWasAndASuccessfulOneReplacesIt) {
     EXPECT_EQ(entries, 3u);
 }
 
-} // namespace
-
-namespace {
-
 // A rename into place would replace a link (or a device, or a pipe) instead of writing
 // through it, as the user asked.
 TEST(Tool, AnOutputThatIsALinkIsWrittenThroughNotReplaced) {
@@ -212,10 +200,6 @@ TEST(Tool, AnOutputThatIsALinkIsWrittenThroughNotReplaced) {
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(TestSupport::readFile(real), "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
 }
-
-} // namespace
-
-namespace {
 
 // Summaries, init's report included, go to standard error, and in the JSON form every line
 // there is one object: the messages, then the summary.

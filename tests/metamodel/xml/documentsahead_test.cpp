@@ -13,77 +13,26 @@
 
 namespace {
 
-using MetaModel::String;
 using Lines = std::vector<std::string>;
 
 // Every event with the document position a message posted during it would carry.
-class PositionedRecording : public MetaModel::IMetaModelEvents {
+class PositionedRecording : public TestSupport::RecordingEvents {
 public:
+    PositionedRecording() {
+        afterEach = [this] {
+            const CppLanguage::DocumentPosition at = CppLanguage::currentDocumentPosition();
+            positions_.resize(events.size(), at.document + ":" + std::to_string(at.line) + ":" +
+                                                 std::to_string(at.column));
+        };
+    }
     Lines lines() const {
         Lines result;
-        for (size_t index = 0; index < recorded_.events.size(); ++index)
-            result.push_back(recorded_.events[index] + " @ " +
-                             (index < positions_.size() ? positions_[index] : "?"));
+        for (size_t index = 0; index < events.size(); ++index)
+            result.push_back(events[index] + " @ " + positions_[index]);
         return result;
     }
 
-    void Release() override {}
-    void Start() override {
-        tell([&] { recorded_.Start(); });
-    }
-    void End() override {
-        tell([&] { recorded_.End(); });
-    }
-    void StartCategory(const String& name, bool partial, const String& description, int id,
-                       const ElementStatus& status) override {
-        tell([&] { recorded_.StartCategory(name, partial, description, id, status); });
-    }
-    void EndCategory(bool partial) override {
-        tell([&] { recorded_.EndCategory(partial); });
-    }
-    void StartType(const String& name, bool partial, const String& description, int id,
-                   const ElementStatus& status) override {
-        tell([&] { recorded_.StartType(name, partial, description, id, status); });
-    }
-    void EndType(bool partial) override {
-        tell([&] { recorded_.EndType(partial); });
-    }
-    void StartProperty(const String& name, const String& description, const String& type,
-                       const int& minimal, const int& maximal, const String& merge, int id,
-                       const ElementStatus& status) override {
-        tell([&] {
-            recorded_.StartProperty(name, description, type, minimal, maximal, merge, id, status);
-        });
-    }
-    void EndProperty() override {
-        tell([&] { recorded_.EndProperty(); });
-    }
-    void Attribute(const String& name, int value, const ElementStatus& status) override {
-        tell([&] { recorded_.Attribute(name, value, status); });
-    }
-    void Attribute(const String& name, const String& value, const ElementStatus& status) override {
-        tell([&] { recorded_.Attribute(name, value, status); });
-    }
-    void InheritedCategory(const String& name, const ElementStatus& status) override {
-        tell([&] { recorded_.InheritedCategory(name, status); });
-    }
-    void Tree(const String& parent, const String& category, const ElementStatus& status) override {
-        tell([&] { recorded_.Tree(parent, category, status); });
-    }
-    void SetSource(const String& source) override { recorded_.SetSource(source); }
-    const String& GetSource() const override { return recorded_.GetSource(); }
-
 private:
-    // The recording may add a Source line before the event's own: both get the position.
-    void tell(const std::function<void()>& event) {
-        event();
-        const CppLanguage::DocumentPosition at = CppLanguage::currentDocumentPosition();
-        const std::string where =
-            at.document + ":" + std::to_string(at.line) + ":" + std::to_string(at.column);
-        positions_.resize(recorded_.events.size(), where);
-    }
-
-    TestSupport::RecordingEvents recorded_;
     Lines positions_;
 };
 
