@@ -123,7 +123,7 @@ TEST_F(LinkedDocuments, TreeLinksNeedATypeAKnownParentAndAKnownTree) {
     EXPECT_EQ(typeHolder.GetTreeChildMap().size(), 1u);
 }
 
-TEST(Builder, InactiveElementsDisappearWithEverythingInside) {
+TEST(Builder, InactiveElementsDisappearAndTheOthersTakeTheWeakerStatusOfTheirOwner) {
     const ModelPtr model = buildFromDocuments({"status/MetaModel.xml"});
     EXPECT_FALSE(model->HasCategory("Dropped"));
     EXPECT_FALSE(model->HasProperty("Dropped.inside"));
@@ -136,10 +136,8 @@ TEST(Builder, InactiveElementsDisappearWithEverythingInside) {
     EXPECT_EQ(kept.GetAttributes().size(), 2u) << "AFTER and the derived ROOT_PATH";
     EXPECT_TRUE(kept.GetLocalCategories().empty());
     EXPECT_EQ(model->GetProperties().size(), 3u);
-}
 
-TEST(Builder, AttributesTakeTheWeakerStatusOfThemselvesAndTheirOwner) {
-    const ModelPtr model = buildFromDocuments({"status/MetaModel.xml"});
+    // What stays takes the weaker status of itself and its owner.
     const auto& old = property(*model, "Kept.old");
     EXPECT_EQ(old.GetStatus(), QEL::EsObsolete);
     EXPECT_EQ(old.GetAttribute("TRANSIENT")->GetStatus(), QEL::EsObsolete);
