@@ -56,27 +56,25 @@ TEST_F(Lookups, FindElementsByNameAndByIdTypesAmongCategoriesButNotTheReverse) {
 }
 
 TEST_F(Lookups, MandatoryLookupsOfMissingElementsRaiseWithWhatWasAskedFor) {
-    using QEL::CMetaModelException;
     const QEL::IMetaModel& m = model();
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetCategory("Gone", true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_CAT_NAM", {{"CAT_NAM", "Gone"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetCategorystd("Gone", true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_CAT_NAM", {{"CAT_NAM", "Gone"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetCategory(-5, true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_CAT_ID", {{"CAT_ID", "-5"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetMetaType("Gone", true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_TYP_NAM", {{"TYP_NAM", "Gone"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetMetaType(99, true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_TYP_ID", {{"TYP_ID", "99"}}}));
+    const auto said = [](const auto& lookup) {
+        const RaisedMessage raised = raisedBy<QEL::CMetaModelException>(lookup);
+        std::string text = raised.id;
+        for (const auto& [name, value] : raised.arguments)
+            text += " " + name + "=" + value;
+        return text;
+    };
+    EXPECT_EQ(said([&] { m.GetCategory("Gone", true); }), "QEL_MM_UNDEF_CAT_NAM CAT_NAM=Gone");
+    EXPECT_EQ(said([&] { m.GetCategorystd("Gone", true); }), "QEL_MM_UNDEF_CAT_NAM CAT_NAM=Gone");
+    EXPECT_EQ(said([&] { m.GetCategory(-5, true); }), "QEL_MM_UNDEF_CAT_ID CAT_ID=-5");
+    EXPECT_EQ(said([&] { m.GetMetaType("Gone", true); }), "QEL_MM_UNDEF_TYP_NAM TYP_NAM=Gone");
+    EXPECT_EQ(said([&] { m.GetMetaType(99, true); }), "QEL_MM_UNDEF_TYP_ID TYP_ID=99");
     // The id of a plain category is known; its name is no type's.
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetMetaType(10, true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_TYP_NAM", {{"TYP_NAM", "Base"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetProperty("Base.size", true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_PROP_NAM", {{"PROP_NAM", "Base.size"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetPropertystd("x", true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_PROP_NAM", {{"PROP_NAM", "x"}}}));
-    EXPECT_EQ(raisedBy<CMetaModelException>([&] { m.GetProperty(78, true); }),
-              (RaisedMessage{"QEL_MM_UNDEF_PROP_ID", {{"PROP_ID", "78"}}}));
+    EXPECT_EQ(said([&] { m.GetMetaType(10, true); }), "QEL_MM_UNDEF_TYP_NAM TYP_NAM=Base");
+    EXPECT_EQ(said([&] { m.GetProperty("Base.size", true); }),
+              "QEL_MM_UNDEF_PROP_NAM PROP_NAM=Base.size");
+    EXPECT_EQ(said([&] { m.GetPropertystd("x", true); }), "QEL_MM_UNDEF_PROP_NAM PROP_NAM=x");
+    EXPECT_EQ(said([&] { m.GetProperty(78, true); }), "QEL_MM_UNDEF_PROP_ID PROP_ID=78");
 }
 
 TEST(MetaModel, PropertiesWithUnknownTypeOrMergeWordsAreRefusedAndLeaveTheModelAsItWas) {
