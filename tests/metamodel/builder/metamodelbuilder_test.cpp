@@ -1,5 +1,4 @@
 #include "metamodel/builder/documentbuild.h"
-#include "metamodel/model/raisedmessage.h"
 
 #include "interfaces/ipropertytype.h"
 #include "metamodel/builder/metamodelbuilder.h"
@@ -156,9 +155,8 @@ protected:
     MetaModel::CMetaModelBuilder builder;
     const IMetaModelEvents::ElementStatus active = IMetaModelEvents::EsActive;
 
-    void property(const std::string& name, const std::string& type, int maximal = 1,
-                  const std::string& merge = "no") {
-        builder.StartProperty(name, "", type, 0, maximal, merge, 1, active);
+    void property(const std::string& name, const std::string& type) {
+        builder.StartProperty(name, "", type, 0, 1, "no", 1, active);
         builder.EndProperty();
     }
 };
@@ -194,17 +192,6 @@ TEST_F(BuilderEvents, EventsOutsideAnyElementFindNothingToAttachTo) {
     builder.End();
     EXPECT_TRUE(builder.GetResult()->GetProperties().empty());
     EXPECT_TRUE(builder.invariant());
-}
-
-TEST_F(BuilderEvents, AnUnknownMergeWordFailsTheStreamWithTheNameOfTheProperty) {
-    builder.Start();
-    builder.StartCategory("Box", false, "", 1, active);
-    const auto raised = TestSupport::raisedBy<QEL::CMetaModelException>(
-        [&] { property("weight", "integer", 1, "average"); });
-    EXPECT_EQ(raised,
-              (TestSupport::RaisedMessage{"QEL_MM_INVALID_PROP_MERGE",
-                                          {{"PROP_NAM", "Box.weight"}, {"PROP_MRG", "average"}}}));
-    EXPECT_FALSE(builder.GetResult()->HasProperty("Box.weight"));
 }
 
 TEST_F(BuilderEvents, DetachingHandsOverTheModelAndStartsAFreshOneWithAHigherVersion) {
