@@ -26,30 +26,6 @@ TEST(Tool, DumpsTheSampleToItsTwoLinesOnStandardOutputOrAFile) {
     EXPECT_EQ(TestSupport::readFile(folder.file("out.dump")), sampleDump);
 }
 
-TEST(Tool, ExportsTheSampleWithItsDerivedRootPath) {
-    TempFolder folder;
-    const auto run = runTool({"export", "--output=" + folder.file("out.xml"), sample});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const std::string root = METAMODEL_TEST_DATA_DIR "/xml/sample";
-    EXPECT_EQ(TestSupport::readFile(folder.file("out.xml")),
-              "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\r\n\r\n<metaModel>\r\n"
-              "\t<category name=\"Base\" id=\"1003001\" status=\"active\">\r\n"
-              "\t\t<description><![CDATA[Root of the example]]></description>\r\n"
-              "\t\t<attribute name=\"INF_TYPE\" intValue=\"7\" status=\"active\"/>\r\n"
-              "\t\t<property name=\"size\" type=\"integer\" minimalCardinality=\"0\" "
-              "maximalCardinality=\"1\" merge=\"sum\" status=\"active\" id=\"1003002\">\r\n"
-              "\t\t\t<description><![CDATA[Size in bytes]]></description>\r\n"
-              "\t\t</property>\r\n"
-              "\t\t<attribute name=\"ROOT_PATH\" stringValue=\"" +
-                  root +
-                  "\" status=\"active\"/>\r\n"
-                  "\t</category>\r\n"
-                  "\t<partial_type name=\"Other\" status=\"active\">\r\n"
-                  "\t\t<inheritedCategory name=\"Base\" status=\"active\"/>\r\n"
-                  "\t</partial_type>\r\n"
-                  "</metaModel>\r\n");
-}
-
 // A folder named through a placeholder is found through the folder it stands for, and its
 // documents keep the symbolic form as their root.
 TEST(Tool, FoldersGivenWithAPlaceholderAreReadAndKeepIt) {
