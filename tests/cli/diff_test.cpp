@@ -22,7 +22,7 @@ TEST(Diff, EveryKindOfChangeAsTextAndAsJson) {
     const auto text = runTool({"diff", "--against", oldSet, newSet});
     EXPECT_EQ(text.exitCode, 0) << text.err;
     EXPECT_EQ(text.out, readFile(data + "expected.txt"));
-    EXPECT_EQ(text.err, "diff: 32 changes, 14 breaking\n");
+    EXPECT_EQ(text.err, "diff: 33 changes, 15 breaking\n");
 
     const auto json = runTool({"-q", "diff", "--json", "--against", oldSet, newSet});
     EXPECT_EQ(json.exitCode, 0) << json.err;
