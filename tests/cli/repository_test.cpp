@@ -68,9 +68,12 @@ TEST_P(ToolOnRepository, InitMakesAnEmptyRepositoryAndCanRunAgain) {
             << init.err;
     }
     EXPECT_EQ(runTool(withSchema({"-q", "init", "--db", uri_})).err, "");
-    const auto dump = runTool(withSchema({"dump", "--db", uri_}));
+    // An existing output that is not an input is replaced.
+    TempFolder folder;
+    const std::string output = folder.write("old.dump", "the old dump\n");
+    const auto dump = runTool(withSchema({"dump", "--db", uri_, "-o", output}));
     EXPECT_EQ(dump.exitCode, 0) << dump.err;
-    EXPECT_EQ(dump.out, "");
+    EXPECT_EQ(TestSupport::readFile(output), "");
     const auto xml = runTool(withSchema({"export", "--db", uri_}));
     EXPECT_EQ(xml.exitCode, 0) << xml.err;
     EXPECT_EQ(xml.out, "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\r\n\r\n<metaModel>\r\n"
