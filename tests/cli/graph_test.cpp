@@ -3,12 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <set>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 namespace {
@@ -21,18 +19,12 @@ const std::string shareDir = METAMODEL_SOURCE_DIR "/share/metamodel";
 
 // The lines a shell command prints, and whether it succeeded.
 bool shellLines(const std::string& command, std::set<std::string>& lines) {
-    FILE* pipe = popen(("bash -c 'set -o pipefail; " + command + "'").c_str(), "r");
-    if (!pipe)
-        return false;
     std::string text;
-    char buffer[4096];
-    for (size_t count; (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        text.append(buffer, count);
-    const int status = pclose(pipe);
+    const int status = TestSupport::runShell("bash -c 'set -o pipefail; " + command + "'", text);
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);)
         lines.insert(line);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return status == 0;
 }
 
 // Names that DOT cannot take as they stand: blanks, quotes, backslashes (one at the end),

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 namespace {
@@ -21,16 +19,9 @@ const std::string schema = shareDir + "/MetaModel.xsd";
 
 // Whether libxml2's schema validator takes the document; its complaints go to `why`.
 bool schemaValid(const std::string& document, std::string& why) {
-    const std::string command = "xmllint --noout --schema '" + schema + "' '" + document + "' 2>&1";
     why.clear();
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return false;
-    char buffer[4096];
-    for (size_t count; (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        why.append(buffer, count);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return TestSupport::runShell(
+               "xmllint --noout --schema '" + schema + "' '" + document + "' 2>&1", why) == 0;
 }
 
 TEST(Schema, TheToolWritesTheInstalledSchema) {

@@ -1,10 +1,11 @@
 #include "support/pgtestserver.h"
 
+#include "support/runtool.h"
+
 #include <libpq-fe.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
@@ -22,21 +23,6 @@ std::string quoted(const std::string& word) {
     for (const char c : word)
         text += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return text + "'";
-}
-
-// Runs a shell command; answers its exit status and everything it wrote.
-int capture(const std::string& command, std::string& output) {
-    std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (!pipe) {
-        output = "cannot run " + command;
-        return -1;
-    }
-    char buffer[4096];
-    size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        output.append(buffer, count);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 struct PgConnectionCloser {
@@ -118,7 +104,7 @@ void PostgresTestServer::start() {
     int status = 0;
     waitpid(child, &status, 0);
     std::string output;
-    if (capture(quoted(script) + " start " + quoted(folder_), output) != 0) {
+    if (runShell(quoted(script) + " start " + quoted(folder_) + " 2>&1", output) != 0) {
         problem_ = "the PostgreSQL test server did not start: " + output;
         return;
     }

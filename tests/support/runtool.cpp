@@ -3,6 +3,7 @@
 #include "support/tempfolder.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <pty.h>
 #include <regex>
@@ -14,9 +15,29 @@ namespace TestSupport {
 
 namespace {
 
-// In the child: the environment that keeps the machine's folders out, then the tool.
-[[noreturn]] void execTool(const std::vector<std::string>& arguments, const std::string& app,
-                           const std::string& none, const std::string& user = "") {
+void redirect(const char* path, int flags, int target) {
+    const int descriptor = open(path, flags, 0644);
+    dup2(descriptor, target);
+    if (descriptor != target)
+        close(descriptor);
+}
+
+// Starts the tool with no standard input, its output into `outPath` and its errors into
+// `errPath` or onto `errDescriptor`, in an environment that keeps the machine's folders out.
+pid_t spawn(const std::vector<std::string>& arguments, const std::string& app,
+            const std::string& none, const std::string& outPath, const std::string& errPath,
+            int errDescriptor = -1, const std::string& user = "") {
+    const pid_t child = fork();
+    if (child < 0)
+        throw std::runtime_error("fork failed");
+    if (child > 0)
+        return child;
+    redirect("/dev/null", O_RDONLY, 0);
+    redirect(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 1);
+    if (errDescriptor >= 0)
+        dup2(errDescriptor, 2);
+    else
+        redirect(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 2);
     std::vector<std::string> words{METAMODEL_TOOL_PATH};
     if (!user.empty())
         words.insert(words.begin(), {"/usr/sbin/runuser", "-u", user, "--"});
@@ -33,14 +54,20 @@ namespace {
     _exit(127);
 }
 
-void redirect(const char* path, int flags, int target) {
-    const int descriptor = open(path, flags, 0644);
-    dup2(descriptor, target);
-    if (descriptor != target)
-        close(descriptor);
-}
-
 } // namespace
+
+int runShell(const std::string& command, std::string& output) {
+    std::FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) {
+        output = "cannot run " + command;
+        return -1;
+    }
+    char buffer[4096];
+    for (size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        output.append(buffer, count);
+    const int status = pclose(pipe);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 int exitCodeOf(pid_t child) {
     int status = 0;
@@ -87,15 +114,7 @@ ToolRun runToolAs(const std::string& user, const std::vector<std::string>& argum
     const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
     const std::string none = scratch.file("none");
 
-    const pid_t child = fork();
-    if (child < 0)
-        throw std::runtime_error("fork failed");
-    if (child == 0) {
-        redirect("/dev/null", O_RDONLY, 0);
-        redirect(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 1);
-        redirect(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 2);
-        execTool(arguments, app, none, user);
-    }
+    const pid_t child = spawn(arguments, app, none, outPath, errPath, -1, user);
     ToolRun run;
     run.exitCode = exitCodeOf(child);
     if (standardOutput.empty())
@@ -113,17 +132,10 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::
     int side = -1;
     if (openpty(&terminal, &side, nullptr, nullptr, nullptr) != 0)
         throw std::runtime_error("no terminal for the tool");
-    const pid_t child = fork();
-    if (child < 0)
-        throw std::runtime_error("fork failed");
-    if (child == 0) {
-        close(terminal);
-        redirect("/dev/null", O_RDONLY, 0);
-        redirect(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 1);
-        dup2(side, 2);
-        close(side);
-        execTool(arguments, app, none);
-    }
+    // Neither end may stay open in the tool but as its standard error.
+    fcntl(terminal, F_SETFD, FD_CLOEXEC);
+    fcntl(side, F_SETFD, FD_CLOEXEC);
+    const pid_t child = spawn(arguments, app, none, outPath, "", side);
     close(side);
     // Read while the tool runs: a full terminal buffer would stop it.
     ToolRun run;
@@ -144,19 +156,8 @@ pid_t startTool(const std::vector<std::string>& arguments, const std::string& ap
                 int standardError) {
     // The folders need not exist: the tool only looks into them.
     static const std::string none = "/nonexistent/metamodel-test-folder";
-    const pid_t child = fork();
-    if (child < 0)
-        throw std::runtime_error("fork failed");
-    if (child == 0) {
-        redirect("/dev/null", O_RDONLY, 0);
-        redirect("/dev/null", O_WRONLY, 1);
-        if (standardError < 0)
-            redirect("/dev/null", O_WRONLY, 2);
-        else
-            dup2(standardError, 2);
-        execTool(arguments, appDir.empty() ? none : appDir, none);
-    }
-    return child;
+    return spawn(arguments, appDir.empty() ? none : appDir, none, "/dev/null", "/dev/null",
+                 standardError);
 }
 
 } // namespace TestSupport

@@ -41,6 +41,10 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments,
 pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir = "",
                 int standardError = -1);
 
+// Runs a shell command; answers its exit status (-1 when it did not end normally) and adds
+// what it wrote on standard output to `output`.
+int runShell(const std::string& command, std::string& output);
+
 // Waits for a started tool; its exit status, or 128 + the signal that ended it.
 int exitCodeOf(pid_t child);
 
