@@ -1,14 +1,13 @@
 #include "support/pgtestserver.h"
 
 #include "support/runtool.h"
-
-#include <libpq-fe.h>
+#include "support/testdatabase.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <memory>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,33 +17,22 @@ namespace {
 
 const std::string script = METAMODEL_SOURCE_DIR "/scripts/pg-test-server";
 
-std::string quoted(const std::string& word) {
+std::string shellQuoted(const std::string& word) {
     std::string text = "'";
     for (const char c : word)
         text += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return text + "'";
 }
 
-struct PgConnectionCloser {
-    void operator()(PGconn* connection) const { PQfinish(connection); }
-};
-struct PgResultClearer {
-    void operator()(PGresult* result) const { PQclear(result); }
-};
-
 bool runOnServer(const std::string& connectionString, const std::string& sql,
                  std::string& problem) {
-    std::unique_ptr<PGconn, PgConnectionCloser> connection(PQconnectdb(connectionString.c_str()));
-    if (PQstatus(connection.get()) != CONNECTION_OK) {
-        problem = PQerrorMessage(connection.get());
+    try {
+        runSql(Backend::Postgres, connectionString, sql);
+        return true;
+    } catch (const std::runtime_error& refused) {
+        problem = refused.what();
         return false;
     }
-    std::unique_ptr<PGresult, PgResultClearer> result(PQexec(connection.get(), sql.c_str()));
-    if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) {
-        problem = PQresultErrorMessage(result.get());
-        return false;
-    }
-    return true;
 }
 
 } // namespace
@@ -104,7 +92,7 @@ void PostgresTestServer::start() {
     int status = 0;
     waitpid(child, &status, 0);
     std::string output;
-    if (runShell(quoted(script) + " start " + quoted(folder_) + " 2>&1", output) != 0) {
+    if (runShell(shellQuoted(script) + " start " + shellQuoted(folder_) + " 2>&1", output) != 0) {
         problem_ = "the PostgreSQL test server did not start: " + output;
         return;
     }

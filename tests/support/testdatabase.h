@@ -18,6 +18,11 @@ inline std::ostream& operator<<(std::ostream& out, Backend backend) {
     return out << backendName(backend);
 }
 
+// Runs statements on a database of the backend; the rows they give, one "value|value|NULL"
+// line each. Throws std::runtime_error with the server's reason when refused.
+std::vector<std::string> runSql(Backend backend, const std::string& connectionString,
+                                const std::string& sql);
+
 // A new, empty database of one backend for one test: a file in a temporary folder, or a
 // database of the PostgreSQL test server. Tests look at it through the server's own client
 // library, beside the code under test. A database that cannot be made is no reason to skip:
