@@ -9,7 +9,6 @@
 
 namespace {
 
-using TestSupport::Backend;
 using TestSupport::readFile;
 using TestSupport::runTool;
 
@@ -60,21 +59,18 @@ TEST(Diff, ExitStatusAndUsage) {
     }
 }
 
-class DiffOnRepository : public testing::TestWithParam<Backend> {};
+using DiffOnRepository = TestSupport::OnBothServers;
 
 // The old set transferred, the new one compared with it: what the repository keeps of the
 // documents is compared, so statuses are not told and empty descriptions hold the names.
 TEST_P(DiffOnRepository, ComparesTheSetWithWhatTheRepositoryHolds) {
-    TestSupport::TestDatabase database(GetParam());
-    ASSERT_TRUE(database.ready()) << database.problem();
-    const std::string uri = database.connectionString();
-    const auto transfer = runTool({"-q", "transfer", "--db", uri, oldSet});
+    const auto transfer = runTool({"-q", "transfer", "--db", uri_, oldSet});
     ASSERT_EQ(transfer.exitCode, 0) << transfer.err;
 
-    const auto same = runTool({"diff", "--fail-on-breaking", "--db", uri, oldSet});
+    const auto same = runTool({"diff", "--fail-on-breaking", "--db", uri_, oldSet});
     EXPECT_EQ(same.exitCode, 0) << same.err;
     EXPECT_EQ(same.out, "");
-    const auto changed = runTool({"diff", "--fail-on-breaking", "--db", uri, newSet});
+    const auto changed = runTool({"diff", "--fail-on-breaking", "--db", uri_, newSet});
     EXPECT_EQ(changed.exitCode, 1) << changed.err;
     EXPECT_EQ(changed.out, readFile(data + "expected-repository.txt"));
 }

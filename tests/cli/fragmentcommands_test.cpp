@@ -9,7 +9,6 @@
 
 namespace {
 
-using TestSupport::Backend;
 using TestSupport::runTool;
 using TestSupport::TempFolder;
 
@@ -123,17 +122,13 @@ TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
                            installedA + "'. [QEL_MM_FRAGMENT_PROP_ID_CLASH]\n");
 }
 
-class CompatOnRepository : public testing::TestWithParam<Backend> {};
+using CompatOnRepository = TestSupport::OnBothServers;
 
 // The installation and the example extension in a repository: the extension cannot be
 // installed again but may replace itself, a new type can join, and a moved id is named
 // with the document that moves it.
 TEST_P(CompatOnRepository, AnswersAgainstTheRepositorysTables) {
-    TestSupport::TestDatabase database(GetParam());
-    ASSERT_TRUE(database.ready()) << database.problem();
-    std::vector<std::string> repository = {"--db", database.connectionString()};
-    if (GetParam() == Backend::Postgres)
-        repository.insert(repository.end(), {"--schema", "Meta Model"});
+    const std::vector<std::string> repository = withSchema({"--db", uri_});
     std::vector<std::string> transfer = {"-q", "transfer", "--create-schema"};
     transfer.insert(transfer.end(), repository.begin(), repository.end());
     transfer.push_back(review);

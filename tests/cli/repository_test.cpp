@@ -13,11 +13,9 @@
 
 namespace {
 
-using TestSupport::Backend;
 using TestSupport::lines;
 using TestSupport::runTool;
 using TestSupport::TempFolder;
-using TestSupport::TestDatabase;
 using Lines = std::vector<std::string>;
 
 const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
@@ -37,27 +35,7 @@ void loadExamples(const std::string& connectionString, const std::string& schema
     documents.Read();
 }
 
-class ToolOnRepository : public testing::TestWithParam<Backend> {
-protected:
-    void SetUp() override {
-        database_ = std::make_unique<TestDatabase>(GetParam());
-        ASSERT_TRUE(database_->ready()) << database_->problem();
-        uri_ = database_->connectionString();
-    }
-    // The schema on the server shows that it is quoted everywhere; the embedded database
-    // has none but its own.
-    std::string schema() const { return GetParam() == Backend::Postgres ? "Meta Model" : ""; }
-    std::vector<std::string> withSchema(std::vector<std::string> arguments) const {
-        if (!schema().empty()) {
-            arguments.push_back("--schema");
-            arguments.push_back(schema());
-        }
-        return arguments;
-    }
-
-    std::unique_ptr<TestDatabase> database_;
-    std::string uri_;
-};
+using ToolOnRepository = TestSupport::OnBothServers;
 
 TEST_P(ToolOnRepository, InitMakesAnEmptyRepositoryAndCanRunAgain) {
     for (int run = 0; run < 2; ++run) {

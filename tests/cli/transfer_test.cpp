@@ -43,26 +43,14 @@ std::string expectedExport(const std::string& first, const std::string& second) 
     return text;
 }
 
-class TransferCommand : public testing::TestWithParam<Backend> {
+class TransferCommand : public TestSupport::OnBothServers {
 protected:
     void SetUp() override {
-        database_ = std::make_unique<TestDatabase>(GetParam());
-        ASSERT_TRUE(database_->ready()) << database_->problem();
-        uri_ = database_->connectionString();
-        if (!schema().empty())
+        OnBothServers::SetUp();
+        if (!HasFatalFailure() && !schema().empty())
             database_->execute("CREATE SCHEMA \"" + schema() + "\"");
         first_ = copyDocument(folder_, "first", "documents/first");
         second_ = copyDocument(folder_, "second", "documents/second");
-    }
-    // On the server, a schema whose name must be quoted; the embedded database has one.
-    std::string schema() const { return GetParam() == Backend::Postgres ? "Meta Model" : ""; }
-    std::string prefix() const { return GetParam() == Backend::Postgres ? "\"Meta Model\"." : ""; }
-    std::vector<std::string> withSchema(std::vector<std::string> arguments) const {
-        if (!schema().empty()) {
-            arguments.push_back("--schema");
-            arguments.push_back(schema());
-        }
-        return arguments;
     }
     TestSupport::ToolRun transfer(const std::vector<std::string>& paths) const {
         std::vector<std::string> arguments = withSchema({"transfer", "--db", uri_});
@@ -100,8 +88,6 @@ protected:
     }
 
     TempFolder folder_;
-    std::unique_ptr<TestDatabase> database_;
-    std::string uri_;
     std::string first_;
     std::string second_;
 };

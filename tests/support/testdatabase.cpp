@@ -103,4 +103,16 @@ void TestDatabase::execute(const std::string& sql) const {
     runSql(backend_, connectionString_, sql);
 }
 
+void OnBothServers::SetUp() {
+    database_ = std::make_unique<TestDatabase>(GetParam());
+    ASSERT_TRUE(database_->ready()) << database_->problem();
+    uri_ = database_->connectionString();
+}
+
+std::vector<std::string> OnBothServers::withSchema(std::vector<std::string> arguments) const {
+    if (!schema().empty())
+        arguments.insert(arguments.end(), {"--schema", schema()});
+    return arguments;
+}
+
 } // namespace TestSupport

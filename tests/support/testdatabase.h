@@ -51,6 +51,21 @@ private:
     std::string problem_;
 };
 
+// A test run on a fresh database of each server; on the server under a schema whose name must
+// be quoted everywhere, the embedded database having none but its own.
+class OnBothServers : public testing::TestWithParam<Backend> {
+protected:
+    void SetUp() override;
+    std::string schema() const { return GetParam() == Backend::Postgres ? "Meta Model" : ""; }
+    // How a table of the schema is named in a statement.
+    std::string prefix() const { return schema().empty() ? "" : "\"" + schema() + "\"."; }
+    // The arguments, with the schema option when there is a schema.
+    std::vector<std::string> withSchema(std::vector<std::string> arguments) const;
+
+    std::unique_ptr<TestDatabase> database_;
+    std::string uri_;
+};
+
 } // namespace TestSupport
 
 // Runs the parameterised suite once on each server, named after it.
