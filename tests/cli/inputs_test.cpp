@@ -69,6 +69,8 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"transfer", "--db", "sqlite:" + readOnly, faulty},
          "1 QEL_MM_DESC_TAG_NOT_FIRST QEL_MM_XML_FILE_ERR QEL_MM_XML2DB_ERR"},
         {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
+        {{"dump", folder.file("nowhere/MetaModel.xml")}, "1 QEL_MM_INPUT_UNREADABLE"},
+        {{"dump", folder.file("nowhere")}, "1 QEL_MM_ROOT_NOT_FOUND"},
         {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"check", set, folder.file("set//MetaModel.xml")}, "1 QEL_MM_DOCUMENT_TWICE"},

@@ -209,10 +209,6 @@ TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     run = runTool({"transfer", "--db", folder.file("no-folder/repository.sqlite"), documents});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(messageIds(run.err), unopened) << run.err;
-
-    run = runTool({"transfer", documents});
-    EXPECT_EQ(run.exitCode, 2);
-    EXPECT_NE(run.err.find("usage: metamodel"), std::string::npos) << run.err;
 }
 
 TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {
