@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 
 namespace {
 
@@ -15,12 +14,11 @@ using TestSupport::TempFolder;
 const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
 const std::string review = METAMODEL_SOURCE_DIR "/examples/review";
 
-// The message ids of JSON diagnostics, in their order, each followed by a blank.
+// The message ids of the diagnostics, in their order, each followed by a blank.
 std::string messageIds(const std::string& err) {
-    static const std::regex idField("\"id\":\"([A-Z_]+)\"");
     std::string ids;
-    for (std::sregex_iterator it(err.begin(), err.end(), idField), end; it != end; ++it)
-        ids += (*it)[1].str() + " ";
+    for (const std::string& id : TestSupport::messageIds(err))
+        ids += id + " ";
     return ids;
 }
 
@@ -96,7 +94,7 @@ TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
         {{"--against", installed, "--schema", "s", installed}, 2, ""},
     };
     for (const Case& c : cases) {
-        std::vector<std::string> arguments = {"--format", "json", "-q", "compat"};
+        std::vector<std::string> arguments = {"-q", "compat"};
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
         const auto run = runTool(arguments);
         const std::string name = arguments.back() + " after " + c.arguments.front();
@@ -157,7 +155,7 @@ TEST_P(CompatOnRepository, AnswersAgainstTheRepositorysTables) {
              moved + "\n"},
     };
     for (const Case& c : cases) {
-        std::vector<std::string> arguments = {"--format", "json", "-q", "compat"};
+        std::vector<std::string> arguments = {"-q", "compat"};
         if (c.migrate)
             arguments.push_back("--migrate");
         arguments.insert(arguments.end(), repository.begin(), repository.end());

@@ -10,7 +10,6 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <sys/wait.h>
 #include <thread>
 
 namespace {
@@ -25,12 +24,6 @@ using Clock = std::chrono::steady_clock;
 // readings, the loading of the work tables, and each procedure.
 constexpr int documents = 100;
 constexpr int properties = 30;
-
-int waitFor(pid_t child) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
-}
 
 // Which of the two states each table holds, "Cat old, CatAttr new, ...": the whole of a
 // state would drown the message.
@@ -107,8 +100,7 @@ TEST(TransferKilled, LeavesTheOldOrTheNewMetaModelNeverAMix) {
             const pid_t child = TestSupport::startTool({"-q", "transfer", "--db", uri, newSet});
             std::this_thread::sleep_for(std::chrono::duration_cast<Clock::duration>(whole * share));
             kill(child, signal);
-            const int status = waitFor(child);
-            const bool interrupted = !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+            const bool interrupted = TestSupport::exitCodeOf(child) != 0;
 
             const RepositoryState state = TestSupport::repositoryState(database);
             if (state == oldState) {
