@@ -119,14 +119,15 @@ TEST_P(TransferCommand, MakesTheRepositoryAndReadsBackWhatTheDesignPredicts) {
     EXPECT_EQ(finalTables(), before);
 }
 
-TEST_P(TransferCommand, ASetThatFailsValidationTouchesNoRow) {
-    const auto finalBefore = transferTheDocuments();
+// A set that fails validation touches no row, not even of the work tables; a refused
+// statement or procedure is named; both leave the old meta-model.
+TEST_P(TransferCommand, RefusedSetsStatementsAndProceduresLeaveTheOldMetaModel) {
+    const auto before = transferTheDocuments();
     const auto workBefore = workTables();
-    ASSERT_EQ(finalBefore.at("Typ").size(), 2u);
-
+    ASSERT_EQ(before.at("Typ").size(), 2u);
     // An unknown parent and an unknown property type.
     const std::string faulty = copyDocument(folder_, "faulty", "faulty");
-    const auto run = transfer({folder_.file("documents"), faulty});
+    auto run = transfer({folder_.file("documents"), faulty});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(messageIds(run.err),
               (std::vector<std::string>{"QEL_MM_UNKNOWN_EXTEND", "QEL_MM_INVALID_PROP_TYP",
@@ -134,18 +135,14 @@ TEST_P(TransferCommand, ASetThatFailsValidationTouchesNoRow) {
         << run.err;
     EXPECT_NE(run.err.find(faulty + ":5:"), std::string::npos) << "where: " << run.err;
     EXPECT_NE(run.err.find("transfer: failed"), std::string::npos) << run.err;
-    EXPECT_EQ(finalTables(), finalBefore);
+    EXPECT_EQ(finalTables(), before);
     EXPECT_EQ(workTables(), workBefore) << "the work tables were not even emptied";
-}
 
-TEST_P(TransferCommand, RefusedStatementsAndProceduresAreNamedAndLeaveTheOldMetaModel) {
-    const auto before = transferTheDocuments();
     const std::string other = copyDocument(folder_, "single", "other");
-
     // A row that an interrupted transfer left behind: the next one deletes it first.
     database_->execute("INSERT INTO " + prefix() + "IN_CAT VALUES (1, 'left', 'left', 'ACTIVE')");
     refuse("BEFORE DELETE", "IN_CAT");
-    auto run = transfer({other});
+    run = transfer({other});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(messageIds(run.err),
               (std::vector<std::string>{"QEL_DB_REQ_ERR", "QEL_MM_XML2DB_ERR"}))
@@ -202,13 +199,11 @@ TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     EXPECT_EQ(database.rows("select IdProp from TypProp"), std::vector<std::string>{"2009003"});
 
     const std::string notADatabase = folder.write("text.sqlite", "not a database, only text\n");
-    const std::vector<std::string> unopened = {"QEL_DB_CONNECT_ERR", "QEL_MM_XML2DB_ERR"};
     run = runTool({"transfer", "--db", notADatabase, documents});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err), unopened) << run.err;
-    run = runTool({"transfer", "--db", folder.file("no-folder/repository.sqlite"), documents});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err), unopened) << run.err;
+    EXPECT_EQ(messageIds(run.err),
+              (std::vector<std::string>{"QEL_DB_CONNECT_ERR", "QEL_MM_XML2DB_ERR"}))
+        << run.err;
 }
 
 TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {
