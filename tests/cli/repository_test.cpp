@@ -1,8 +1,3 @@
-#include "metamodel/repository/dbmetamodelevents.h"
-#include "metamodel/repository/repositoryschema.h"
-#include "metamodel/xml/xmlmetamodelreader.h"
-#include "platform/database/uniqueconnection.h"
-
 #include "support/runtool.h"
 #include "support/tempfolder.h"
 #include "support/testdatabase.h"
@@ -21,19 +16,6 @@ using Lines = std::vector<std::string>;
 const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
 // The valid one of the examples; a faulty set is what validation keeps out of a repository.
 const std::string extension = METAMODEL_SOURCE_DIR "/examples/review";
-
-// Writes the installation's base meta-model and the example extension into the repository
-// through the library, the way a transfer does.
-void loadExamples(const std::string& connectionString, const std::string& schema) {
-    IUniqueConnection connection(connectionString, schema);
-    MetaModel::CXMLMetaModelReader documents(false, false);
-    documents.AddRootPath(baseInstallation + "/configuration/Core");
-    documents.AddRootPath(baseInstallation + "/configuration/Languages");
-    documents.AddRootPath(extension);
-    MetaModel::CDBMetaModelEvents sink(connection.GetHandle(), "");
-    documents.SetEvents(&sink);
-    documents.Read();
-}
 
 using ToolOnRepository = TestSupport::OnBothServers;
 
@@ -59,8 +41,10 @@ TEST_P(ToolOnRepository, InitMakesAnEmptyRepositoryAndCanRunAgain) {
 }
 
 TEST_P(ToolOnRepository, DescribeBuildsTheSameModelFromTheRepository) {
-    ASSERT_EQ(runTool(withSchema({"init", "--db", uri_})).exitCode, 0);
-    loadExamples(uri_, schema());
+    const auto transfer =
+        runTool(withSchema({"-q", "transfer", "--create-schema", "--db", uri_, extension}),
+                baseInstallation);
+    ASSERT_EQ(transfer.exitCode, 0) << transfer.err;
     const auto fromDocuments =
         runTool({"describe", "--json", baseInstallation + "/configuration", extension});
     ASSERT_EQ(fromDocuments.exitCode, 0) << fromDocuments.err;
