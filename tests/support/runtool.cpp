@@ -22,11 +22,14 @@ void redirect(const char* path, int flags, int target) {
         close(descriptor);
 }
 
+// The folders need not exist: the tool only looks into them.
+const std::string none = "/nonexistent/metamodel-test-folder";
+
 // Starts the tool with no standard input, its output into `outPath` and its errors into
 // `errPath` or onto `errDescriptor`, in an environment that keeps the machine's folders out.
-pid_t spawn(const std::vector<std::string>& arguments, const std::string& app,
-            const std::string& none, const std::string& outPath, const std::string& errPath,
-            int errDescriptor = -1, const std::string& user = "") {
+pid_t spawn(const std::vector<std::string>& arguments, const std::string& appDir,
+            const std::string& outPath, const std::string& errPath, int errDescriptor = -1,
+            const std::string& user = "") {
     const pid_t child = fork();
     if (child < 0)
         throw std::runtime_error("fork failed");
@@ -46,7 +49,7 @@ pid_t spawn(const std::vector<std::string>& arguments, const std::string& app,
     for (std::string& word : words)
         argv.push_back(word.data());
     argv.push_back(nullptr);
-    setenv("METAMODEL_APP_DIR", app.c_str(), 1);
+    setenv("METAMODEL_APP_DIR", (appDir.empty() ? none : appDir).c_str(), 1);
     setenv("METAMODEL_USER_DIR", none.c_str(), 1);
     setenv("METAMODEL_ALL_USERS_DIR", none.c_str(), 1);
     unsetenv("METAMODEL_EXTENSION_DIR");
@@ -107,27 +110,17 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& ap
 ToolRun runToolAs(const std::string& user, const std::vector<std::string>& arguments,
                   const std::string& appDir, const std::string& standardOutput) {
     TempFolder scratch;
-    // The folders that stand for none must be missing to the user too, not out of reach.
-    std::filesystem::permissions(scratch.path(), std::filesystem::perms::all);
     const std::string outPath = standardOutput.empty() ? scratch.file("stdout") : standardOutput;
-    const std::string errPath = scratch.file("stderr");
-    const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
-    const std::string none = scratch.file("none");
-
-    const pid_t child = spawn(arguments, app, none, outPath, errPath, -1, user);
+    const pid_t child = spawn(arguments, appDir, outPath, scratch.file("stderr"), -1, user);
     ToolRun run;
     run.exitCode = exitCodeOf(child);
-    if (standardOutput.empty())
-        run.out = readFile(outPath);
-    run.err = readFile(errPath);
+    run.out = standardOutput.empty() ? readFile(outPath) : "";
+    run.err = readFile(scratch.file("stderr"));
     return run;
 }
 
 ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::string& appDir) {
     TempFolder scratch;
-    const std::string outPath = scratch.file("stdout");
-    const std::string app = appDir.empty() ? scratch.file("no-app") : appDir;
-    const std::string none = scratch.file("none");
     int terminal = -1;
     int side = -1;
     if (openpty(&terminal, &side, nullptr, nullptr, nullptr) != 0)
@@ -135,7 +128,7 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::
     // Neither end may stay open in the tool but as its standard error.
     fcntl(terminal, F_SETFD, FD_CLOEXEC);
     fcntl(side, F_SETFD, FD_CLOEXEC);
-    const pid_t child = spawn(arguments, app, none, outPath, "", side);
+    const pid_t child = spawn(arguments, appDir, scratch.file("stdout"), "", side);
     close(side);
     // Read while the tool runs: a full terminal buffer would stop it.
     ToolRun run;
@@ -148,16 +141,13 @@ ToolRun runToolOnTerminal(const std::vector<std::string>& arguments, const std::
     }
     close(terminal);
     run.exitCode = exitCodeOf(child);
-    run.out = readFile(outPath);
+    run.out = readFile(scratch.file("stdout"));
     return run;
 }
 
 pid_t startTool(const std::vector<std::string>& arguments, const std::string& appDir,
                 int standardError) {
-    // The folders need not exist: the tool only looks into them.
-    static const std::string none = "/nonexistent/metamodel-test-folder";
-    return spawn(arguments, appDir.empty() ? none : appDir, none, "/dev/null", "/dev/null",
-                 standardError);
+    return spawn(arguments, appDir, "/dev/null", "/dev/null", standardError);
 }
 
 } // namespace TestSupport
