@@ -31,9 +31,6 @@ TEST(Tool, FoldersGivenWithAPlaceholderAreReadAndKeepIt) {
         EXPECT_NE(run.out.find("stringValue=\"" + escaped + "\""), std::string::npos)
             << placeholder << ": " << run.out;
     }
-    const auto missing = runTool({"check", "<app dir>/absent"}, folder.file("app"));
-    EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_NE(missing.err.find("QEL_MM_ROOT_NOT_FOUND"), std::string::npos) << missing.err;
 }
 
 TEST(Tool, AnEmptyIdIsReportedAtItsLineThenTheFileFailureAndExitOne) {

@@ -2,6 +2,8 @@
 
 namespace TestSupport {
 
+namespace {
+
 const char* statusWord(MetaModel::IMetaModelEvents::ElementStatus status) {
     switch (status) {
     case MetaModel::IMetaModelEvents::EsActive:
@@ -15,6 +17,8 @@ const char* statusWord(MetaModel::IMetaModelEvents::ElementStatus status) {
     }
     return "?";
 }
+
+} // namespace
 
 std::vector<std::string> RecordingEvents::body() const {
     std::vector<std::string> lines;

@@ -50,6 +50,4 @@ private:
     std::string lastSource_;
 };
 
-const char* statusWord(MetaModel::IMetaModelEvents::ElementStatus status);
-
 } // namespace TestSupport
