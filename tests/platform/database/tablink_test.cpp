@@ -108,6 +108,10 @@ TEST(Connection, TheSchemaIsAQuotedIdentifierInEveryExpandedStatement) {
     std::memset(out, '?', sizeof out);
     EXPECT_EQ(TABLINK::SQLExecuter::formatQuery(out, sizeof out, longStatement.c_str(), handle), 0);
     EXPECT_EQ(std::strlen(out), 256u);
+    // No room at all: nothing written, not even the terminator.
+    EXPECT_EQ(TABLINK::SQLExecuter::formatQuery(out, 0, "x", handle), 0);
+    EXPECT_EQ(out[0], 'x');
+    EXPECT_FALSE(TABLINK::DBConnectivity::executeScript(handle, nullptr));
 }
 
 TEST(Connection, TheSchemaSettingIsTheOneGivenAndNamesTheRepository) {
@@ -217,7 +221,7 @@ TEST_P(Connectivity, ARefusedStatementAnswersZeroWithTheServersReason) {
     EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t; drop table t"), 0);
     EXPECT_EQ(database_->rows("select count(*) from t"), std::vector<std::string>{"0"});
     // A statement without rows is done at once.
-    EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t"), 1);
+    EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t;\n\r\t "), 1);
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
     EXPECT_STREQ(TABLINK::dblasterror(handle_), "");
 }
