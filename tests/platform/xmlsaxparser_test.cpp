@@ -176,11 +176,12 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
             a.getName(-1, below);
             a.getName(2, above);
             seen = std::to_string(a.getLength()) + "|" + std::to_string(a.getIndex("p:b")) + "|" +
-                   std::to_string(a.getIndex("b")) + "|" + std::to_string(a.getIndex("nope")) + std::to_string(a.getIndex("q:c")) +
-                   "|" + a.getValue(String("a")) + "|" + a.getValue(String("p:b")) + "|" +
-                   a.getValue(String("nope")) + "|" + a.getValue(7) + "|" +
-                   std::string(a.getValueView(0)) + "|" + std::string(a.getValueView(1)) + "|" +
-                   std::string(a.getValueView(2)) + "|" + first + "|" + below + above;
+                   std::to_string(a.getIndex("b")) + "|" + std::to_string(a.getIndex("nope")) +
+                   std::to_string(a.getIndex("q:c")) + "|" + a.getValue(String("a")) + "|" +
+                   a.getValue(String("p:b")) + "|" + a.getValue(String("nope")) + "|" +
+                   a.getValue(7) + "|" + std::string(a.getValueView(0)) + "|" +
+                   std::string(a.getValueView(1)) + "|" + std::string(a.getValueView(2)) + "|" +
+                   first + "|" + below + above;
         }
     } probe;
     ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);

@@ -17,17 +17,11 @@
 namespace {
 
 using TestSupport::Backend;
+using TestSupport::failureArgument;
+using TestSupport::failureId;
 using TestSupport::TestDatabase;
 
 constexpr char marker = '\x0F';
-
-std::string argumentOf(const CppLanguage::COrloException& failure, const char* name) {
-    return TestSupport::failureArgument(failure, name);
-}
-
-std::string idOf(const CppLanguage::COrloException& failure) {
-    return TestSupport::failureId(failure);
-}
 
 // The servers differ in the case in which they repeat a name.
 std::string lastErrorInLowerCase(void* handle) {
@@ -63,10 +57,10 @@ TEST(Connection, TheFormOfTheConnectionStringPicksTheServerThatNamesWhatItCouldN
             IUniqueConnection opened(connection);
             ADD_FAILURE() << connection << " opened";
         } catch (const TABLINK::CDatabaseException& failure) {
-            EXPECT_EQ(idOf(failure), "QEL_DB_CONNECT_ERR");
-            EXPECT_EQ(argumentOf(failure, "CONNECTION"), connection);
-            EXPECT_NE(argumentOf(failure, "CAUSE").find(cause), std::string::npos)
-                << argumentOf(failure, "CAUSE");
+            EXPECT_EQ(failureId(failure), "QEL_DB_CONNECT_ERR");
+            EXPECT_EQ(failureArgument(failure, "CONNECTION"), connection);
+            EXPECT_NE(failureArgument(failure, "CAUSE").find(cause), std::string::npos)
+                << failureArgument(failure, "CAUSE");
         }
     }
     EXPECT_FALSE(std::filesystem::exists(missing)) << "reading must not leave a file behind";
@@ -278,9 +272,9 @@ TEST_P(Connectivity, ABlockIsWrittenWholeOrNotAtAll) {
         inserter->Flush();
         FAIL() << "a null in a NOT NULL column went through";
     } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_EQ(idOf(failure), "QEL_DB_REQ_ERR");
-        EXPECT_NE(argumentOf(failure, "QUERY").find("rows_in"), std::string::npos);
-        EXPECT_NE(argumentOf(failure, "CAUSE"), "");
+        EXPECT_EQ(failureId(failure), "QEL_DB_REQ_ERR");
+        EXPECT_NE(failureArgument(failure, "QUERY").find("rows_in"), std::string::npos);
+        EXPECT_NE(failureArgument(failure, "CAUSE"), "");
     }
     EXPECT_EQ(database_->rows("select count(*) from rows_in"), std::vector<std::string>{"0"});
 }
@@ -298,8 +292,9 @@ TEST_P(Connectivity, InserterMisuseAndMissingTablesAreRowVaultFailures) {
         inserter->AddRow("%d", &one);
         FAIL() << "a row of one value went into a table of two columns";
     } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_NE(argumentOf(failure, "CAUSE").find("1 values for 2 columns"), std::string::npos)
-            << argumentOf(failure, "CAUSE");
+        EXPECT_NE(failureArgument(failure, "CAUSE").find("1 values for 2 columns"),
+                  std::string::npos)
+            << failureArgument(failure, "CAUSE");
     }
     EXPECT_THROW(inserter->AddRow("%d%x", &one, "x"), RowVault::CRowVaultException);
     inserter->Flush();
@@ -310,8 +305,8 @@ TEST_P(Connectivity, InserterMisuseAndMissingTablesAreRowVaultFailures) {
         inserter->Prepare();
         FAIL() << "a missing table was prepared";
     } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_EQ(idOf(failure), "QEL_DB_REQ_ERR");
-        EXPECT_NE(argumentOf(failure, "CAUSE").find("absent"), std::string::npos);
+        EXPECT_EQ(failureId(failure), "QEL_DB_REQ_ERR");
+        EXPECT_NE(failureArgument(failure, "CAUSE").find("absent"), std::string::npos);
     }
 }
 
