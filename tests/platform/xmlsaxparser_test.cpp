@@ -366,10 +366,16 @@ TEST(XmlSAXParser, RefusingLoaderLastsForTheParseOnly) {
         void startElement(const String&, const String&, const String&,
                           const ORLO::IXmlAttributes&) override {
             during = xmlGetExternalEntityLoader();
-            xmlParserInputPtr input = during(url.c_str(), nullptr, nullptr);
-            loaded = input != nullptr;
+            loaded = loads(during, url);
+        }
+        // With a context of its own, as the library would ask while parsing.
+        static bool loads(xmlExternalEntityLoader loader, const std::string& url) {
+            const xmlParserCtxtPtr context = xmlNewParserCtxt();
+            const xmlParserInputPtr input = loader(url.c_str(), nullptr, context);
             if (input)
                 xmlFreeInputStream(input);
+            xmlFreeParserCtxt(context);
+            return input != nullptr;
         }
     } probe;
     probe.url = readable;
@@ -379,6 +385,7 @@ TEST(XmlSAXParser, RefusingLoaderLastsForTheParseOnly) {
     EXPECT_NE(probe.during, before);
     EXPECT_FALSE(probe.loaded);
     EXPECT_EQ(xmlGetExternalEntityLoader(), before);
+    EXPECT_TRUE(Probe::loads(before, readable)) << "only the refusal keeps the file out";
 }
 
 TEST(XmlSAXParser, EntityExpansionBombEndsInAnError) {
