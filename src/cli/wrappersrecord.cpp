@@ -100,8 +100,12 @@ struct TreeWalk {
                 ::close(descriptor);
             return false;
         }
-        if (S_ISDIR(status.st_mode))
-            return folder(path) && walk(descriptor, path + '/');
+        if (S_ISDIR(status.st_mode)) {
+            if (folder(path))
+                return walk(descriptor, path + '/');
+            ::close(descriptor);
+            return false;
+        }
         const bool going = S_ISREG(status.st_mode) && file(path, descriptor, status.st_size);
         ::close(descriptor);
         return going;
