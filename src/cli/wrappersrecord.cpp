@@ -11,9 +11,11 @@
 #include <cstring>
 #include <dirent.h>
 #include <dlfcn.h>
+#include <elf.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <xxhash.h>
@@ -192,14 +194,69 @@ Digest InputDigest::result() const {
     return digestOf(XXH3_128bits_digest(static_cast<const XXH3_state_t*>(state_)));
 }
 
+namespace {
+
+// The build id the linker stamped into a loaded object, which changes with every byte of its
+// code; empty when it was linked without one.
+std::string buildId(const dl_phdr_info& object) {
+    for (int index = 0; index < object.dlpi_phnum; ++index) {
+        const ElfW(Phdr)& segment = object.dlpi_phdr[index];
+        if (segment.p_type != PT_NOTE)
+            continue;
+        const char* at = reinterpret_cast<const char*>(object.dlpi_addr + segment.p_vaddr);
+        const char* const end = at + segment.p_memsz;
+        const auto aligned = [](size_t size) { return (size + 3) & ~size_t(3); };
+        while (at + sizeof(ElfW(Nhdr)) <= end) {
+            const auto* note = reinterpret_cast<const ElfW(Nhdr)*>(at);
+            const char* name = at + sizeof(ElfW(Nhdr));
+            const char* description = name + aligned(note->n_namesz);
+            if (description + note->n_descsz > end)
+                break;
+            if (note->n_type == NT_GNU_BUILD_ID && note->n_namesz == 4 &&
+                std::memcmp(name, "GNU", 4) == 0)
+                return std::string(description, note->n_descsz);
+            at = description + aligned(note->n_descsz);
+        }
+    }
+    return {};
+}
+
+struct LoadedIds {
+    const void* library = nullptr;
+    std::string program;
+    std::string libraryId;
+};
+
+int collectIds(dl_phdr_info* object, size_t, void* data) {
+    auto& ids = *static_cast<LoadedIds*>(data);
+    // The program comes first, by an empty name.
+    if (ids.program.empty() && object->dlpi_name && !*object->dlpi_name)
+        ids.program = buildId(*object);
+    if (reinterpret_cast<const void*>(object->dlpi_addr) == ids.library)
+        ids.libraryId = buildId(*object);
+    return 0;
+}
+
+} // namespace
+
 std::optional<Digest> toolIdentity() {
     static const std::optional<Digest> identity = []() -> std::optional<Digest> {
         InputDigest digest;
         Dl_info library{};
         if (!dladdr(reinterpret_cast<void*>(&MetaModel::CXMLMetaModelReader::ResolvePlaceholders),
                     &library) ||
-            !library.dli_fname || !digest.addFile(library.dli_fname) ||
-            !digest.addFile("/proc/self/exe"))
+            !library.dli_fname)
+            return std::nullopt;
+        LoadedIds ids;
+        ids.library = library.dli_fbase;
+        dl_iterate_phdr(collectIds, &ids);
+        if (!ids.program.empty() && !ids.libraryId.empty()) {
+            digest.add(ids.program);
+            digest.add(ids.libraryId);
+            return digest.result();
+        }
+        // Without build ids, the files themselves.
+        if (!digest.addFile(library.dli_fname) || !digest.addFile("/proc/self/exe"))
             return std::nullopt;
         return digest.result();
     }();
