@@ -323,7 +323,7 @@ int describe(const CommandArguments& arguments) {
     MetaModel::CMetaModelBuilder builder;
     if (!buildModel(source, builder))
         return exitFailure;
-    const QEL::IMetaModel& model = *builder.GetResult();
+    const QEL::IMetaModel& model = keepUntilExit(builder);
     const auto found = arguments.values.find("element");
     Selection selection;
     if (!select(model, found == arguments.values.end() ? std::vector<std::string>{} : found->second,

@@ -1,9 +1,12 @@
 #include "cli/modelsource.h"
 
 #include "cli/documentpaths.h"
+#include "interfaces/imetamodel.h"
 #include "metamodel/repository/dbmetamodelreader.h"
 #include "platform/database/uniqueconnection.h"
 #include "platform/messages.h"
+
+#include <vector>
 
 namespace Cli {
 
@@ -48,6 +51,13 @@ bool buildModel(ModelSource& source, MetaModel::CMetaModelBuilder& builder,
         CppLanguage::reportException(failure);
         return false;
     }
+}
+
+const QEL::IMetaModel& keepUntilExit(MetaModel::CMetaModelBuilder& builder) {
+    // Never destroyed, so that nothing at exit walks the models either.
+    static auto* const kept = new std::vector<QEL::IMetaModel*>;
+    kept->push_back(builder.DetachMetaModel());
+    return *kept->back();
 }
 
 } // namespace Cli

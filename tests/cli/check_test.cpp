@@ -64,12 +64,6 @@ TEST(CheckCommand, FunctionalFaultsOfTheBuiltModelFailTheCheck) {
         << run.err;
 }
 
-TEST(CheckCommand, AFolderThatIsNotThereIsAFailureNotAnEmptyPass) {
-    const auto run = runTool({"check", "/no/such/folder"}, base);
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err), std::vector<std::string>{"QEL_MM_ROOT_NOT_FOUND"});
-}
-
 TEST(CheckCommand, OnATerminalProgressShowsEachPassUnlessQuiet) {
     const std::string shown = TestSupport::runToolOnTerminal({"check", review}, base).err;
     EXPECT_NE(shown.find("\rcheck: pass 1 of 2, document 1 of 4"), std::string::npos) << shown;

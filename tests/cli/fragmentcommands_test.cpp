@@ -55,25 +55,17 @@ TEST(ServicesCommand, WritesTheLibrarysExportDocumentWholeOrNotAtAll) {
 
 // Installed: category A (2001001) with property 2001002 in one document, type B (2002001) in
 // another. Each case asks about documents of its own.
-class CompatCommand : public testing::Test {
-protected:
-    void SetUp() override {
-        installedA_ = folder_.write("installed/a/MetaModel.xml",
-                                    "<metaModel file_no='1'><category name='A' rid='1'>"
-                                    "<property name='p' rid='2'/></category></metaModel>");
-        installedB_ = folder_.write("installed/b/MetaModel.xml",
-                                    "<metaModel file_no='2'><type name='B' rid='1'/></metaModel>");
-    }
-    std::string write(const std::string& name, const std::string& body) {
-        return folder_.write(name + "/MetaModel.xml", "<metaModel>" + body + "</metaModel>");
-    }
-
-    TempFolder folder_;
-    std::string installedA_, installedB_;
-};
-
-TEST_F(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
-    const std::string installed = folder_.file("installed");
+TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
+    TempFolder folder;
+    const std::string installedA = folder.write(
+        "installed/a/MetaModel.xml", "<metaModel file_no='1'><category name='A' rid='1'>"
+                                     "<property name='p' rid='2'/></category></metaModel>");
+    const std::string installedB = folder.write(
+        "installed/b/MetaModel.xml", "<metaModel file_no='2'><type name='B' rid='1'/></metaModel>");
+    const auto write = [&](const std::string& name, const std::string& body) {
+        return folder.write(name + "/MetaModel.xml", "<metaModel>" + body + "</metaModel>");
+    };
+    const std::string installed = folder.file("installed");
     const std::string fresh = write("fresh", "<type name='C' id='2003001'/>");
     const std::string clashing =
         write("clashing", "<type name='Z' id='2001001'/><type name='B' id='2009001'/>"
@@ -81,9 +73,9 @@ TEST_F(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
     const std::string moved = write("moved", "<category name='A' id='2001005'/>");
     write("twice/one", "<type name='E' id='2005001'/>");
     write("twice/two", "<type name='E' id='2005002'/>");
-    const std::string twice = folder_.file("twice");
+    const std::string twice = folder.file("twice");
     const std::string bad = write("bad", "<type name='F' rid='x1'/>");
-    const std::string absent = folder_.file("absent");
+    const std::string absent = folder.file("absent");
     // A usage error (exit 2) shows no diagnostic, only the usage.
     struct Case {
         std::vector<std::string> arguments;
@@ -91,7 +83,7 @@ TEST_F(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
         std::string diagnostics; // message ids, in order
     } cases[] = {
         {{"--against", installed, fresh}, 0, ""},
-        {{"--against", installedA_, "--against", installedB_, clashing},
+        {{"--against", installedA, "--against", installedB, clashing},
          1,
          "QEL_MM_FRAGMENT_ID_CLASH QEL_MM_FRAGMENT_NAME_CLASH QEL_MM_FRAGMENT_PROP_ID_CLASH "},
         {{"--migrate", "--against", installed, installed}, 0, ""},
@@ -101,7 +93,7 @@ TEST_F(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
         {{"--against", absent, fresh}, 1, "QEL_MM_ROOT_NOT_FOUND "},
         {{installed}, 2, ""},
         {{"--against", installed}, 2, ""},
-        {{"--against", installed, "--db", folder_.file("r.sqlite"), installed}, 2, ""},
+        {{"--against", installed, "--db", folder.file("r.sqlite"), installed}, 2, ""},
         {{"--against", installed, "--schema", "s", installed}, 2, ""},
     };
     for (const Case& c : cases) {
@@ -123,12 +115,12 @@ TEST_F(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
     EXPECT_EQ(run.err, clashing +
                            ": error: The category or type id 2001001 of 'Z' is already "
                            "installed for 'A' by '" +
-                           installedA_ + "'. [QEL_MM_FRAGMENT_ID_CLASH]\n" + clashing +
+                           installedA + "'. [QEL_MM_FRAGMENT_ID_CLASH]\n" + clashing +
                            ": error: The category or type 'B' is already installed with the id "
                            "2002001 by '" +
-                           installedB_ + "'. [QEL_MM_FRAGMENT_NAME_CLASH]\n" + clashing +
+                           installedB + "'. [QEL_MM_FRAGMENT_NAME_CLASH]\n" + clashing +
                            ": error: The property id 2001002 is already installed by '" +
-                           installedA_ + "'. [QEL_MM_FRAGMENT_PROP_ID_CLASH]\n");
+                           installedA + "'. [QEL_MM_FRAGMENT_PROP_ID_CLASH]\n");
 }
 
 class CompatOnRepository : public testing::TestWithParam<Backend> {};

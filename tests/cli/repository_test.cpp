@@ -9,9 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <sstream>
 
 namespace {
 
@@ -79,63 +77,6 @@ TEST_P(ToolOnRepository, InitMakesAnEmptyRepositoryAndCanRunAgain) {
                        "</metaModel>\r\n");
 }
 
-TEST_P(ToolOnRepository, DumpAndExportReadTheRepositoryInIdOrder) {
-    ASSERT_EQ(runTool(withSchema({"init", "--db", uri_})).exitCode, 0);
-    loadExamples(uri_, schema());
-
-    const auto fromDocuments = runTool({"dump", extension}, baseInstallation);
-    ASSERT_EQ(fromDocuments.exitCode, 0) << fromDocuments.err;
-    const auto fromRepository = runTool(withSchema({"dump", "--db", uri_}));
-    ASSERT_EQ(fromRepository.exitCode, 0) << fromRepository.err;
-    EXPECT_EQ(fromRepository.err, "");
-
-    // The same lines, partial declarations folded into the element they complete...
-    Lines expected = lines(fromDocuments.out);
-    Lines actual = lines(fromRepository.out);
-    ASSERT_GT(actual.size(), 20u);
-    std::sort(expected.begin(), expected.end());
-    Lines sorted = actual;
-    std::sort(sorted.begin(), sorted.end());
-    EXPECT_EQ(sorted, expected);
-    // ...in the repository's order: elements by id, each followed by its properties by id.
-    int lastElement = -2147483647 - 1;
-    int lastProperty = lastElement;
-    std::string owner;
-    for (const std::string& line : actual) {
-        std::istringstream fields(line);
-        std::string label, id, name;
-        std::getline(fields, label, '\t');
-        std::getline(fields, id, '\t');
-        std::getline(fields, name, '\r');
-        if (label == "Prop") {
-            EXPECT_EQ(name.rfind(owner + ".", 0), 0u) << line;
-            EXPECT_GT(std::stoi(id), lastProperty) << line;
-            lastProperty = std::stoi(id);
-        } else {
-            EXPECT_GT(std::stoi(id), lastElement) << line;
-            lastElement = std::stoi(id);
-            lastProperty = -2147483647 - 1;
-            owner = name;
-        }
-    }
-
-    TempFolder folder;
-    const std::string output = folder.file("repository.xml");
-    const auto exported = runTool(withSchema({"export", "--db", uri_, "-o", output}));
-    ASSERT_EQ(exported.exitCode, 0) << exported.err;
-    const std::string xml = TestSupport::readFile(output);
-    EXPECT_EQ(xml.find("partial"), std::string::npos) << "partial elements are merged";
-    EXPECT_EQ(xml.find("status=\"deprecated\""), std::string::npos)
-        << "the repository reader passes no status on";
-    // The extension's partial type, under the type it completes.
-    const size_t module = xml.find("<type name=\"AlphaModule\"");
-    const size_t moduleEnd = xml.find("</type>", module);
-    ASSERT_NE(module, std::string::npos) << xml;
-    for (const char* part : {"<inheritedCategory name=\"Reviewable\"",
-                             "<property name=\"reviewedLines\" type=\"integer\""})
-        EXPECT_LT(xml.find(part, module), moduleEnd) << part;
-}
-
 TEST_P(ToolOnRepository, DescribeBuildsTheSameModelFromTheRepository) {
     ASSERT_EQ(runTool(withSchema({"init", "--db", uri_})).exitCode, 0);
     loadExamples(uri_, schema());
@@ -171,26 +112,5 @@ TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(ToolOnRepository);
-
-TEST(ToolRepositoryFailures, WrongCombinationsAreUsageErrors) {
-    const std::vector<std::vector<std::string>> wrongCalls = {
-        {"init"},
-        {"init", "--db", "x.sqlite", "extra"},
-        {"init", "--db"},
-        {"dump", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
-        {"export", "--schema", "s"},
-        {"describe", "--schema", "s"},
-        {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
-        {"dump", "--db", "a", "--db", "b"},
-    };
-    for (const auto& call : wrongCalls) {
-        const auto run = runTool(call);
-        EXPECT_EQ(run.exitCode, 2) << testing::PrintToString(call);
-        EXPECT_NE(run.err.find("usage: metamodel"), std::string::npos) << run.err;
-    }
-    const auto help = runTool({"--help"});
-    EXPECT_NE(help.out.find("init"), std::string::npos);
-    EXPECT_NE(runTool({"dump", "--help"}).out.find("--db URI"), std::string::npos);
-}
 
 } // namespace

@@ -11,56 +11,19 @@ using TestSupport::runTool;
 using TestSupport::TempFolder;
 
 const std::string sample = METAMODEL_TEST_DATA_DIR "/xml/sample/MetaModel.xml";
-const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
+const std::string sampleDump = "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n";
 
 TEST(Tool, DumpsTheSampleToItsTwoLinesOnStandardOutputOrAFile) {
     auto run = runTool({"dump", sample});
     EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.out, "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+    EXPECT_EQ(run.out, sampleDump);
     EXPECT_EQ(run.err, "");
 
     TempFolder folder;
     run = runTool({"-q", "dump", "-o", folder.file("out.dump"), sample});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out, "");
-    EXPECT_EQ(TestSupport::readFile(folder.file("out.dump")),
-              "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
-}
-
-TEST(Tool, ExportsTheSampleWithItsDerivedRootPath) {
-    TempFolder folder;
-    const auto run = runTool({"export", "--output=" + folder.file("out.xml"), sample});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const std::string root = METAMODEL_TEST_DATA_DIR "/xml/sample";
-    EXPECT_EQ(TestSupport::readFile(folder.file("out.xml")),
-              "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\r\n\r\n<metaModel>\r\n"
-              "\t<category name=\"Base\" id=\"1003001\" status=\"active\">\r\n"
-              "\t\t<description><![CDATA[Root of the example]]></description>\r\n"
-              "\t\t<attribute name=\"INF_TYPE\" intValue=\"7\" status=\"active\"/>\r\n"
-              "\t\t<property name=\"size\" type=\"integer\" minimalCardinality=\"0\" "
-              "maximalCardinality=\"1\" merge=\"sum\" status=\"active\" id=\"1003002\">\r\n"
-              "\t\t\t<description><![CDATA[Size in bytes]]></description>\r\n"
-              "\t\t</property>\r\n"
-              "\t\t<attribute name=\"ROOT_PATH\" stringValue=\"" +
-                  root +
-                  "\" status=\"active\"/>\r\n"
-                  "\t</category>\r\n"
-                  "\t<partial_type name=\"Other\" status=\"active\">\r\n"
-                  "\t\t<inheritedCategory name=\"Base\" status=\"active\"/>\r\n"
-                  "\t</partial_type>\r\n"
-                  "</metaModel>\r\n");
-}
-
-TEST(Tool, ReadsTheInstallationFirstAndKeepsItsPlaceholderInRootPath) {
-    const auto run = runTool({"export", METAMODEL_SOURCE_DIR "/examples/review"}, baseInstallation);
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const auto first = run.out.find("<category name=\"Object\"");
-    const auto user = run.out.find("<category name=\"Reviewable\"");
-    ASSERT_NE(first, std::string::npos);
-    ASSERT_NE(user, std::string::npos);
-    EXPECT_LT(first, user);
-    EXPECT_NE(run.out.find("stringValue=\"&lt;app dir&gt;/configuration/Languages/Alpha\""),
-              std::string::npos);
+    EXPECT_EQ(TestSupport::readFile(folder.file("out.dump")), sampleDump);
 }
 
 // A folder named through a placeholder is found through the folder it stands for, and its
@@ -144,6 +107,14 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         {"--format", "xml", "dump"},
         {"--production-mode", "2", "dump"},
         {"dump", "-o", "a", "-o", "b"},
+        {"init"},
+        {"init", "--db", "x.sqlite", "extra"},
+        {"init", "--db"},
+        {"dump", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
+        {"export", "--schema", "s"},
+        {"describe", "--schema", "s"},
+        {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
+        {"dump", "--db", "a", "--db", "b"},
     };
     for (const auto& call : wrongCalls) {
         const auto run = runTool(call);
@@ -158,64 +129,46 @@ TEST(Tool, HelpDescribesEveryOption) {
     EXPECT_EQ(run.exitCode, 0);
     for (const char* option :
          {"--app-dir", "--user-dir", "--all-users-dir", "--plugins-dir", "--extension-dir",
-          "--production-mode", "--format", "-q", "--version", "dump", "export"})
+          "--production-mode", "--format", "-q", "--version", "dump", "export", "init"})
         EXPECT_NE(run.out.find(option), std::string::npos) << option;
 
     run = runTool({"dump", "--help"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find("-o, --output FILE"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("--db URI"), std::string::npos) << run.out;
 
     run = runTool({"--version"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out.rfind("metamodel ", 0), 0u);
 }
 
-} // namespace
-
-namespace {
-
-TEST(Tool, AFailedRunLeavesAnExistingOutputAsItWasAndASuccessfulOneReplacesIt) {
+// A failed run leaves an existing output as it was; a successful one replaces it, with a new
+// file's mode rather than the scratch file's private one, and writes through a link (a rename
+// into place would replace the link instead).
+TEST(Tool, OnlyASuccessfulRunReplacesAnOutputAndALinkIsWrittenThrough) {
     TempFolder folder;
     const std::string output = folder.write("out.dump", "the old dump\n");
     const std::string bad = folder.write("bad/MetaModel.xml", "<metaModel file_no=\"1\"><oops>");
-    auto run = runTool({"dump", "-o", output, bad});
-    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(runTool({"dump", "-o", output, bad}).exitCode, 1);
     EXPECT_EQ(TestSupport::readFile(output), "the old dump\n");
 
-    run = runTool({"dump", "-o", output, sample});
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(TestSupport::readFile(output), "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
-    // The output must not keep the scratch file's private mode, but have a new file's.
-    const std::string plain = folder.write("plain", "");
-    EXPECT_EQ(std::filesystem::status(output).permissions(),
-              std::filesystem::status(plain).permissions());
-    // No scratch file is left beside it.
-    size_t entries = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path()))
-        ++entries;
-    EXPECT_EQ(entries, 3u);
-}
-
-} // namespace
-
-namespace {
-
-// A rename into place would replace a link (or a device, or a pipe) instead of writing
-// through it, as the user asked.
-TEST(Tool, AnOutputThatIsALinkIsWrittenThroughNotReplaced) {
-    TempFolder folder;
     const std::string real = folder.write("real.dump", "");
     const std::string link = folder.file("link.dump");
     std::filesystem::create_symlink(real, link);
-    const auto run = runTool({"dump", "-o", link, sample});
-    EXPECT_EQ(run.exitCode, 0) << run.err;
+    for (const std::string& target : {output, link})
+        EXPECT_EQ(runTool({"dump", "-o", target, sample}).exitCode, 0) << target;
+    EXPECT_EQ(TestSupport::readFile(output), sampleDump);
+    EXPECT_EQ(TestSupport::readFile(real), sampleDump);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
-    EXPECT_EQ(TestSupport::readFile(real), "Cat \t1003001\tBase\r\nProp\t1003002\tBase.size\r\n");
+    const std::string plain = folder.write("plain", "");
+    EXPECT_EQ(std::filesystem::status(output).permissions(),
+              std::filesystem::status(plain).permissions());
+    // No scratch file is left beside them.
+    size_t entries = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        ++entries;
+    EXPECT_EQ(entries, 5u);
 }
-
-} // namespace
-
-namespace {
 
 // Summaries, init's report included, go to standard error, and in the JSON form every line
 // there is one object: the messages, then the summary.

@@ -179,6 +179,7 @@ TEST_P(TransferCommand, RefusedStatementsAndProceduresAreNamedAndLeaveTheOldMeta
         << run.err;
     EXPECT_NE(run.err.find("'?" + prefix() + "FINAL_METAMODEL' failed"), std::string::npos)
         << run.err;
+    EXPECT_NE(run.err.find("refused by the test"), std::string::npos) << run.err;
     EXPECT_EQ(finalTables(), before);
     allow("TypProp");
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -59,10 +60,19 @@ protected:
             return "<failed>";
         return buffer.c_str();
     }
-    static std::string appDir() { return folder(&AppDataManager::IPaths::GetApplicationFolder); }
-    static std::string userDir() { return folder(&AppDataManager::IPaths::GetUserFolder); }
-    static std::string allUsersDir() {
-        return folder(&AppDataManager::IPaths::GetCommonDataFolder);
+    // The folder named `which` ("app", "user", "all", "plugins", "extension", "temp").
+    static std::string ask(const std::string& which) {
+        using P = AppDataManager::IPaths;
+        if (which == "plugins" || which == "extension") {
+            ORLO::String answer = "stale";
+            which == "plugins" ? paths().GetPluginFolder(answer)
+                               : paths().GetExtensionFolder(answer);
+            return answer;
+        }
+        return which == "app"    ? folder(&P::GetApplicationFolder)
+               : which == "user" ? folder(&P::GetUserFolder)
+               : which == "all"  ? folder(&P::GetCommonDataFolder)
+                                 : tempDir();
     }
     static std::string tempDir(int size = 1024) {
         std::string buffer(size_t(size), '\x7f');
@@ -78,16 +88,59 @@ private:
     std::map<std::string, std::optional<std::string>> saved_;
 };
 
-TEST_F(AppDataTest, ApplicationFolderComesFromEnvironmentThenInstallationThenSourceTree) {
-    setenv("METAMODEL_APP_DIR", "/opt/mm/share//", 1);
-    EXPECT_EQ(appDir(), "/opt/mm/share");
+// Each folder comes from the option, else its variable, else its fallback.
+TEST_F(AppDataTest, FoldersComeFromTheOptionThenTheEnvironmentThenTheirFallback) {
+    struct Case {
+        const char* folder;
+        const char* environment; // NAME=value, separated by spaces
+        ORLO::String AppDataOverrides::*option;
+        const char* optionValue;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"app", "METAMODEL_APP_DIR=/opt/mm/share//", nullptr, "", "/opt/mm/share"},
+        {"app", "METAMODEL_APP_DIR=/", nullptr, "", "/"},
+        {"app", "METAMODEL_APP_DIR=/opt/mm", &AppDataOverrides::appDir, "/o/app", "/o/app"},
+        {"user", "HOME=/home/someone/", nullptr, "", "/home/someone/.local/share/metamodel"},
+        // A relative XDG_DATA_HOME is invalid and is passed over.
+        {"user", "HOME=/h XDG_DATA_HOME=relative/data", nullptr, "", "/h/.local/share/metamodel"},
+        {"user", "HOME=/h XDG_DATA_HOME=/xdg/data", nullptr, "", "/xdg/data/metamodel"},
+        {"user", "XDG_DATA_HOME=/xdg METAMODEL_USER_DIR=/explicit", nullptr, "", "/explicit"},
+        {"user", "METAMODEL_USER_DIR=/explicit", &AppDataOverrides::userDir, "/o/user", "/o/user"},
+        {"all", "", nullptr, "", "/var/lib/metamodel"},
+        {"all", "METAMODEL_ALL_USERS_DIR=/srv/mm", nullptr, "", "/srv/mm"},
+        {"all", "METAMODEL_ALL_USERS_DIR=/srv", &AppDataOverrides::allUsersDir, "/o/all", "/o/all"},
+        {"plugins", "", nullptr, "", ""},
+        {"plugins", "METAMODEL_PLUGINS_DIR=/plug", nullptr, "", "/plug"},
+        {"plugins", "METAMODEL_PLUGINS_DIR=/p", &AppDataOverrides::pluginsDir, "/o/p", "/o/p"},
+        {"extension", "", nullptr, "", ""},
+        {"extension", "METAMODEL_EXTENSION_DIR=/ext", nullptr, "", "/ext"},
+        {"extension", "METAMODEL_EXTENSION_DIR=/e", &AppDataOverrides::extensionDir, "/o/e",
+         "/o/e"},
+        // The temporary folder always ends with one slash.
+        {"temp", "", nullptr, "", "/tmp/"},
+        {"temp", "TMPDIR=/var/tmp", nullptr, "", "/var/tmp/"},
+        {"temp", "TMPDIR=/scratch/", nullptr, "", "/scratch/"},
+        {"temp", "TMPDIR=/var/tmp", &AppDataOverrides::tempDir, "/o/tmp", "/o/tmp/"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.folder) + " with '" + c.environment + "'");
+        for (const char* name : variables)
+            unsetenv(name);
+        std::istringstream assignments(c.environment);
+        for (std::string assignment; assignments >> assignment;) {
+            const size_t equals = assignment.find('=');
+            setenv(assignment.substr(0, equals).c_str(), assignment.substr(equals + 1).c_str(), 1);
+        }
+        AppDataOverrides overrides;
+        if (c.option)
+            overrides.*c.option = c.optionValue;
+        AppDataManager::SetAppDataOverrides(overrides);
+        EXPECT_EQ(ask(c.folder), c.expected);
+    }
+}
 
-    AppDataOverrides overrides;
-    overrides.appDir = "/from/option";
-    AppDataManager::SetAppDataOverrides(overrides);
-    EXPECT_EQ(appDir(), "/from/option");
-
-    AppDataManager::SetAppDataOverrides({});
+TEST_F(AppDataTest, WithoutASettingTheApplicationFolderIsTheInstallationsOrTheSourceTrees) {
     setenv("METAMODEL_APP_DIR", "", 1);
     const fs::path beside =
         (fs::read_symlink("/proc/self/exe").parent_path() / ".." / "share" / "metamodel")
@@ -95,66 +148,8 @@ TEST_F(AppDataTest, ApplicationFolderComesFromEnvironmentThenInstallationThenSou
     const std::string expected = fs::is_directory(beside)
                                      ? beside.string()
                                      : std::string(METAMODEL_SOURCE_DIR) + "/share/metamodel";
-    EXPECT_EQ(appDir(), expected);
-    EXPECT_TRUE(fs::is_directory(appDir()));
-}
-
-TEST_F(AppDataTest, UserFolderFallsBackFromVariableToXdgToHome) {
-    setenv("HOME", "/home/someone/", 1);
-    EXPECT_EQ(userDir(), "/home/someone/.local/share/metamodel");
-    // A relative XDG_DATA_HOME is invalid and is passed over.
-    setenv("XDG_DATA_HOME", "relative/data", 1);
-    EXPECT_EQ(userDir(), "/home/someone/.local/share/metamodel");
-    setenv("XDG_DATA_HOME", "/xdg/data", 1);
-    EXPECT_EQ(userDir(), "/xdg/data/metamodel");
-    setenv("METAMODEL_USER_DIR", "/explicit/user", 1);
-    EXPECT_EQ(userDir(), "/explicit/user");
-    AppDataOverrides overrides;
-    overrides.userDir = "/option/user";
-    AppDataManager::SetAppDataOverrides(overrides);
-    EXPECT_EQ(userDir(), "/option/user");
-}
-
-TEST_F(AppDataTest, CommonPluginAndExtensionFolders) {
-    EXPECT_EQ(allUsersDir(), "/var/lib/metamodel");
-    setenv("METAMODEL_ALL_USERS_DIR", "/srv/mm", 1);
-    EXPECT_EQ(allUsersDir(), "/srv/mm");
-
-    ORLO::String plugins = "stale", extension = "stale";
-    paths().GetPluginFolder(plugins);
-    paths().GetExtensionFolder(extension);
-    EXPECT_EQ(plugins, "");
-    EXPECT_EQ(extension, "");
-
-    setenv("METAMODEL_PLUGINS_DIR", "/plug", 1);
-    setenv("METAMODEL_EXTENSION_DIR", "/ext", 1);
-    paths().GetPluginFolder(plugins);
-    paths().GetExtensionFolder(extension);
-    EXPECT_EQ(plugins, "/plug");
-    EXPECT_EQ(extension, "/ext");
-
-    AppDataOverrides overrides;
-    overrides.allUsersDir = "/o/all";
-    overrides.pluginsDir = "/o/plug";
-    overrides.extensionDir = "/o/ext";
-    AppDataManager::SetAppDataOverrides(overrides);
-    paths().GetPluginFolder(plugins);
-    paths().GetExtensionFolder(extension);
-    EXPECT_EQ(allUsersDir(), "/o/all");
-    EXPECT_EQ(plugins, "/o/plug");
-    EXPECT_EQ(extension, "/o/ext");
-}
-
-TEST_F(AppDataTest, TemporaryFolderAlwaysEndsWithOneSlash) {
-    EXPECT_EQ(tempDir(), "/tmp/");
-    setenv("TMPDIR", "/var/tmp", 1);
-    EXPECT_EQ(tempDir(), "/var/tmp/");
-    setenv("TMPDIR", "/scratch/", 1);
-    EXPECT_EQ(tempDir(), "/scratch/");
-    AppDataOverrides overrides;
-    overrides.tempDir = "/o/tmp";
-    AppDataManager::SetAppDataOverrides(overrides);
-    EXPECT_EQ(tempDir(), "/o/tmp/");
+    EXPECT_EQ(ask("app"), expected);
+    EXPECT_TRUE(fs::is_directory(expected));
 }
 
 TEST_F(AppDataTest, BufferFormsAnswerZeroWhenTheFolderDoesNotFit) {
@@ -190,19 +185,14 @@ TEST_F(AppDataTest, CreateFlagMakesTheFolder) {
     fs::remove_all(root);
 }
 
-TEST_F(AppDataTest, ProductionModeSetting) {
-    const auto* settings = LoadAppDataManager()->GetSettings();
+TEST_F(AppDataTest, ProductionModeIsOnUnlessTheSettingIsAnIntegerZero) {
     EXPECT_EQ(productionMode(), 1);
-    setenv("METAMODEL_PRODUCTION_MODE", "0", 1);
-    EXPECT_EQ(productionMode(), 0);
-    setenv("METAMODEL_PRODUCTION_MODE", "yes", 1);
-    EXPECT_EQ(productionMode(), 1);
-    setenv("METAMODEL_PRODUCTION_MODE", "0x", 1);
-    EXPECT_EQ(productionMode(), 1);
-    // All digits, but no int holds them.
-    setenv("METAMODEL_PRODUCTION_MODE", "99999999999", 1);
-    EXPECT_EQ(productionMode(), 1);
-
+    // "99999999999" is all digits, but no int holds it.
+    for (const auto& [value, expected] : std::initializer_list<std::pair<const char*, int>>{
+             {"0", 0}, {"yes", 1}, {"0x", 1}, {"99999999999", 1}}) {
+        setenv("METAMODEL_PRODUCTION_MODE", value, 1);
+        EXPECT_EQ(productionMode(), expected) << value;
+    }
     AppDataOverrides overrides;
     overrides.hasProductionMode = true;
     overrides.productionMode = 1;
@@ -211,52 +201,40 @@ TEST_F(AppDataTest, ProductionModeSetting) {
     EXPECT_EQ(productionMode(), 1);
 
     // Other settings are not stored: they answer the caller's default.
+    const auto* settings = LoadAppDataManager()->GetSettings();
     EXPECT_EQ(settings->GetInt("global", "Other", 7, 0), 7);
     EXPECT_EQ(settings->GetInt("local", "ProductionMode", 7, 0), 7);
     EXPECT_EQ(settings->GetInt(nullptr, nullptr, -3, 0), -3);
 }
 
-struct SplitParts {
-    std::string drive, directory, name, extension;
-};
-
-SplitParts split(const char* path, int size = 1025) {
-    std::string drive(size_t(size), 'D'), directory(size_t(size), 'D'), name(size_t(size), 'D'),
-        extension(size_t(size), 'D');
-    LoadAppDataManager()->GetPaths()->SplitPath(path, drive.data(), directory.data(), name.data(),
-                                                extension.data(), size);
-    return {drive.c_str(), directory.c_str(), name.c_str(), extension.c_str()};
-}
-
-void expectSplit(const char* path, const SplitParts& expected) {
-    const SplitParts parts = split(path);
-    EXPECT_EQ(parts.drive, "") << path;
-    EXPECT_EQ(parts.directory, expected.directory) << path;
-    EXPECT_EQ(parts.name, expected.name) << path;
-    EXPECT_EQ(parts.extension, expected.extension) << path;
+// The four parts of a path, joined by '|', each cut to the buffer size.
+std::string split(const char* path, int size = 1025) {
+    std::string parts[4];
+    for (std::string& part : parts)
+        part.assign(size_t(size), 'D');
+    LoadAppDataManager()->GetPaths()->SplitPath(path, parts[0].data(), parts[1].data(),
+                                                parts[2].data(), parts[3].data(), size);
+    return std::string(parts[0].c_str()) + "|" + parts[1].c_str() + "|" + parts[2].c_str() + "|" +
+           parts[3].c_str();
 }
 
 TEST_F(AppDataTest, SplitPathCutsAtTheLastSeparatorAndTheLastPoint) {
-    expectSplit("/a/b/MetaModel.xml", {"", "/a/b/", "MetaModel", ".xml"});
-    expectSplit("C:\\x\\y.tar.gz", {"", "C:\\x\\", "y.tar", ".gz"});
-    expectSplit("a\\b/c", {"", "a\\b/", "c", ""});
-    expectSplit("dir.d/file", {"", "dir.d/", "file", ""});
-    expectSplit("file.txt", {"", "", "file", ".txt"});
-    expectSplit("a/b/", {"", "a/b/", "", ""});
-    expectSplit("/x/.hidden", {"", "/x/", "", ".hidden"});
-    expectSplit("", {"", "", "", ""});
-    expectSplit(nullptr, {"", "", "", ""});
-}
-
-TEST_F(AppDataTest, SplitPathSkipsNullBuffersAndCutsLongParts) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/a/b/MetaModel.xml", "|/a/b/|MetaModel|.xml"},
+        {"C:\\x\\y.tar.gz", "|C:\\x\\|y.tar|.gz"},
+        {"a\\b/c", "|a\\b/|c|"},
+        {"dir.d/file", "|dir.d/|file|"},
+        {"file.txt", "||file|.txt"},
+        {"a/b/", "|a/b/||"},
+        {"/x/.hidden", "|/x/||.hidden"},
+        {"", "|||"},
+        {nullptr, "|||"}};
+    for (const auto& [path, parts] : cases)
+        EXPECT_EQ(split(path), parts) << (path ? path : "null");
+    EXPECT_EQ(split("/long/folder/name.ext", 5), "|/lon|name|.ext");
     char directory[8];
     LoadAppDataManager()->GetPaths()->SplitPath("/a/b.c", nullptr, directory, nullptr, nullptr);
     EXPECT_STREQ(directory, "/a/");
-
-    const SplitParts parts = split("/long/folder/name.ext", 5);
-    EXPECT_EQ(parts.directory, "/lon");
-    EXPECT_EQ(parts.name, "name");
-    EXPECT_EQ(parts.extension, ".ext");
 }
 
 TEST_F(AppDataTest, HostManagerReplacesTheDefaultUntilReset) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
@@ -28,52 +29,50 @@ public:
     DocumentPosition position;
 };
 
-TEST(Raise, ThrowsTheSiteClassWithTheFilledRecord) {
-    int raiseLine = 0;
+// The failure `raising` throws, which must be of the site's class.
+template <class Raising> std::optional<CLookupFailure> caught(Raising raising) {
     try {
-        raiseLine = __LINE__ + 1;
-        CppLanguage::raise<CLookupFailure>(ORLO_HERE, "QEL_MM_UNDEF_CAT_NAM", {{"CAT_NAM", "Foo"}});
-    } catch (const CppLanguage::CRuntimeException& caught) {
-        EXPECT_EQ(typeid(caught), typeid(CLookupFailure));
-        EXPECT_STREQ(caught.what(), "Category 'Foo' is not defined.");
-        EXPECT_EQ(caught.GetFile(), __FILE__);
-        EXPECT_EQ(caught.GetLine(), raiseLine);
-        EXPECT_EQ(caught.GetDate(), __DATE__);
-        const std::string time = caught.GetTime();
-        EXPECT_EQ(caught.GetDetail(), "[" __FILE__ "; " + std::to_string(raiseLine) +
-                                          "; " __DATE__ " " + time +
-                                          "] : Category 'Foo' is not defined.");
-        const CppLanguage::IAppMsg* record = caught.GetAppMsg();
-        ASSERT_NE(record, nullptr);
-        EXPECT_STREQ(record->GetId(), "QEL_MM_UNDEF_CAT_NAM");
-        EXPECT_STREQ(record->GetComponent(), "QEL");
-        EXPECT_STREQ(record->GetLibraryFile(), __FILE__);
-        EXPECT_EQ(record->GetLibraryLine(), raiseLine);
-        EXPECT_EQ(record->GetSeverity(), CppLanguage::SeverityError);
-        const CppLanguage::MsgArguments arguments = {{"CAT_NAM", "Foo"}};
-        EXPECT_EQ(record->GetArguments(), arguments);
-        // Outside any document the record has no position.
-        EXPECT_EQ(record->GetDocument(), nullptr);
-        EXPECT_EQ(record->GetLine(), 0);
-        return;
+        raising();
+    } catch (const CppLanguage::CRuntimeException& failure) {
+        EXPECT_EQ(typeid(failure), typeid(CLookupFailure));
+        return static_cast<const CLookupFailure&>(failure);
     }
     ADD_FAILURE() << "raise returned";
+    return std::nullopt;
 }
 
-TEST(Raise, InsideADocumentCarriesItsPosition) {
+TEST(Raise, ThrowsTheSiteClassWithTheFilledRecordAndTheDocumentPosition) {
+    const int raiseLine = __LINE__ + 2;
+    const auto outside = caught([] {
+        CppLanguage::raise<CLookupFailure>(ORLO_HERE, "QEL_MM_UNDEF_CAT_NAM", {{"CAT_NAM", "Foo"}});
+    });
+    ASSERT_TRUE(outside);
+    EXPECT_STREQ(outside->what(), "Category 'Foo' is not defined.");
+    EXPECT_EQ(outside->GetLine(), raiseLine);
+    EXPECT_EQ(outside->GetDetail(), "[" __FILE__ "; " + std::to_string(raiseLine) +
+                                        "; " __DATE__ " " + outside->GetTime() +
+                                        "] : Category 'Foo' is not defined.");
+    const CppLanguage::IAppMsg* record = outside->GetAppMsg();
+    ASSERT_NE(record, nullptr);
+    EXPECT_STREQ(record->GetId(), "QEL_MM_UNDEF_CAT_NAM");
+    EXPECT_STREQ(record->GetComponent(), "QEL");
+    EXPECT_STREQ(record->GetLibraryFile(), __FILE__);
+    EXPECT_EQ(record->GetLibraryLine(), raiseLine);
+    EXPECT_EQ(record->GetSeverity(), CppLanguage::SeverityError);
+    EXPECT_EQ(record->GetArguments(), (CppLanguage::MsgArguments{{"CAT_NAM", "Foo"}}));
+    // Outside any document the record has no position; inside one, it has the reader's.
+    EXPECT_EQ(record->GetDocument(), nullptr);
+    EXPECT_EQ(record->GetLine(), 0);
+
     MovingPosition reader({"/m/MetaModel.xml", 9, 14});
     const DocumentPositionScope scope(reader);
-    try {
-        CppLanguage::raise<CLookupFailure>(ORLO_HERE, "QEL_MM_EMPTY_ID");
-    } catch (const CLookupFailure& caught) {
-        ASSERT_NE(caught.GetAppMsg(), nullptr);
-        EXPECT_STREQ(caught.GetAppMsg()->GetDocument(), "/m/MetaModel.xml");
-        EXPECT_EQ(caught.GetAppMsg()->GetLine(), 9);
-        EXPECT_EQ(caught.GetAppMsg()->GetColumn(), 14);
-        EXPECT_TRUE(caught.GetAppMsg()->GetArguments().empty());
-        return;
-    }
-    ADD_FAILURE() << "raise returned";
+    const auto inside =
+        caught([] { CppLanguage::raise<CLookupFailure>(ORLO_HERE, "QEL_MM_EMPTY_ID"); });
+    ASSERT_TRUE(inside && inside->GetAppMsg());
+    EXPECT_STREQ(inside->GetAppMsg()->GetDocument(), "/m/MetaModel.xml");
+    EXPECT_EQ(inside->GetAppMsg()->GetLine(), 9);
+    EXPECT_EQ(inside->GetAppMsg()->GetColumn(), 14);
+    EXPECT_TRUE(inside->GetAppMsg()->GetArguments().empty());
 }
 
 TEST(Report, PostsTheMessageAndReturns) {
@@ -82,15 +81,13 @@ TEST(Report, PostsTheMessageAndReturns) {
     CppLanguage::report(ORLO_HERE, "QEL_MM_CONFLICT_CAT_ID", {{"ID", 1000001}, {"NAM", "Alpha"}});
     CppLanguage::report(ORLO_HERE, "QEL_MM_INVALID_CHARCNAME",
                         {{"NAME", static_cast<const char*>(nullptr)}});
-    ASSERT_EQ(capture.messages().size(), 2u);
-    const auto& first = capture.messages()[0];
-    EXPECT_EQ(capture.ids(),
+    ASSERT_EQ(capture.ids(),
               (std::vector<std::string>{"QEL_MM_CONFLICT_CAT_ID", "QEL_MM_INVALID_CHARCNAME"}));
-    EXPECT_EQ(capture.argument(0, "ID"), "1000001");
-    EXPECT_EQ(capture.argument(0, "NAM"), "Alpha");
+    const auto& first = capture.messages()[0];
     EXPECT_STREQ(
         first.GetText(),
         "Category 'Alpha' has the id 1000001, which another category or type already has.");
+    EXPECT_EQ(capture.argument(0, "ID"), "1000001");
     EXPECT_STREQ(first.GetComponent(), "QEL");
     EXPECT_STREQ(first.GetLibraryFile(), __FILE__);
     EXPECT_EQ(first.GetLibraryLine(), reportLine);

@@ -32,4 +32,16 @@ std::string MessageCapture::argument(size_t index, const std::string& name) cons
     return "<absent>";
 }
 
+std::vector<std::string> MessageCapture::summaries() const {
+    std::vector<std::string> result;
+    for (const auto& message : messages_) {
+        std::string line = std::string(message.GetId() ? message.GetId() : "") + "@" +
+                           std::to_string(message.GetLine()) + "(";
+        for (const auto& [key, value] : message.GetArguments())
+            line += key + "=" + value + ",";
+        result.push_back(line + ")");
+    }
+    return result;
+}
+
 } // namespace TestSupport

@@ -20,6 +20,8 @@ public:
     std::vector<std::string> ids() const;
     // The value of a named argument of message `index`, or "<absent>".
     std::string argument(size_t index, const std::string& name) const;
+    // Each message as "ID@line(NAME=value,...)", arguments in their order.
+    std::vector<std::string> summaries() const;
 
 private:
     std::vector<CppLanguage::CAppMsg> messages_;

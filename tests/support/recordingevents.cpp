@@ -29,42 +29,46 @@ std::vector<std::string> RecordingEvents::body() const {
 void RecordingEvents::sourceChanged() {
     if (GetSource() != lastSource_) {
         lastSource_ = GetSource();
-        events.push_back("Source " + lastSource_);
+        record("Source " + lastSource_);
     }
 }
 
+void RecordingEvents::record(std::string line) {
+    events.push_back(std::move(line));
+    if (afterEach)
+        afterEach();
+}
+
 void RecordingEvents::OnStart() {
-    events.push_back("Start");
+    record("Start");
 }
 
 void RecordingEvents::OnEnd() {
-    events.push_back("End");
+    record("End");
 }
 
 void RecordingEvents::OnStartCategory(const MetaModel::String& name, bool partial,
                                       const MetaModel::String& description, int id,
                                       const ElementStatus& status) {
     sourceChanged();
-    events.push_back("StartCategory " + std::string(name) + (partial ? " partial '" : " full '") +
-                     std::string(description) + "' " + std::to_string(id) + " " +
-                     statusWord(status));
+    record("StartCategory " + std::string(name) + (partial ? " partial '" : " full '") +
+           std::string(description) + "' " + std::to_string(id) + " " + statusWord(status));
 }
 
 void RecordingEvents::OnEndCategory(bool partial) {
-    events.push_back(partial ? "EndCategory partial" : "EndCategory full");
+    record(partial ? "EndCategory partial" : "EndCategory full");
 }
 
 void RecordingEvents::OnStartType(const MetaModel::String& name, bool partial,
                                   const MetaModel::String& description, int id,
                                   const ElementStatus& status) {
     sourceChanged();
-    events.push_back("StartType " + std::string(name) + (partial ? " partial '" : " full '") +
-                     std::string(description) + "' " + std::to_string(id) + " " +
-                     statusWord(status));
+    record("StartType " + std::string(name) + (partial ? " partial '" : " full '") +
+           std::string(description) + "' " + std::to_string(id) + " " + statusWord(status));
 }
 
 void RecordingEvents::OnEndType(bool partial) {
-    events.push_back(partial ? "EndType partial" : "EndType full");
+    record(partial ? "EndType partial" : "EndType full");
 }
 
 void RecordingEvents::OnStartProperty(const MetaModel::String& name,
@@ -72,37 +76,36 @@ void RecordingEvents::OnStartProperty(const MetaModel::String& name,
                                       const MetaModel::String& type, const int& minimalCardinality,
                                       const int& maximalCardinality, const MetaModel::String& merge,
                                       int id, const ElementStatus& status) {
-    events.push_back("StartProperty " + std::string(name) + " '" + std::string(description) + "' " +
-                     std::string(type) + " " + std::to_string(minimalCardinality) + ".." +
-                     std::to_string(maximalCardinality) + " " + std::string(merge) + " " +
-                     std::to_string(id) + " " + statusWord(status));
+    record("StartProperty " + std::string(name) + " '" + std::string(description) + "' " +
+           std::string(type) + " " + std::to_string(minimalCardinality) + ".." +
+           std::to_string(maximalCardinality) + " " + std::string(merge) + " " +
+           std::to_string(id) + " " + statusWord(status));
 }
 
 void RecordingEvents::OnEndProperty() {
-    events.push_back("EndProperty");
+    record("EndProperty");
 }
 
 void RecordingEvents::OnAttribute(const MetaModel::String& name, int value,
                                   const ElementStatus& status) {
-    events.push_back("Attribute " + std::string(name) + " int " + std::to_string(value) + " " +
-                     statusWord(status));
+    record("Attribute " + std::string(name) + " int " + std::to_string(value) + " " +
+           statusWord(status));
 }
 
 void RecordingEvents::OnAttribute(const MetaModel::String& name, const MetaModel::String& value,
                                   const ElementStatus& status) {
-    events.push_back("Attribute " + std::string(name) + " '" + std::string(value) + "' " +
-                     statusWord(status));
+    record("Attribute " + std::string(name) + " '" + std::string(value) + "' " +
+           statusWord(status));
 }
 
 void RecordingEvents::OnInheritedCategory(const MetaModel::String& name,
                                           const ElementStatus& status) {
-    events.push_back("InheritedCategory " + std::string(name) + " " + statusWord(status));
+    record("InheritedCategory " + std::string(name) + " " + statusWord(status));
 }
 
 void RecordingEvents::OnTree(const MetaModel::String& parent, const MetaModel::String& category,
                              const ElementStatus& status) {
-    events.push_back("Tree " + std::string(parent) + " " + std::string(category) + " " +
-                     statusWord(status));
+    record("Tree " + std::string(parent) + " " + std::string(category) + " " + statusWord(status));
 }
 
 } // namespace TestSupport

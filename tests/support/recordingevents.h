@@ -2,6 +2,7 @@
 
 #include "metamodel/stream/metamodelevents.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@ namespace TestSupport {
 class RecordingEvents : public MetaModel::CMetaModelEvents {
 public:
     std::vector<std::string> events;
+    // Called after every line is written down, for tests that note what held at that moment.
+    std::function<void()> afterEach;
 
     // The lines between Start and End without the Source lines, for documents whose stream
     // is all that matters.
@@ -42,6 +45,7 @@ protected:
                 const ElementStatus& status) override;
 
 private:
+    void record(std::string line);
     void sourceChanged();
     std::string lastSource_;
 };

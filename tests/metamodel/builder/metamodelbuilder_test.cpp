@@ -1,5 +1,4 @@
 #include "metamodel/builder/documentbuild.h"
-#include "metamodel/model/raisedmessage.h"
 
 #include "interfaces/ipropertytype.h"
 #include "metamodel/builder/metamodelbuilder.h"
@@ -123,7 +122,7 @@ TEST_F(LinkedDocuments, TreeLinksNeedATypeAKnownParentAndAKnownTree) {
     EXPECT_EQ(typeHolder.GetTreeChildMap().size(), 1u);
 }
 
-TEST(Builder, InactiveElementsDisappearWithEverythingInside) {
+TEST(Builder, InactiveElementsDisappearAndTheOthersTakeTheWeakerStatusOfTheirOwner) {
     const ModelPtr model = buildFromDocuments({"status/MetaModel.xml"});
     EXPECT_FALSE(model->HasCategory("Dropped"));
     EXPECT_FALSE(model->HasProperty("Dropped.inside"));
@@ -136,10 +135,8 @@ TEST(Builder, InactiveElementsDisappearWithEverythingInside) {
     EXPECT_EQ(kept.GetAttributes().size(), 2u) << "AFTER and the derived ROOT_PATH";
     EXPECT_TRUE(kept.GetLocalCategories().empty());
     EXPECT_EQ(model->GetProperties().size(), 3u);
-}
 
-TEST(Builder, AttributesTakeTheWeakerStatusOfThemselvesAndTheirOwner) {
-    const ModelPtr model = buildFromDocuments({"status/MetaModel.xml"});
+    // What stays takes the weaker status of itself and its owner.
     const auto& old = property(*model, "Kept.old");
     EXPECT_EQ(old.GetStatus(), QEL::EsObsolete);
     EXPECT_EQ(old.GetAttribute("TRANSIENT")->GetStatus(), QEL::EsObsolete);
@@ -158,9 +155,8 @@ protected:
     MetaModel::CMetaModelBuilder builder;
     const IMetaModelEvents::ElementStatus active = IMetaModelEvents::EsActive;
 
-    void property(const std::string& name, const std::string& type, int maximal = 1,
-                  const std::string& merge = "no") {
-        builder.StartProperty(name, "", type, 0, maximal, merge, 1, active);
+    void property(const std::string& name, const std::string& type) {
+        builder.StartProperty(name, "", type, 0, 1, "no", 1, active);
         builder.EndProperty();
     }
 };
@@ -196,17 +192,6 @@ TEST_F(BuilderEvents, EventsOutsideAnyElementFindNothingToAttachTo) {
     builder.End();
     EXPECT_TRUE(builder.GetResult()->GetProperties().empty());
     EXPECT_TRUE(builder.invariant());
-}
-
-TEST_F(BuilderEvents, AnUnknownMergeWordFailsTheStreamWithTheNameOfTheProperty) {
-    builder.Start();
-    builder.StartCategory("Box", false, "", 1, active);
-    const auto raised = TestSupport::raisedBy<QEL::CMetaModelException>(
-        [&] { property("weight", "integer", 1, "average"); });
-    EXPECT_EQ(raised,
-              (TestSupport::RaisedMessage{"QEL_MM_INVALID_PROP_MERGE",
-                                          {{"PROP_NAM", "Box.weight"}, {"PROP_MRG", "average"}}}));
-    EXPECT_FALSE(builder.GetResult()->HasProperty("Box.weight"));
 }
 
 TEST_F(BuilderEvents, DetachingHandsOverTheModelAndStartsAFreshOneWithAHigherVersion) {

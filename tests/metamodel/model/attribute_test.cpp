@@ -13,27 +13,20 @@ namespace {
 
 using TestSupport::MessageCapture;
 
-TEST(AttributedItem, ASecondAttributeOfANameHidesTheFirstWhichStaysListed) {
+TEST(AttributedItem, TheLatestAttributeOfANameHidesTheOthersWhichStayListed) {
     QEL::CAttributedItem item;
-    const QEL::IAttribute* first = item.AddAttribute("COLOR", "red");
-    const QEL::IAttribute* second = item.AddAttribute("COLOR", 7);
-    EXPECT_EQ(item.GetAttribute("COLOR"), second);
-    ASSERT_EQ(item.GetAttributes().size(), 2u);
-    EXPECT_TRUE(item.GetAttributes().contains(first));
-    EXPECT_EQ(item.GetAttribute("color"), nullptr) << "names compare exactly";
-    EXPECT_EQ(second->GetStatus(), QEL::EsInactive) << "the caller sets the status";
-}
-
-TEST(AttributedItem, ManyAttributesKeepTheLatestOfEachNameFindable) {
-    QEL::CAttributedItem item;
-    for (int i = 0; i < 20; ++i)
+    const QEL::IAttribute* first = item.AddAttribute("A0", "red");
+    for (int i = 1; i < 20; ++i)
         item.AddAttribute("A" + std::to_string(i % 12), i);
     for (int i = 0; i < 12; ++i) {
         const int latest = i < 8 ? i + 12 : i;
         ASSERT_EQ(item.GetAttribute("A" + std::to_string(i))->GetIntegerValue(), latest) << i;
     }
     EXPECT_EQ(item.GetAttributes().size(), 20u);
+    EXPECT_TRUE(item.GetAttributes().contains(first));
     EXPECT_EQ(item.GetAttribute("A12"), nullptr);
+    EXPECT_EQ(item.GetAttribute("a1"), nullptr) << "names compare exactly";
+    EXPECT_EQ(item.GetAttribute("A1")->GetStatus(), QEL::EsInactive) << "the caller sets it";
 
     // A copy owns copies of every attribute, hidden ones included.
     const QEL::CAttributedItem copy(item);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,47 +15,39 @@ namespace {
 using MetaModel::RowsByOwner;
 using MetaModel::TextStore;
 
-std::vector<std::string> rowsOf(const RowsByOwner<std::string>::Range& range) {
-    std::vector<std::string> rows;
-    for (const std::string& row : range)
-        rows.push_back(row);
-    return rows;
-}
-
-TEST(RowsByOwner, RowsThatArriveOutOfOrderAreGroupedKeepingTheirOrderWithinAnOwner) {
+// Rows are "<owner>/<n>"; each sequence goes into the same table, cleared in between.
+TEST(RowsByOwner, RowsAreGroupedByOwnerKeepingTheirOrderWithinOne) {
+    const std::vector<std::vector<int>> sequences = {
+        {7, 3, 7, -2, 3, 7}, // out of order
+        {1, 1, 4},           // already sorted: left as it came
+        {9, 2},
+    };
     RowsByOwner<std::string> rows;
-    rows.add(7, "7a");
-    rows.add(3, "3a");
-    rows.add(7, "7b");
-    rows.add(-2, "-2a");
-    rows.add(3, "3b");
-    rows.add(7, "7c");
-    rows.group();
-    EXPECT_EQ(rowsOf(rows.of(7)), (std::vector<std::string>{"7a", "7b", "7c"}));
-    EXPECT_EQ(rowsOf(rows.of(3)), (std::vector<std::string>{"3a", "3b"}));
-    EXPECT_EQ(rowsOf(rows.of(-2)), std::vector<std::string>{"-2a"});
-    EXPECT_TRUE(rows.of(5).empty());
-    EXPECT_TRUE(rows.of(100).empty());
-    EXPECT_EQ(rows.of(7).back(), "7c");
-    EXPECT_EQ(rowsOf(rows.all()), (std::vector<std::string>{"-2a", "3a", "3b", "7a", "7b", "7c"}));
-}
-
-TEST(RowsByOwner, SortedRowsStayAsTheyCameAndAClearedTableStartsAfresh) {
-    RowsByOwner<std::string> rows;
-    rows.add(1, "1a");
-    rows.add(1, "1b");
-    rows.add(4, "4a");
-    rows.group();
-    EXPECT_EQ(rowsOf(rows.all()), (std::vector<std::string>{"1a", "1b", "4a"}));
-    EXPECT_EQ(rows.of(1).size(), 2u);
-    EXPECT_EQ(rows.of(1)[1], "1b");
-
-    rows.clear();
-    rows.add(9, "9a");
-    rows.add(2, "2a");
-    rows.group();
-    EXPECT_EQ(rowsOf(rows.all()), (std::vector<std::string>{"2a", "9a"}));
-    EXPECT_TRUE(rows.of(1).empty());
+    for (const std::vector<int>& owners : sequences) {
+        SCOPED_TRACE(testing::PrintToString(owners));
+        std::map<int, std::vector<std::string>> expected;
+        rows.clear();
+        for (size_t index = 0; index < owners.size(); ++index) {
+            const std::string row = std::to_string(owners[index]) + "/" + std::to_string(index);
+            rows.add(owners[index], std::string(row));
+            expected[owners[index]].push_back(row);
+        }
+        rows.group();
+        std::vector<std::string> all, allExpected;
+        for (const std::string& row : rows.all())
+            all.push_back(row);
+        for (const auto& [owner, ownRows] : expected) {
+            allExpected.insert(allExpected.end(), ownRows.begin(), ownRows.end());
+            const auto range = rows.of(owner);
+            ASSERT_EQ(range.size(), ownRows.size()) << owner;
+            for (size_t index = 0; index < ownRows.size(); ++index)
+                EXPECT_EQ(range[index], ownRows[index]) << owner;
+            EXPECT_EQ(range.back(), ownRows.back()) << owner;
+        }
+        EXPECT_EQ(all, allExpected);
+        for (const int missing : {-3, 1, 5, 100})
+            EXPECT_EQ(rows.of(missing).empty(), !expected.count(missing)) << missing;
+    }
 }
 
 TEST(TextStore, EveryKeptTextStaysWholeWhateverComesAfterIt) {

@@ -90,17 +90,6 @@ TEST(EventStream, InvariantFlagsImpossiblePositionsButTheStreamGoesOn) {
     EXPECT_EQ(copy.GetSource(), "doc.xml");
 }
 
-TEST(EventStream, SetSourceStoresTheLastTextEvenAssignedToItself) {
-    PositionProbe probe;
-    EXPECT_EQ(probe.GetSource(), "");
-    probe.SetSource("a.xml");
-    probe.SetSource(probe.GetSource());
-    EXPECT_EQ(probe.GetSource(), "a.xml");
-    probe.SetSource("b.xml");
-    EXPECT_EQ(probe.GetSource(), "b.xml");
-    EXPECT_TRUE(probe.seen.empty());
-}
-
 TEST(DumpSink, WritesOneLinePerElementAndPropertyInStreamOrder) {
     TestSupport::TempFolder folder;
     const std::string path = folder.file("out.dump");

@@ -85,8 +85,7 @@ TEST(FunctionalValidation, InheritanceDiamondsPassAndCircuitsAreNamedOnce) {
     const BuiltModel self(category("Self", 1, inherits("Self")));
     TestSupport::MessageCapture selfMessages;
     EXPECT_TRUE(FunctionalValidator().inheritanceHasCircuit(self.model()));
-    ASSERT_EQ(selfMessages.ids(), Ids{"QEL_MM_CIRCULAR_INHERITANCE"});
-    EXPECT_EQ(selfMessages.argument(0, "CATEGORY_NAME"), "Self");
+    EXPECT_EQ(selfMessages.summaries(), Ids{"QEL_MM_CIRCULAR_INHERITANCE@0(CATEGORY_NAME=Self,)"});
 
     const BuiltModel ring(category("A", 1, inherits("B")) + category("B", 2, inherits("C")) +
                           category("C", 3, inherits("A")));
@@ -106,8 +105,8 @@ TEST(FunctionalValidation, TreePathsThatMeetAgainCountAsCircuits) {
     FunctionalValidator validator;
     EXPECT_FALSE(validator.isValid(meeting.model()));
     EXPECT_EQ(validator.errorCount(), 1);
-    ASSERT_EQ(messages.ids(), Ids{"QEL_MM_TREE_CIRCUIT"});
-    EXPECT_EQ(messages.argument(0, "CATEGORY_NAME"), "LanternTree");
+    EXPECT_EQ(messages.summaries(),
+              Ids{"QEL_MM_TREE_CIRCUIT@0(CATEGORY_NAME=LanternTree,TYPE_NAME=Child,)"});
 
     const BuiltModel chain(category("ParameterizeTree", 1) + type("Root", 2) +
                            type("Mid", 3, treeLink("Root", "ParameterizeTree")) +
@@ -126,15 +125,13 @@ TEST(FunctionalValidation, InfTypePairsMustComeTogetherAsIntegersAndBeUnique) {
                      pairProperty("none", 8, "", "")));
     TestSupport::MessageCapture messages;
     EXPECT_FALSE(FunctionalValidator().infTypInfSubTypAreCorrect(built.model()));
-    Ids ids = messages.ids();
-    std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(ids, (Ids{"QEL_MM_INFSUBDUPLICATE", "QEL_MM_INFSUBDUPLICATE",
-                        "QEL_MM_INFSUBNOINTEGER", "QEL_MM_NOINFSUBTOGETHER"}));
-    for (size_t i = 0; i < messages.messages().size(); ++i) {
-        if (messages.ids()[i] == "QEL_MM_INFSUBDUPLICATE") {
-            EXPECT_EQ(messages.argument(i, "FIRST_PROPERTY_NAME"), "C.first");
-        }
-    }
+    Ids said = messages.summaries();
+    std::sort(said.begin(), said.end());
+    EXPECT_EQ(said,
+              (Ids{"QEL_MM_INFSUBDUPLICATE@0(FIRST_PROPERTY_NAME=C.first,PROPERTY_NAME=C.second,)",
+                   "QEL_MM_INFSUBDUPLICATE@0(FIRST_PROPERTY_NAME=C.first,PROPERTY_NAME=C.third,)",
+                   "QEL_MM_INFSUBNOINTEGER@0(PROPERTY_NAME=C.strings,)",
+                   "QEL_MM_NOINFSUBTOGETHER@0(PROPERTY_NAME=C.alone,)"}));
 }
 
 TEST(FunctionalValidation, ACategoryMayReachOneLanguageOnly) {
@@ -144,12 +141,12 @@ TEST(FunctionalValidation, ACategoryMayReachOneLanguageOnly) {
         category("Mixed", 4, inherits("Beta")) + category("Plain", 5, inherits("Alpha")));
     TestSupport::MessageCapture messages;
     EXPECT_FALSE(FunctionalValidator().languageInheritanceAreCorrect(built.model()));
-    ASSERT_EQ(messages.ids(), (Ids{"MM_SEVERAL_LANGUAGES", "MM_SEVERAL_LANGUAGES"}));
-    std::vector<std::string> named{messages.argument(0, "CATEGORY_NAME"),
-                                   messages.argument(1, "CATEGORY_NAME")};
-    std::sort(named.begin(), named.end());
-    EXPECT_EQ(named, (std::vector<std::string>{"Beta", "Mixed"}));
-    EXPECT_EQ(messages.argument(0, "LANGUAGES_CATEGORIES"), "Alpha,Beta");
+    Ids said = messages.summaries();
+    std::sort(said.begin(), said.end());
+    EXPECT_EQ(
+        said,
+        (Ids{"MM_SEVERAL_LANGUAGES@0(LANGUAGES_CATEGORIES=Alpha,Beta,CATEGORY_NAME=Beta,)",
+             "MM_SEVERAL_LANGUAGES@0(LANGUAGES_CATEGORIES=Alpha,Beta,CATEGORY_NAME=Mixed,)"}));
 }
 
 TEST(FunctionalValidation, ValidateThrowsTheNumberOfFailingChecks) {

@@ -23,8 +23,6 @@ struct Validation {
     TestSupport::MessageCapture messages;
     CValidationMetaModelEvents events;
 
-    std::string arg(size_t index, const char* name) const { return messages.argument(index, name); }
-    int line(size_t index) const { return messages.messages().at(index).GetLine(); }
     std::string document(size_t index) const {
         const char* text = messages.messages().at(index).GetDocument();
         return text ? text : "";
@@ -76,23 +74,13 @@ TEST(StreamValidation, NameAndIdConflictsAreErrorsAtTheDeclaration) {
     });
     // The type T meets the category T and is dropped, so its derived attributes land on the
     // partial category T; so does the ROOT_PATH of the second C, which collides there.
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_CONFLICT_TYP_NAM", "QEL_MM_CONFLICT_CAT_NAM",
-                                     "QEL_MM_DUPLICATE_ATTRIBUTE", "QEL_MM_CONFLICT_TYP_ID",
-                                     "QEL_MM_CONFLICT_CAT_NAM", "QEL_MM_ONLY_PARTIAL_DECL"}));
-    EXPECT_EQ(v.arg(0, "NAM"), "T");
-    EXPECT_EQ(v.arg(0, "ID"), "1002001");
-    EXPECT_EQ(v.line(0), 4);
+    EXPECT_EQ(v.messages.summaries(), (Ids{"QEL_MM_CONFLICT_TYP_NAM@4(ID=1002001,NAM=T,)",
+                                           "QEL_MM_CONFLICT_CAT_NAM@5(ID=1002005,NAM=C,)",
+                                           "QEL_MM_DUPLICATE_ATTRIBUTE@5(CTXT=T,NAME=ROOT_PATH,)",
+                                           "QEL_MM_CONFLICT_TYP_ID@7(ID=1002006,NAM=U,)",
+                                           "QEL_MM_CONFLICT_CAT_NAM@9(ID=-2147483648,NAM=U,)",
+                                           "QEL_MM_ONLY_PARTIAL_DECL@0(UNKNOWN=T,LOCATION=,)"}));
     EXPECT_EQ(v.document(0), "doc1.xml");
-    EXPECT_EQ(v.arg(1, "NAM"), "C");
-    EXPECT_EQ(v.line(1), 5);
-    EXPECT_EQ(v.arg(2, "CTXT"), "T");
-    EXPECT_EQ(v.arg(2, "NAME"), "ROOT_PATH");
-    EXPECT_EQ(v.arg(3, "NAM"), "U");
-    EXPECT_EQ(v.arg(3, "ID"), "1002006");
-    EXPECT_EQ(v.arg(4, "NAM"), "U");
-    EXPECT_EQ(v.line(4), 9);
-    EXPECT_EQ(v.arg(5, "UNKNOWN"), "T");
-    EXPECT_EQ(v.arg(5, "LOCATION"), "");
     EXPECT_FALSE(v.events.isValid());
     EXPECT_EQ(v.events.errorCount(), 6);
 }
@@ -105,9 +93,10 @@ TEST(StreamValidation, UserTypeNamesDrawWarningsThatLeaveTheSetValid) {
                       "<partial_type name=\"ORLO_partial\"/>",
                   1, "client")});
     // ORLO_partial is only partial: a type draws no message for that.
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_RESERVED_CNAME", "QEL_MM_INVALID_CHARCNAME",
-                                     "QEL_MM_INVALID_CHARCNAME", "QEL_MM_RESERVED_CNAME"}));
-    EXPECT_EQ(v.arg(0, "NAME"), "ORLO_Reserved");
+    EXPECT_EQ(v.messages.summaries(), (Ids{"QEL_MM_RESERVED_CNAME@2(NAME=ORLO_Reserved,)",
+                                           "QEL_MM_INVALID_CHARCNAME@2(NAME=has-hyphen,)",
+                                           "QEL_MM_INVALID_CHARCNAME@2(NAME=ORLO_bad-too,)",
+                                           "QEL_MM_RESERVED_CNAME@2(NAME=ORLO_bad-too,)"}));
     EXPECT_STREQ(v.messages.messages()[0].GetSeverityText(), "warning");
     EXPECT_TRUE(v.events.isValid());
     EXPECT_EQ(v.events.errorCount(), 0);
@@ -134,18 +123,15 @@ TEST(StreamValidation, PropertyRulesNameReservedNamesCardinalitiesAndIds) {
                   "</category>" +
                       category("Cards", 1, body),
                   1, "client")});
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_RESERVED_PNAME", "QEL_MM_INVALID_CHARPNAME",
-                                     "QEL_MM_CONFLICT_PROP_ID", "QEL_MM_INVALID_PROP_CARD",
-                                     "QEL_MM_INVALID_PROP_CARD", "QEL_MM_INVALID_PROP_CARD",
-                                     "QEL_MM_INVALID_PROP_CARD", "QEL_MM_INVALID_PROP_CARD"}));
-    EXPECT_EQ(v.arg(0, "NAME"), "fullName");
-    EXPECT_EQ(v.arg(0, "CTXT"), "Reserved");
-    EXPECT_EQ(v.arg(3, "MIN_CARD"), "0");
-    EXPECT_EQ(v.arg(3, "MAX_CARD"), "0");
-    EXPECT_EQ(v.arg(4, "MIN_CARD"), "-1");
-    EXPECT_EQ(v.arg(4, "MAX_CARD"), "-1");
-    EXPECT_EQ(v.arg(7, "MIN_CARD"), "0");
-    EXPECT_EQ(v.arg(7, "MAX_CARD"), "-2");
+    EXPECT_EQ(v.messages.summaries(),
+              (Ids{"QEL_MM_RESERVED_PNAME@2(CTXT=Reserved,NAME=fullName,)",
+                   "QEL_MM_INVALID_CHARPNAME@2(CTXT=Reserved,NAME=x-y,)",
+                   "QEL_MM_CONFLICT_PROP_ID@2(ID=3,NAM=other,)",
+                   "QEL_MM_INVALID_PROP_CARD@2(MAX_CARD=0,MIN_CARD=0,CTXT=Cards,NAME=c14,)",
+                   "QEL_MM_INVALID_PROP_CARD@2(MAX_CARD=-1,MIN_CARD=-1,CTXT=Cards,NAME=c15,)",
+                   "QEL_MM_INVALID_PROP_CARD@2(MAX_CARD=5,MIN_CARD=-1,CTXT=Cards,NAME=c16,)",
+                   "QEL_MM_INVALID_PROP_CARD@2(MAX_CARD=1,MIN_CARD=2,CTXT=Cards,NAME=c17,)",
+                   "QEL_MM_INVALID_PROP_CARD@2(MAX_CARD=-2,MIN_CARD=0,CTXT=Cards,NAME=c18,)"}));
     EXPECT_EQ(v.events.errorCount(), 7);
 }
 
@@ -157,11 +143,9 @@ TEST(StreamValidation, ARejectedPropertyHandsItsAttributesToTheOwner) {
             property(
                 "q", 4, "",
                 "<attribute name=\"B\" intValue=\"1\"/><attribute name=\"B\" intValue=\"2\"/>")))});
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_CONFLICT_PROP_NAM", "QEL_MM_DUPLICATE_ATTRIBUTE",
-                                     "QEL_MM_DUPLICATE_ATTRIBUTE"}));
-    EXPECT_EQ(v.arg(1, "CTXT"), "C");
-    EXPECT_EQ(v.arg(1, "NAME"), "A");
-    EXPECT_EQ(v.arg(2, "CTXT"), "q");
+    EXPECT_EQ(v.messages.summaries(), (Ids{"QEL_MM_CONFLICT_PROP_NAM@2(ID=1001003,NAM=p,)",
+                                           "QEL_MM_DUPLICATE_ATTRIBUTE@2(CTXT=C,NAME=A,)",
+                                           "QEL_MM_DUPLICATE_ATTRIBUTE@2(CTXT=q,NAME=B,)"}));
 }
 
 TEST(StreamValidation, InheritanceRepeatsCountPerBlockAndUnknownParentsAtTheEnd) {
@@ -171,19 +155,12 @@ TEST(StreamValidation, InheritanceRepeatsCountPerBlockAndUnknownParentsAtTheEnd)
         "\n<partial_category name=\"C\"><inheritedCategory name=\"Base\"/></partial_category>" +
         "\n" + category("Base", 2, "<inheritedCategory name=\"T\"/>") + "\n" +
         type("T", "rid=\"3\"", "<inheritedCategory name=\"Base\"/>"))});
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_TWICE_INHERITANCE", "QEL_MM_UNKNOWN_EXTEND",
-                                     "QEL_MM_UNKNOWN_EXTEND", "QEL_MM_UNKNOWN_EXTEND"}));
-    EXPECT_EQ(v.arg(0, "CATEGORY"), "C");
-    EXPECT_EQ(v.arg(0, "INHERITED"), "Ghost");
-    // Categories by name: Base (which inherits a type) before C.
-    EXPECT_EQ(v.arg(1, "CTXT"), "Base");
-    EXPECT_EQ(v.arg(1, "UNKNOWN"), "T");
-    EXPECT_EQ(v.arg(2, "CTXT"), "C");
-    EXPECT_EQ(v.line(1), 5);
-    EXPECT_EQ(v.line(2), 2);
-    EXPECT_EQ(v.line(3), 3);
-    EXPECT_EQ(v.arg(3, "LOCATION"),
-              "doc1.xml:3:" + std::to_string(v.messages.messages()[3].GetColumn()));
+    // Unknown parents by category name: Base (which inherits a type) before C.
+    EXPECT_EQ(v.messages.summaries(),
+              (Ids{"QEL_MM_TWICE_INHERITANCE@3(CATEGORY=C,INHERITED=Ghost,)",
+                   "QEL_MM_UNKNOWN_EXTEND@5(CTXT=Base,UNKNOWN=T,LOCATION=doc1.xml:5:72,)",
+                   "QEL_MM_UNKNOWN_EXTEND@2(CTXT=C,UNKNOWN=Ghost,LOCATION=doc1.xml:2:73,)",
+                   "QEL_MM_UNKNOWN_EXTEND@3(CTXT=C,UNKNOWN=Ghost,LOCATION=doc1.xml:3:32,)"}));
 }
 
 TEST(StreamValidation, PropertyTypesAndMergesResolveAgainstTheWholeStream) {
@@ -195,13 +172,11 @@ TEST(StreamValidation, PropertyTypesAndMergesResolveAgainstTheWholeStream) {
                                property("bad", 5, "type=\"nothing\" merge=\"average\"") + "\n" +
                                property("empty", 6, "type=\"integer\" merge=\"\"")) +
                   "\n" + type("Later", "rid=\"7\""))});
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_INVALID_PROP_TYP", "QEL_MM_INVALID_PROP_TYP",
-                                     "QEL_MM_INVALID_PROP_MERGE", "QEL_MM_INVALID_PROP_MERGE"}));
-    EXPECT_EQ(v.arg(0, "PROP_NAM"), "caps");
-    EXPECT_EQ(v.line(0), 4);
-    EXPECT_EQ(v.arg(2, "PROP_MRG"), "average");
-    EXPECT_EQ(v.arg(2, "CTXT"), "C");
-    EXPECT_EQ(v.arg(3, "PROP_MRG"), "");
+    EXPECT_EQ(v.messages.summaries(),
+              (Ids{"QEL_MM_INVALID_PROP_TYP@4(CTXT=C,PROP_NAM=caps,)",
+                   "QEL_MM_INVALID_PROP_TYP@6(CTXT=C,PROP_NAM=bad,)",
+                   "QEL_MM_INVALID_PROP_MERGE@6(CTXT=C,PROP_MRG=average,PROP_NAM=bad,)",
+                   "QEL_MM_INVALID_PROP_MERGE@7(CTXT=C,PROP_MRG=,PROP_NAM=empty,)"}));
 }
 
 TEST(StreamValidation, TreesAreJudgedOnTypesOnly) {
@@ -209,10 +184,10 @@ TEST(StreamValidation, TreesAreJudgedOnTypesOnly) {
         {document(category("Tree", 1, "<tree parent=\"Nope\" category=\"Nope\"/>") +
                   type("Folder", "rid=\"2\"", "<tree parent=\"Folder\" category=\"Tree\"/>") +
                   type("File", "rid=\"3\"", "<tree parent=\"Tree\" category=\"Folder\"/>"))});
-    EXPECT_EQ(v.messages.ids(), (Ids{"QEL_MM_UNKNOWN_TREE_CAT", "QEL_MM_UNKNOWN_TREE_PARENT"}));
-    EXPECT_EQ(v.arg(0, "CTXT"), "File");
-    EXPECT_EQ(v.arg(0, "UNKNOWN"), "Folder");
-    EXPECT_EQ(v.arg(1, "UNKNOWN"), "Tree");
+    EXPECT_EQ(
+        v.messages.summaries(),
+        (Ids{"QEL_MM_UNKNOWN_TREE_CAT@2(CTXT=File,UNKNOWN=Folder,LOCATION=doc1.xml:2:258,)",
+             "QEL_MM_UNKNOWN_TREE_PARENT@2(CTXT=File,UNKNOWN=Tree,LOCATION=doc1.xml:2:258,)"}));
 }
 
 TEST(StreamValidation, AFaultyStreamEndsInTheCountOfItsErrorsWarningsLeftOut) {

@@ -55,6 +55,13 @@ protected:
     const std::string output = root.file("out/wrappers");
 };
 
+// A rendering gathered into the tree that it stands for.
+struct Gathered : WrapperGenerator::RenderTarget {
+    Tree tree;
+    void folder(const std::string& path) override { tree[path] = "<dir>"; }
+    void text(const std::string& path, std::string_view text) override { tree[path] += text; }
+};
+
 // What the expected files are written from: the row tables of the generated text, line by
 // line, not a run of the generator.
 TEST_F(WrapperGeneration, GeneratesTheTreeOfHeadersByteForByte) {
@@ -63,6 +70,9 @@ TEST_F(WrapperGeneration, GeneratesTheTreeOfHeadersByteForByte) {
         dataFolder + "/model/Core/MetaModel.xml",
         dataFolder + "/model/MetaModel.xml",
     });
+    Gathered rendering;
+    EXPECT_TRUE(WrapperGenerator(model.get(), dataFolder + "/model/", output).Render(rendering));
+    EXPECT_FALSE(fs::exists(output)) << "a rendering touches nothing";
     WrapperGenerator(model.get(), dataFolder + "/model/", output).Build();
 
     // Stored with a suffix of their own, so that no tool takes them for the project's headers.
@@ -77,44 +87,22 @@ TEST_F(WrapperGeneration, GeneratesTheTreeOfHeadersByteForByte) {
     }
     for (const auto& [path, content] : actual)
         EXPECT_TRUE(expected.count(path)) << path << " is not expected";
+    EXPECT_EQ(rendering.tree, actual);
 }
-
-// A rendering gathered into the tree that it stands for.
-struct Gathered : WrapperGenerator::RenderTarget {
-    Tree tree;
-    void folder(const std::string& path) override { tree[path] = "<dir>"; }
-    void text(const std::string& path, std::string_view text) override { tree[path] += text; }
-};
 
 // Render is the seam that lets a caller compare without writing: its texts must be Build's to
 // the byte, headers of names that normalise alike appended into one file included.
-TEST_F(WrapperGeneration, RenderGivesInMemoryTheTreeThatBuildWritesAndTouchesNothing) {
+TEST_F(WrapperGeneration, RenderAppendsTheHeadersOfNamesThatNormaliseAlikeAsBuildDoes) {
     const std::string twins = writeDocument("lib/inner", {"Twin one", "Twin_one", "Single"});
-    const struct {
-        std::vector<std::string> documents;
-        std::string rootPath;
-        // A header that holds two classes, one after the other.
-        std::string shared;
-    } cases[] = {
-        {{dataFolder + "/model/Languages/Deep/MetaModel.xml",
-          dataFolder + "/model/Core/MetaModel.xml", dataFolder + "/model/MetaModel.xml"},
-         dataFolder + "/model",
-         ""},
-        {{twins}, root.file("docs"), "lib/inner/Twin_one.h"},
-    };
-    for (const auto& test : cases) {
-        fs::remove_all(output);
-        const auto model = TestSupport::buildFromDocuments(test.documents);
-        Gathered rendering;
-        EXPECT_TRUE(WrapperGenerator(model.get(), test.rootPath, output).Render(rendering));
-        EXPECT_FALSE(fs::exists(output));
-        WrapperGenerator(model.get(), test.rootPath, output).Build();
-        EXPECT_EQ(rendering.tree, TestSupport::treeOf(output)) << test.rootPath;
-        if (!test.shared.empty()) {
-            const std::string& text = rendering.tree.at(test.shared);
-            EXPECT_NE(text.find("class Twin_one"), text.rfind("class Twin_one")) << text;
-        }
-    }
+    const auto model = TestSupport::buildFromDocuments({twins});
+    Gathered rendering;
+    EXPECT_TRUE(WrapperGenerator(model.get(), root.file("docs"), output).Render(rendering));
+    EXPECT_FALSE(fs::exists(output));
+    WrapperGenerator(model.get(), root.file("docs"), output).Build();
+    EXPECT_EQ(rendering.tree, TestSupport::treeOf(output));
+    // A header that holds two classes, one after the other.
+    const std::string& text = rendering.tree.at("lib/inner/Twin_one.h");
+    EXPECT_NE(text.find("class Twin_one"), text.rfind("class Twin_one")) << text;
 }
 
 TEST_F(WrapperGeneration, RefusesANullModelAndAMissingRootBeforeTouchingTheDisk) {

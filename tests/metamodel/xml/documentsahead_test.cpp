@@ -7,83 +7,32 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace {
 
-using MetaModel::String;
 using Lines = std::vector<std::string>;
 
 // Every event with the document position a message posted during it would carry.
-class PositionedRecording : public MetaModel::IMetaModelEvents {
+class PositionedRecording : public TestSupport::RecordingEvents {
 public:
+    PositionedRecording() {
+        afterEach = [this] {
+            const CppLanguage::DocumentPosition at = CppLanguage::currentDocumentPosition();
+            positions_.resize(events.size(), at.document + ":" + std::to_string(at.line) + ":" +
+                                                 std::to_string(at.column));
+        };
+    }
     Lines lines() const {
         Lines result;
-        for (size_t index = 0; index < recorded_.events.size(); ++index)
-            result.push_back(recorded_.events[index] + " @ " +
-                             (index < positions_.size() ? positions_[index] : "?"));
+        for (size_t index = 0; index < events.size(); ++index)
+            result.push_back(events[index] + " @ " + positions_[index]);
         return result;
     }
 
-    void Release() override {}
-    void Start() override {
-        tell([&] { recorded_.Start(); });
-    }
-    void End() override {
-        tell([&] { recorded_.End(); });
-    }
-    void StartCategory(const String& name, bool partial, const String& description, int id,
-                       const ElementStatus& status) override {
-        tell([&] { recorded_.StartCategory(name, partial, description, id, status); });
-    }
-    void EndCategory(bool partial) override {
-        tell([&] { recorded_.EndCategory(partial); });
-    }
-    void StartType(const String& name, bool partial, const String& description, int id,
-                   const ElementStatus& status) override {
-        tell([&] { recorded_.StartType(name, partial, description, id, status); });
-    }
-    void EndType(bool partial) override {
-        tell([&] { recorded_.EndType(partial); });
-    }
-    void StartProperty(const String& name, const String& description, const String& type,
-                       const int& minimal, const int& maximal, const String& merge, int id,
-                       const ElementStatus& status) override {
-        tell([&] {
-            recorded_.StartProperty(name, description, type, minimal, maximal, merge, id, status);
-        });
-    }
-    void EndProperty() override {
-        tell([&] { recorded_.EndProperty(); });
-    }
-    void Attribute(const String& name, int value, const ElementStatus& status) override {
-        tell([&] { recorded_.Attribute(name, value, status); });
-    }
-    void Attribute(const String& name, const String& value, const ElementStatus& status) override {
-        tell([&] { recorded_.Attribute(name, value, status); });
-    }
-    void InheritedCategory(const String& name, const ElementStatus& status) override {
-        tell([&] { recorded_.InheritedCategory(name, status); });
-    }
-    void Tree(const String& parent, const String& category, const ElementStatus& status) override {
-        tell([&] { recorded_.Tree(parent, category, status); });
-    }
-    void SetSource(const String& source) override { recorded_.SetSource(source); }
-    const String& GetSource() const override { return recorded_.GetSource(); }
-
 private:
-    // The recording may add a Source line before the event's own: both get the position.
-    void tell(const std::function<void()>& event) {
-        event();
-        const CppLanguage::DocumentPosition at = CppLanguage::currentDocumentPosition();
-        const std::string where =
-            at.document + ":" + std::to_string(at.line) + ":" + std::to_string(at.column);
-        positions_.resize(recorded_.events.size(), where);
-    }
-
-    TestSupport::RecordingEvents recorded_;
     Lines positions_;
 };
 
@@ -142,63 +91,58 @@ Lines plainBodies(int count) {
     return bodies;
 }
 
-struct SetCase {
+// Sets of documents: fixed roots, and `documents` plain ones written for the case (-1: a
+// generated set) with some of them replaced.
+const struct {
     const char* name;
-    std::function<std::vector<std::string>(const TestSupport::TempFolder&)> roots;
-};
-
-const SetCase setCases[] = {
+    std::vector<std::string> roots;
+    int documents;
+    std::map<size_t, std::string> replaced;
+} setCases[] = {
     {"the installation and the example",
-     [](const TestSupport::TempFolder&) {
-         return std::vector<std::string>{METAMODEL_SOURCE_DIR "/share/metamodel/configuration",
-                                         METAMODEL_SOURCE_DIR "/examples"};
-     }},
+     {METAMODEL_SOURCE_DIR "/share/metamodel/configuration", METAMODEL_SOURCE_DIR "/examples"},
+     0,
+     {}},
     // Documents there conflict with each other; the stream does not care.
-    {"every fixture document",
-     [](const TestSupport::TempFolder&) {
-         return std::vector<std::string>{METAMODEL_TEST_DATA_DIR};
-     }},
-    {"a generated set",
-     [](const TestSupport::TempFolder& folder) {
-         return std::vector<std::string>{
-             TestSupport::writeGeneratedSet(folder.file("generated"), "Gen", 40, 25)};
-     }},
+    {"every fixture document", {METAMODEL_TEST_DATA_DIR}, 0, {}},
+    {"a generated set", {}, -1, {}},
     // An element without a description leaves the next document expecting one: the
     // description that opens it is taken, and so is the failure of one that does not.
     {"a description expected across documents",
-     [](const TestSupport::TempFolder& folder) {
-         Lines bodies = plainBodies(12);
-         bodies[3] = document(4, "  <category name=\"Bare\" rid=\"1\"/>\n");
-         bodies[4] = "<description>taken</description>";
-         bodies[6] = document(7, "  <type name=\"BareType\" rid=\"1\"/>\n");
-         return std::vector<std::string>{writeDocuments(folder, bodies)};
-     }},
+     {},
+     12,
+     {{3, document(4, "  <category name=\"Bare\" rid=\"1\"/>\n")},
+      {4, "<description>taken</description>"},
+      {6, document(7, "  <type name=\"BareType\" rid=\"1\"/>\n")}}},
     {"a description expected and missing in the next document",
-     [](const TestSupport::TempFolder& folder) {
-         Lines bodies = plainBodies(12);
-         bodies[5] = document(6, "  <category name=\"Bare\" rid=\"1\" status=\"obsolete\"/>\n");
-         return std::vector<std::string>{writeDocuments(folder, bodies)};
-     }},
+     {},
+     12,
+     {{5, document(6, "  <category name=\"Bare\" rid=\"1\" status=\"obsolete\"/>\n")}}},
     {"the first of two broken documents",
-     [](const TestSupport::TempFolder& folder) {
-         Lines bodies = plainBodies(16);
-         bodies[6] = document(7, "  <category name=\"NoId\"><description/></category>\n");
-         bodies[11] = document(12, "  <category name=\"Broken\" rid=\"1\">\n");
-         return std::vector<std::string>{writeDocuments(folder, bodies)};
-     }},
+     {},
+     16,
+     {{6, document(7, "  <category name=\"NoId\"><description/></category>\n")},
+      {11, document(12, "  <category name=\"Broken\" rid=\"1\">\n")}}},
     {"a document that cannot be parsed",
-     [](const TestSupport::TempFolder& folder) {
-         Lines bodies = plainBodies(9);
-         bodies[4] = document(5, category("Amp", 1) + "  & not a reference\n");
-         return std::vector<std::string>{writeDocuments(folder, bodies)};
-     }},
+     {},
+     9,
+     {{4, document(5, category("Amp", 1) + "  & not a reference\n")}}},
 };
 
 TEST(DocumentsAhead, AParallelReadShowsWhatAReadInOrderShows) {
-    for (const SetCase& set : setCases) {
+    for (const auto& set : setCases) {
         SCOPED_TRACE(set.name);
         TestSupport::TempFolder folder;
-        const std::vector<std::string> roots = set.roots(folder);
+        std::vector<std::string> roots = set.roots;
+        if (set.documents < 0)
+            roots.push_back(
+                TestSupport::writeGeneratedSet(folder.file("generated"), "Gen", 40, 25));
+        if (set.documents > 0) {
+            Lines bodies = plainBodies(set.documents);
+            for (const auto& [index, body] : set.replaced)
+                bodies[index] = body;
+            roots.push_back(writeDocuments(folder, bodies));
+        }
         const Lines inOrder = readAll(roots, 1);
         ASSERT_GT(inOrder.size(), 3u);
         for (int jobs : {2, 4, 7})

@@ -37,7 +37,7 @@ std::string lastErrorInLowerCase(void* handle) {
     return text;
 }
 
-TEST(Connection, TheFormOfTheConnectionStringPicksTheServer) {
+TEST(Connection, TheFormOfTheConnectionStringPicksTheServerThatNamesWhatItCouldNotOpen) {
     TestSupport::TempFolder folder;
     const std::string path = folder.file("made.sqlite");
     {
@@ -47,43 +47,29 @@ TEST(Connection, TheFormOfTheConnectionStringPicksTheServer) {
     IUniqueConnection bare(path);
     EXPECT_EQ(TABLINK::dbgetconnectiontype(bare.GetHandle(), nullptr, nullptr), 1);
 
-    // Each of the server forms goes to the server client, which names what it could not reach.
-    for (const std::string server :
-         {"postgresql://nobody@/x?host=/nonexistent-socket-dir",
-          "postgres:///x?host=/nonexistent-dir", "host=/nonexistent-socket-dir dbname=x"}) {
+    // An embedded database must exist unless it is to be created, and must be a database.
+    const std::string missing = folder.file("missing.sqlite");
+    const std::string text = folder.write("notes.txt", std::string(4096, 'x'));
+    const std::pair<std::string, std::string> refused[] = {
+        {"postgresql://nobody@/x?host=/nonexistent-socket-dir", "nonexistent"},
+        {"postgres:///x?host=/nonexistent-dir", "nonexistent"},
+        {"host=/nonexistent-socket-dir dbname=x", "nonexistent"},
+        {missing, missing},
+        {text, "not a database"},
+        {"sqlite:", ""},
+    };
+    for (const auto& [connection, cause] : refused) {
         try {
-            IUniqueConnection connection(server);
-            ADD_FAILURE() << server << " opened";
+            IUniqueConnection opened(connection);
+            ADD_FAILURE() << connection << " opened";
         } catch (const TABLINK::CDatabaseException& failure) {
             EXPECT_EQ(idOf(failure), "QEL_DB_CONNECT_ERR");
-            EXPECT_EQ(argumentOf(failure, "CONNECTION"), server);
-            EXPECT_NE(argumentOf(failure, "CAUSE").find("nonexistent"), std::string::npos)
+            EXPECT_EQ(argumentOf(failure, "CONNECTION"), connection);
+            EXPECT_NE(argumentOf(failure, "CAUSE").find(cause), std::string::npos)
                 << argumentOf(failure, "CAUSE");
         }
     }
-}
-
-TEST(Connection, AnEmbeddedDatabaseMustExistUnlessItIsToBeCreatedAndMustBeADatabase) {
-    TestSupport::TempFolder folder;
-    const std::string missing = folder.file("missing.sqlite");
-    try {
-        IUniqueConnection connection(missing);
-        FAIL() << "a missing file opened";
-    } catch (const TABLINK::CDatabaseException& failure) {
-        EXPECT_EQ(idOf(failure), "QEL_DB_CONNECT_ERR");
-        EXPECT_NE(argumentOf(failure, "CAUSE").find(missing), std::string::npos);
-    }
     EXPECT_FALSE(std::filesystem::exists(missing)) << "reading must not leave a file behind";
-
-    const std::string text = folder.write("notes.txt", std::string(4096, 'x'));
-    try {
-        IUniqueConnection connection(text);
-        FAIL() << "a text file opened as a database";
-    } catch (const TABLINK::CDatabaseException& failure) {
-        EXPECT_NE(argumentOf(failure, "CAUSE").find("not a database"), std::string::npos)
-            << argumentOf(failure, "CAUSE");
-    }
-    EXPECT_THROW(IUniqueConnection("sqlite:"), TABLINK::CDatabaseException);
 }
 
 TEST(Connection, PasswordsNeverReachAMessage) {
@@ -184,58 +170,41 @@ int countThrough(void* handle, const std::string& table) {
     return count;
 }
 
-TEST_P(Connectivity, RowsArriveInTheirColumnsWithNullsAsZeroAndEmpty) {
+TEST_P(Connectivity, RowsArriveInTheirColumnsWithNullsAsZeroAndEmptyAndBuffersCut) {
     database_->execute("CREATE TABLE t (n integer, s text, m integer, u text)");
-    database_->execute("INSERT INTO t VALUES (1, 'one', NULL, NULL)");
-    database_->execute("INSERT INTO t VALUES (-2147483648, 'x', 2147483647, 'y')");
-    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select n, s, m, u from t order by n desc"), 1)
+    const std::string text = std::string(3000, 'a') + "\xc3\xa9" + std::string(3000, 'b');
+    database_->execute("INSERT INTO t VALUES (-2147483648, 'one', NULL, NULL)");
+    database_->execute("INSERT INTO t VALUES (1, '" + text + "', 2147483647, 'y')");
+    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select n, s, m, u from t order by n"), 1)
         << TABLINK::dblasterror(handle_);
     int n = 7, m = 7;
-    char s[1024], u[1024];
+    char s[1024 + 16], u[1024];
     std::strcpy(u, "stale");
     ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%s%d%s", &n, s, &m, u), 1);
-    EXPECT_EQ(n, 1);
+    EXPECT_EQ(n, -2147483647 - 1);
     EXPECT_STREQ(s, "one");
     EXPECT_EQ(m, 0);
     EXPECT_STREQ(u, "");
+    // A text longer than the buffer is cut at 1023 bytes, and nothing is written past it.
+    std::memset(s, '#', sizeof s);
     ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%s%d%s", &n, s, &m, u), 1);
-    EXPECT_EQ(n, -2147483647 - 1);
+    EXPECT_EQ(std::strlen(s), 1023u);
+    EXPECT_EQ(s[1024], '#');
     EXPECT_EQ(m, 2147483647);
     EXPECT_STREQ(u, "y");
     EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%s%d%s", &n, s, &m, u), 0);
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
     EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d", &n), 0) << "no request is open";
-}
 
-TEST_P(Connectivity, ATextLongerThanTheBufferIsCutAt1023Bytes) {
-    database_->execute("CREATE TABLE t (s text)");
-    database_->execute("INSERT INTO t VALUES ('" + std::string(1500, 'a') + "')");
-    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select s from t"), 1);
-    char buffer[1024 + 16];
-    std::memset(buffer, '#', sizeof buffer);
-    ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%s", buffer), 1);
-    EXPECT_EQ(std::strlen(buffer), 1023u);
-    EXPECT_EQ(buffer[1024], '#') << "nothing written past the buffer";
-    TABLINK::dbendrequest(handle_);
-}
-
-TEST_P(Connectivity, AStringTakesATextOfAnyLengthAndANullAsEmpty) {
-    database_->execute("CREATE TABLE t (n integer, s text, u text)");
-    const std::string text = std::string(3000, 'a') + "\xc3\xa9" + std::string(3000, 'b');
-    database_->execute("INSERT INTO t VALUES (1, '" + text + "', NULL)");
-    database_->execute("INSERT INTO t VALUES (2, '', 'short')");
-    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select n, s, u from t order by n"), 1);
-    int n = 0;
-    ORLO::String s, u = "stale";
-    ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%S%S", &n, &s, &u), 1);
-    EXPECT_EQ(s, text);
-    EXPECT_EQ(u, "");
-    // Mixed with the fixed buffers in one row.
-    char buffer[1024];
-    ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%S%s", &n, &s, buffer), 1);
-    EXPECT_EQ(s, "");
-    EXPECT_STREQ(buffer, "short");
-    EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%S%S", &n, &s, &u), 0);
+    // A string takes a text of any length and a null as empty, beside fixed buffers in a row.
+    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select n, u, s, s from t order by n desc"), 1);
+    ORLO::String whole, none = "stale";
+    ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%S%S%s", &n, &none, &whole, s), 1);
+    EXPECT_EQ(none, "y");
+    EXPECT_EQ(whole, text);
+    ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%S%S%s", &n, &none, &whole, s), 1);
+    EXPECT_EQ(none, "");
+    EXPECT_EQ(whole, "one");
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
 }
 
@@ -390,58 +359,38 @@ TEST_P(Connectivity, TheServerKindAndTheDefaultSchemaAreTheServers) {
 
 INSTANTIATE_ON_BOTH_SERVERS(Connectivity);
 
-} // namespace
-
-namespace {
-
-// What the embedded server's repeat screen answers over the rows of `values`, and whether
-// DISTINCT finds fewer rows than there are: the screen must never say 0 where DISTINCT sees a
-// repeat.
-struct ScreenAndDistinct {
-    int screen = -1;
-    bool distinctRepeats = false;
-};
-
-ScreenAndDistinct screenRows(void* handle, const std::string& values) {
-    const std::string rows = "(VALUES " + values + ")";
-    ScreenAndDistinct answer;
-    int all = 0, distinct = 0;
-    if (!TABLINK::dbcallrequest(handle, ("select " + std::string(TABLINK::repeatScreenFunction) +
-                                         "(column1, column2), count(*), (select count(*) from " +
-                                         "(select distinct * from " + rows + ")) from " + rows)
-                                            .c_str()) ||
-        !TABLINK::dbscanf(handle, nullptr, "%d%d%d", &answer.screen, &all, &distinct))
-        ADD_FAILURE() << TABLINK::dblasterror(handle);
-    TABLINK::dbendrequest(handle);
-    answer.distinctRepeats = distinct < all;
-    return answer;
-}
-
-} // namespace
-
+// The embedded server's repeat screen must never say 0 where DISTINCT sees a repeat.
 TEST(Connection, TheEmbeddedRepeatScreenSeesEveryRepeatThatDistinctSees) {
     TestDatabase database(Backend::Sqlite);
     ASSERT_TRUE(database.ready()) << database.problem();
     IUniqueConnection connection(database.connectionString());
     void* handle = connection.GetHandle();
-    struct Case {
-        const char* rows;
-        bool repeats;
+    const std::pair<const char*, int> cases[] = {
+        {"(1, 'a'), (2, 'a'), (1, 'b')", 0},
+        {"(1, 'a'), (2, 'b'), (1, 'a')", 1},
+        {"(1, NULL), (1, NULL)", 1},
+        {"(1, NULL), (1, '')", 0},
+        {"(1, 'x'), ('1', 'x')", 0},
+        {"(1, 'x'), (1.0, 'x')", 1},
+        {"(1.5, 'x'), (1.5, 'x'), (2, 'y')", 1},
+        {"('ab', 'c'), ('a', 'bc')", 0},
+        {"(X'00', 'x'), ('', 'x')", 0},
     };
-    const Case cases[] = {
-        {"(1, 'a'), (2, 'a'), (1, 'b')", false},
-        {"(1, 'a'), (2, 'b'), (1, 'a')", true},
-        {"(1, NULL), (1, NULL)", true},
-        {"(1, NULL), (1, '')", false},
-        {"(1, 'x'), ('1', 'x')", false},
-        {"(1, 'x'), (1.0, 'x')", true},
-        {"(1.5, 'x'), (1.5, 'x'), (2, 'y')", true},
-        {"('ab', 'c'), ('a', 'bc')", false},
-        {"(X'00', 'x'), ('', 'x')", false},
-    };
-    for (const Case& each : cases) {
-        const ScreenAndDistinct answer = screenRows(handle, each.rows);
-        EXPECT_EQ(answer.distinctRepeats, each.repeats) << each.rows;
-        EXPECT_EQ(answer.screen, each.repeats ? 1 : 0) << each.rows;
+    for (const auto& [values, repeats] : cases) {
+        const std::string rows = "(VALUES " + std::string(values) + ")";
+        int screen = -1, all = 0, distinct = 0;
+        ASSERT_TRUE(TABLINK::dbcallrequest(
+            handle,
+            ("select " + std::string(TABLINK::repeatScreenFunction) +
+             "(column1, column2), count(*), (select count(*) from (select distinct * from " + rows +
+             ")) from " + rows)
+                .c_str()))
+            << TABLINK::dblasterror(handle);
+        ASSERT_TRUE(TABLINK::dbscanf(handle, nullptr, "%d%d%d", &screen, &all, &distinct));
+        TABLINK::dbendrequest(handle);
+        EXPECT_EQ(distinct < all, repeats == 1) << values;
+        EXPECT_EQ(screen, repeats) << values;
     }
 }
+
+} // namespace
