@@ -3,6 +3,7 @@
 #include "cli/foldertree.h"
 #include "cli/modelsource.h"
 #include "cli/repositoryaccess.h"
+#include "cli/wrappersrecord.h"
 
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/operations/fileop.h"
@@ -22,6 +23,7 @@
 #include <optional>
 #include <sys/file.h>
 #include <unistd.h>
+#include <vector>
 
 namespace Cli {
 
@@ -209,6 +211,49 @@ std::optional<int> settleInMemory(const GlobalOptions& global, bool check,
     return exitSuccess;
 }
 
+// The record of the last successful run into the output folder. It settles a run only when
+// it proves the answer: the same inputs, digested now, and an output that still holds exactly
+// what the run left. Everything else goes the whole way.
+class RecordKeeper {
+public:
+    RecordKeeper(const CommandArguments& arguments, const std::string& root,
+                 const std::string& output)
+        : paths_(arguments.operands), root_(absoluteRoot(root)) {
+        std::error_code failed;
+        output_ = fs::weakly_canonical(fs::absolute(output, failed), failed).string();
+        if (failed)
+            return;
+        path_ = recordPath(output_);
+        inputs_ = wrappersInputs(paths_, root_, output_);
+    }
+
+    bool provesUpToDate() const {
+        std::error_code ignored;
+        // The generator refuses a root that is not there, whatever the record says.
+        if (!inputs_ || path_.empty() || !fs::is_directory(root_, ignored))
+            return false;
+        const std::optional<WrappersRecord> record = readRecord(path_);
+        return record && record->output == output_ && record->inputs == *inputs_ &&
+               treeMatches(output_, record->tree);
+    }
+
+    // After a successful run. The inputs are digested again, so that a document changed while
+    // the run read it leaves no record that the output would not bear out.
+    void keep() const {
+        if (!inputs_ || path_.empty() || wrappersInputs(paths_, root_, output_) != inputs_)
+            return;
+        if (std::optional<OutputTree> tree = hashTree(output_))
+            writeRecord(path_, {output_, *inputs_, std::move(*tree)});
+    }
+
+private:
+    std::vector<std::string> paths_;
+    std::string root_;
+    std::string output_;
+    std::string path_;
+    std::optional<Digest> inputs_;
+};
+
 int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     ModelSource source("wrappers", arguments);
     if (!source.prepare())
@@ -220,6 +265,23 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         cannot("lock", lock.path());
         return exitFailure;
     }
+    const std::string root = arguments.value("root", defaultRoot());
+    std::optional<RecordKeeper> record;
+    if (!source.fromRepository() && !arguments.has("no-cache")) {
+        record.emplace(arguments, root, output);
+        if (record->provesUpToDate()) {
+            if (check)
+                return reportCheck(global, {}, output);
+            if (!global.quiet)
+                writeSummary("wrappers", "up to date, nothing written");
+            return exitSuccess;
+        }
+    }
+    const auto succeeded = [&record](int exitCode) {
+        if (record && exitCode == exitSuccess)
+            record->keep();
+        return exitCode;
+    };
     // Listed while the model builds, on the second core.
     std::future<FolderTree> listing = std::async(std::launch::async, listFolderTree, output);
     RealRootPathBuilder builder;
@@ -229,13 +291,12 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     try {
         source.play(builder);
         const QEL::IMetaModel& model = *builder.GetResult();
-        const std::string root = arguments.value("root", defaultRoot());
         // The generator checks the root before the categories can be held against it.
         MetaModel::WrapperGenerator renderer(&model, root, output);
         if (!categoriesUnderRoot(model, absoluteRoot(root)))
             return exitFailure;
         if (const auto settled = settleInMemory(global, check, renderer, listing.get(), output))
-            return *settled;
+            return succeeded(*settled);
         // Whatever the comparison cannot vouch for is the generator's, as it stands.
         if (check) {
             scratch.emplace();
@@ -260,8 +321,8 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         return exitFailure;
     }
     if (!check)
-        return exitSuccess;
-    return reportCheck(global, changesOnDisk(scratch->path(), output), output);
+        return succeeded(exitSuccess);
+    return succeeded(reportCheck(global, changesOnDisk(scratch->path(), output), output));
 }
 
 const CommandRegistration wrappers({
@@ -276,6 +337,9 @@ const CommandRegistration wrappers({
         schemaOption,
         {"check", 0, nullptr,
          "write nothing; list the files a run would change, add or remove, exit 1 if any"},
+        {"no-cache", 0, nullptr,
+         "neither use nor keep the record of the last run (kept under "
+         "$XDG_CACHE_HOME/metamodel/wrappers, or ~/.cache/metamodel/wrappers)"},
     },
     "[PATH...]",
     65,

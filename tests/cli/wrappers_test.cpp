@@ -1,3 +1,4 @@
+#include "cli/wrappersrecord.h"
 #include "support/runtool.h"
 #include "support/tempfolder.h"
 #include "support/testdatabase.h"
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <sys/file.h>
@@ -27,6 +29,21 @@ using TestSupport::TempFolder;
 const std::string baseInstallation = METAMODEL_SOURCE_DIR "/share/metamodel";
 const std::string crafted = METAMODEL_TEST_DATA_DIR "/wrappers_client";
 const std::string clientFlags = METAMODEL_CLIENT_FLAGS;
+
+// The runs keep their records in a cache folder of the test program's own.
+class OwnCacheFolder : public ::testing::Environment {
+public:
+    void SetUp() override {
+        folder_.emplace();
+        setenv("XDG_CACHE_HOME", folder_->file("cache").c_str(), 1);
+    }
+    void TearDown() override { folder_.reset(); }
+
+private:
+    std::optional<TempFolder> folder_;
+};
+[[maybe_unused]] const auto* const ownCacheFolder =
+    ::testing::AddGlobalTestEnvironment(new OwnCacheFolder);
 
 // Every file of a tree and its content, by relative path.
 std::map<std::string, std::string> tree(const fs::path& folder) {
@@ -234,6 +251,110 @@ TEST(Wrappers, ARunOverItsOwnOutputChangesOnlyWhatDiffersAndCheckNamesIt) {
         }
     }
     EXPECT_EQ(readFile(folder.file("elsewhere.h")), "kept\n");
+}
+
+// The record of the last run settles an unchanged run, and nothing else. Each case makes a run's
+// output, edits one header and forges the record to vouch for the edit: a run that trusts the
+// record keeps the edit, which a run that built the model would have undone. Anything the record
+// does not prove sends the run the whole way, which gives the tree of a run without records.
+TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
+    TempFolder folder;
+    const std::string documents = folder.file("docs"), output = folder.file("out");
+    fs::copy(crafted, documents, fs::copy_options::recursive);
+    const std::vector<std::string> made = {"--root", documents, documents + "/Base"};
+    const std::string edited = "Base/Deeper/Nested/Leaf_Node.h";
+    const std::string record = Cli::recordPath(fs::weakly_canonical(output).string());
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
+    // The folders the placeholders stand for count among the inputs: the same ones every run.
+    const std::string none = folder.file("none");
+    fs::create_directory(none);
+    const auto run = [&](std::vector<std::string> arguments, const std::string& into) {
+        arguments.insert(arguments.begin(), {"--app-dir", none, "--user-dir", none,
+                                             "--all-users-dir", none, "wrappers", "-o", into});
+        return runTool(arguments);
+    };
+    const struct {
+        const char* name;
+        std::function<void()> edit;
+        std::vector<std::string> arguments;
+        bool trusted = false;
+    } cases[] = {
+        {"nothing else", [] {}, made, true},
+        {"one more byte", [&] { folder.write("out/Base/Thing_Two.h", "changed\n"); }, made},
+        {"a file added", [&] { folder.write("out/Base/Stray.h", "left over\n"); }, made},
+        {"a file removed", [&] { fs::remove(output + "/AllWrappers.h"); }, made},
+        // A comment gives the same headers, yet the record vouches for other bytes.
+        {"a document",
+         [&] { std::ofstream(documents + "/Base/MetaModel.xml", std::ios::app) << "<!-- -->\n"; },
+         made},
+        {"another root", [] {}, {"--root", documents + "/Base", documents + "/Base"}},
+        {"no cache", [] {}, {"--no-cache", "--root", documents, documents + "/Base"}},
+        {"a truncated record", [&] { fs::resize_file(record, fs::file_size(record) - 3); }, made},
+        {"a corrupt record",
+         [&] {
+             std::string text = readFile(record);
+             text[text.size() / 2] ^= 1;
+             std::ofstream(record, std::ios::binary | std::ios::trunc) << text;
+         },
+         made},
+    };
+    for (const auto& test : cases) {
+        fs::remove_all(output);
+        fs::remove_all(folder.file("docs"));
+        fs::copy(crafted, documents, fs::copy_options::recursive);
+        ASSERT_EQ(run(made, output).exitCode, 0) << test.name;
+        folder.write("out/" + edited, "forged\n");
+        std::optional<Cli::WrappersRecord> forged = Cli::readRecord(record);
+        ASSERT_TRUE(forged) << test.name;
+        forged->tree = *Cli::hashTree(output);
+        ASSERT_TRUE(Cli::writeRecord(record, *forged)) << test.name;
+        for (const auto& entry : fs::recursive_directory_iterator(output))
+            fs::last_write_time(entry.path(), old);
+        test.edit();
+        const auto before = tree(output);
+
+        std::vector<std::string> checking = test.arguments;
+        checking.push_back("--check");
+        const auto check = run(checking, output);
+        const auto again = run(test.arguments, output);
+        EXPECT_EQ(again.exitCode, 0) << test.name << again.err;
+        if (test.trusted) {
+            EXPECT_EQ(check.exitCode, 0) << test.name << check.out;
+            EXPECT_EQ(check.out, "") << test.name;
+            EXPECT_EQ(tree(output), before) << test.name;
+            EXPECT_NE(again.err.find("up to date, nothing written"), std::string::npos)
+                << again.err;
+            for (const auto& entry : fs::recursive_directory_iterator(output))
+                EXPECT_EQ(fs::last_write_time(entry.path()), old) << entry.path();
+            continue;
+        }
+        EXPECT_EQ(check.exitCode, 1) << test.name << check.out;
+        const std::string reference = folder.file("reference");
+        fs::remove_all(reference);
+        std::vector<std::string> arguments = test.arguments;
+        if (arguments.front() != "--no-cache")
+            arguments.insert(arguments.begin(), "--no-cache");
+        ASSERT_EQ(run(arguments, reference).exitCode, 0) << test.name;
+        EXPECT_EQ(tree(output), tree(reference)) << test.name;
+        EXPECT_NE(readFile(output + "/" + edited), "forged\n") << test.name;
+    }
+}
+
+// The record is a convenience: a cache folder that cannot be made costs the run nothing.
+TEST(Wrappers, ARunWithoutACacheFolderStillSucceeds) {
+    TempFolder folder;
+    const std::string output = folder.file("out");
+    const char* cache = std::getenv("XDG_CACHE_HOME");
+    const std::string kept = cache ? cache : "";
+    setenv("XDG_CACHE_HOME", folder.write("cache", "a file, no folder\n").c_str(), 1);
+    const auto first = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
+    const auto second = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
+    setenv("XDG_CACHE_HOME", kept.c_str(), 1);
+    EXPECT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_EQ(second.exitCode, 0) << second.err;
+    EXPECT_NE(second.err.find("up to date, nothing written"), std::string::npos) << second.err;
+    EXPECT_TRUE(fs::exists(output + "/Base/Deeper/Nested/Leaf_Node.h"));
+    EXPECT_EQ(readFile(folder.file("cache")), "a file, no folder\n");
 }
 
 // Failures leave no output folder behind, and name what went wrong.

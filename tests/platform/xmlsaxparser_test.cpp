@@ -177,15 +177,16 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
             a.getName(2, above);
             seen = std::to_string(a.getLength()) + "|" + std::to_string(a.getIndex("p:b")) + "|" +
                    std::to_string(a.getIndex("b")) + "|" + std::to_string(a.getIndex("nope")) +
-                   "|" + a.getValue(String("a")) + "|" + a.getValue(String("p:b")) + "|" +
-                   a.getValue(String("nope")) + "|" + a.getValue(7) + "|" +
-                   std::string(a.getValueView(0)) + "|" + std::string(a.getValueView(1)) + "|" +
-                   std::string(a.getValueView(2)) + "|" + first + "|" + below + above;
+                   std::to_string(a.getIndex("q:c")) + "|" + a.getValue(String("a")) + "|" +
+                   a.getValue(String("p:b")) + "|" + a.getValue(String("nope")) + "|" +
+                   a.getValue(7) + "|" + std::string(a.getValueView(0)) + "|" +
+                   std::string(a.getValueView(1)) + "|" + std::string(a.getValueView(2)) + "|" +
+                   first + "|" + below + above;
         }
     } probe;
     ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
     EXPECT_TRUE(parser.parseString("<e xmlns:p='urn:p' a='1 &amp; 2' p:b='two'/>", false, true));
-    EXPECT_EQ(probe.seen, "2|1|-1|-1|1 & 2|two|||1 & 2|two||a|");
+    EXPECT_EQ(probe.seen, "2|1|-1|-1-1|1 & 2|two|||1 & 2|two||a|");
 }
 
 // Names are kept from one element to the next; many distinct names, and one local name
@@ -365,10 +366,16 @@ TEST(XmlSAXParser, RefusingLoaderLastsForTheParseOnly) {
         void startElement(const String&, const String&, const String&,
                           const ORLO::IXmlAttributes&) override {
             during = xmlGetExternalEntityLoader();
-            xmlParserInputPtr input = during(url.c_str(), nullptr, nullptr);
-            loaded = input != nullptr;
+            loaded = loads(during, url);
+        }
+        // With a context of its own, as the library would ask while parsing.
+        static bool loads(xmlExternalEntityLoader loader, const std::string& url) {
+            const xmlParserCtxtPtr context = xmlNewParserCtxt();
+            const xmlParserInputPtr input = loader(url.c_str(), nullptr, context);
             if (input)
                 xmlFreeInputStream(input);
+            xmlFreeParserCtxt(context);
+            return input != nullptr;
         }
     } probe;
     probe.url = readable;
@@ -378,6 +385,7 @@ TEST(XmlSAXParser, RefusingLoaderLastsForTheParseOnly) {
     EXPECT_NE(probe.during, before);
     EXPECT_FALSE(probe.loaded);
     EXPECT_EQ(xmlGetExternalEntityLoader(), before);
+    EXPECT_TRUE(Probe::loads(before, readable)) << "only the refusal keeps the file out";
 }
 
 TEST(XmlSAXParser, EntityExpansionBombEndsInAnError) {

@@ -17,17 +17,11 @@
 namespace {
 
 using TestSupport::Backend;
+using TestSupport::failureArgument;
+using TestSupport::failureId;
 using TestSupport::TestDatabase;
 
 constexpr char marker = '\x0F';
-
-std::string argumentOf(const CppLanguage::COrloException& failure, const char* name) {
-    return TestSupport::failureArgument(failure, name);
-}
-
-std::string idOf(const CppLanguage::COrloException& failure) {
-    return TestSupport::failureId(failure);
-}
 
 // The servers differ in the case in which they repeat a name.
 std::string lastErrorInLowerCase(void* handle) {
@@ -63,10 +57,10 @@ TEST(Connection, TheFormOfTheConnectionStringPicksTheServerThatNamesWhatItCouldN
             IUniqueConnection opened(connection);
             ADD_FAILURE() << connection << " opened";
         } catch (const TABLINK::CDatabaseException& failure) {
-            EXPECT_EQ(idOf(failure), "QEL_DB_CONNECT_ERR");
-            EXPECT_EQ(argumentOf(failure, "CONNECTION"), connection);
-            EXPECT_NE(argumentOf(failure, "CAUSE").find(cause), std::string::npos)
-                << argumentOf(failure, "CAUSE");
+            EXPECT_EQ(failureId(failure), "QEL_DB_CONNECT_ERR");
+            EXPECT_EQ(failureArgument(failure, "CONNECTION"), connection);
+            EXPECT_NE(failureArgument(failure, "CAUSE").find(cause), std::string::npos)
+                << failureArgument(failure, "CAUSE");
         }
     }
     EXPECT_FALSE(std::filesystem::exists(missing)) << "reading must not leave a file behind";
@@ -108,6 +102,10 @@ TEST(Connection, TheSchemaIsAQuotedIdentifierInEveryExpandedStatement) {
     std::memset(out, '?', sizeof out);
     EXPECT_EQ(TABLINK::SQLExecuter::formatQuery(out, sizeof out, longStatement.c_str(), handle), 0);
     EXPECT_EQ(std::strlen(out), 256u);
+    // No room at all: nothing written, not even the terminator.
+    EXPECT_EQ(TABLINK::SQLExecuter::formatQuery(out, 0, "x", handle), 0);
+    EXPECT_EQ(out[0], 'x');
+    EXPECT_FALSE(TABLINK::DBConnectivity::executeScript(handle, nullptr));
 }
 
 TEST(Connection, TheSchemaSettingIsTheOneGivenAndNamesTheRepository) {
@@ -217,7 +215,7 @@ TEST_P(Connectivity, ARefusedStatementAnswersZeroWithTheServersReason) {
     EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t; drop table t"), 0);
     EXPECT_EQ(database_->rows("select count(*) from t"), std::vector<std::string>{"0"});
     // A statement without rows is done at once.
-    EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t"), 1);
+    EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t;\n\r\t "), 1);
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
     EXPECT_STREQ(TABLINK::dblasterror(handle_), "");
 }
@@ -274,9 +272,9 @@ TEST_P(Connectivity, ABlockIsWrittenWholeOrNotAtAll) {
         inserter->Flush();
         FAIL() << "a null in a NOT NULL column went through";
     } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_EQ(idOf(failure), "QEL_DB_REQ_ERR");
-        EXPECT_NE(argumentOf(failure, "QUERY").find("rows_in"), std::string::npos);
-        EXPECT_NE(argumentOf(failure, "CAUSE"), "");
+        EXPECT_EQ(failureId(failure), "QEL_DB_REQ_ERR");
+        EXPECT_NE(failureArgument(failure, "QUERY").find("rows_in"), std::string::npos);
+        EXPECT_NE(failureArgument(failure, "CAUSE"), "");
     }
     EXPECT_EQ(database_->rows("select count(*) from rows_in"), std::vector<std::string>{"0"});
 }
@@ -294,8 +292,9 @@ TEST_P(Connectivity, InserterMisuseAndMissingTablesAreRowVaultFailures) {
         inserter->AddRow("%d", &one);
         FAIL() << "a row of one value went into a table of two columns";
     } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_NE(argumentOf(failure, "CAUSE").find("1 values for 2 columns"), std::string::npos)
-            << argumentOf(failure, "CAUSE");
+        EXPECT_NE(failureArgument(failure, "CAUSE").find("1 values for 2 columns"),
+                  std::string::npos)
+            << failureArgument(failure, "CAUSE");
     }
     EXPECT_THROW(inserter->AddRow("%d%x", &one, "x"), RowVault::CRowVaultException);
     inserter->Flush();
@@ -306,8 +305,8 @@ TEST_P(Connectivity, InserterMisuseAndMissingTablesAreRowVaultFailures) {
         inserter->Prepare();
         FAIL() << "a missing table was prepared";
     } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_EQ(idOf(failure), "QEL_DB_REQ_ERR");
-        EXPECT_NE(argumentOf(failure, "CAUSE").find("absent"), std::string::npos);
+        EXPECT_EQ(failureId(failure), "QEL_DB_REQ_ERR");
+        EXPECT_NE(failureArgument(failure, "CAUSE").find("absent"), std::string::npos);
     }
 }
 
