@@ -139,31 +139,25 @@ TEST_P(TransferCommand, RefusedSetsStatementsAndProceduresLeaveTheOldMetaModel) 
     EXPECT_EQ(workTables(), workBefore) << "the work tables were not even emptied";
 
     const std::string other = copyDocument(folder_, "single", "other");
+    // Each refusal names the statement or procedure and the server's reason.
+    const auto refused = [&](const std::string& id, const std::string& statement) {
+        const auto failed = transfer({other});
+        EXPECT_EQ(failed.exitCode, 1);
+        EXPECT_EQ(messageIds(failed.err), (std::vector<std::string>{id, "QEL_MM_XML2DB_ERR"}))
+            << failed.err;
+        EXPECT_NE(failed.err.find("'" + statement + "' failed"), std::string::npos) << failed.err;
+        EXPECT_NE(failed.err.find("refused by the test"), std::string::npos) << failed.err;
+        EXPECT_EQ(finalTables(), before);
+    };
     // A row that an interrupted transfer left behind: the next one deletes it first.
     database_->execute("INSERT INTO " + prefix() + "IN_CAT VALUES (1, 'left', 'left', 'ACTIVE')");
     refuse("BEFORE DELETE", "IN_CAT");
-    run = transfer({other});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err),
-              (std::vector<std::string>{"QEL_DB_REQ_ERR", "QEL_MM_XML2DB_ERR"}))
-        << run.err;
-    EXPECT_NE(run.err.find("'delete from " + prefix() + "IN_CAT' failed"), std::string::npos)
-        << run.err;
-    EXPECT_NE(run.err.find("refused by the test"), std::string::npos) << run.err;
-    EXPECT_EQ(finalTables(), before);
+    refused("QEL_DB_REQ_ERR", "delete from " + prefix() + "IN_CAT");
     allow("IN_CAT");
 
     // The last table that the final step fills refuses its rows: the whole step is undone.
     refuse("BEFORE INSERT", "TypProp");
-    run = transfer({other});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(messageIds(run.err),
-              (std::vector<std::string>{"QEL_DB_PROC_ERR", "QEL_MM_XML2DB_ERR"}))
-        << run.err;
-    EXPECT_NE(run.err.find("'?" + prefix() + "FINAL_METAMODEL' failed"), std::string::npos)
-        << run.err;
-    EXPECT_NE(run.err.find("refused by the test"), std::string::npos) << run.err;
-    EXPECT_EQ(finalTables(), before);
+    refused("QEL_DB_PROC_ERR", "?" + prefix() + "FINAL_METAMODEL");
     allow("TypProp");
 
     run = transfer({other});

@@ -14,7 +14,6 @@
 #include <set>
 #include <span>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -148,13 +147,8 @@ TEST(MessageCatalogue, ListsTheLibrarysMessagesWellFormedAndExpandingWithTheirSi
 }
 
 TEST(MessageManager, FillsTextSeverityArgumentsAndOriginAndTheLineLeavesOutWhatIsUnknown) {
-    AppMsgManager::MessageOrigin origin;
-    origin.component = "QEL";
-    origin.document = "/models/MetaModel.xml";
-    origin.line = 12;
-    origin.column = 7;
-    origin.libraryFile = "reader.cpp";
-    origin.libraryLine = 99;
+    const AppMsgManager::MessageOrigin origin{"QEL", "/models/MetaModel.xml", 12, 7, "reader.cpp",
+                                              99};
     CAppMsg record =
         fill("QEL_MM_INVALID_PROP_CARD",
              {{"MAX_CARD", "1"}, {"MIN_CARD", "2"}, {"CTXT", "Cat"}, {"NAME", "p"}}, origin);
@@ -256,29 +250,6 @@ TEST(MessageManager, TaggedFormsReadEveryTagAndStopAtTheNullArgument) {
     EXPECT_EQ(AppMsgManager::formatMessageLine(*created),
               "/x/MetaModel.xml:3:41: error: An element has an empty 'id' or 'rid' attribute. "
               "[QEL_MM_EMPTY_ID]");
-}
-
-TEST(MessageManager, ExceptionToMsgCopiesTheRecordOrWrapsTheText) {
-    auto* manager = LoadAppMsgManager();
-    const CAppMsg raised = fill("QEL_MM_UNDEF_TYP_ID", {{"TYP_ID", "42"}});
-    const CppLanguage::CRuntimeException withRecord("f.cpp", 1, "d", "t", raised.GetText(),
-                                                    &raised);
-    std::unique_ptr<CAppMsg> fromRecord(manager->ExceptionToMsg(&withRecord));
-    ASSERT_NE(fromRecord, nullptr);
-    EXPECT_STREQ(fromRecord->GetId(), "QEL_MM_UNDEF_TYP_ID");
-    EXPECT_STREQ(fromRecord->GetText(), "No type has the id 42.");
-    EXPECT_NE(fromRecord.get(), withRecord.GetAppMsg());
-
-    const CppLanguage::CRuntimeException bare("f.cpp", 1, "d", "t", "plain failure");
-    std::unique_ptr<CAppMsg> fromText(manager->ExceptionToMsg(&bare));
-    ASSERT_NE(fromText, nullptr);
-    EXPECT_STREQ(fromText->GetText(), "plain failure");
-    EXPECT_EQ(fromText->GetSeverity(), CppLanguage::SeverityError);
-    EXPECT_STREQ(fromText->GetComponent(), "QEL");
-
-    const std::runtime_error foreign("not ours");
-    EXPECT_EQ(manager->ExceptionToMsg(&foreign), nullptr);
-    EXPECT_EQ(manager->ExceptionToMsg(nullptr), nullptr);
 }
 
 } // namespace

@@ -153,6 +153,7 @@ TEST(Report, CaughtExceptionsArePostedWhenTheyAreOurs) {
     EXPECT_EQ(capture.argument(0, "PROP_ID"), "77");
     EXPECT_STREQ(capture.messages()[1].GetText(), "without a record");
     EXPECT_EQ(capture.messages()[1].GetSeverity(), CppLanguage::SeverityError);
+    EXPECT_STREQ(capture.messages()[1].GetComponent(), "QEL");
 }
 
 // A host's manager takes over both paths until it is removed.
