@@ -1,5 +1,4 @@
 #include "support/runtool.h"
-#include "support/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -39,16 +38,8 @@ TEST(CheckCommand, AFaultySetShowsEveryFaultInOrderAndFails) {
 
 // Warnings alone leave a set valid; a fault that only the built model shows fails it.
 TEST(CheckCommand, WarningsAlonePassAndFaultsOfTheBuiltModelFail) {
-    TestSupport::TempFolder folder;
-    const std::string reserved =
-        folder.write("user/MetaModel.xml",
-                     "<metaModel file_no=\"9\"><type name=\"ORLO_Mine\" rid=\"1\">"
-                     "<description/><inheritedCategory name=\"Object\"/></type></metaModel>");
-    const std::string ring = folder.write(
-        "ring/MetaModel.xml",
-        "<metaModel file_no=\"9\"><category name=\"RingA\" rid=\"1\"><description/>"
-        "<inheritedCategory name=\"RingB\"/></category><category name=\"RingB\" rid=\"2\">"
-        "<description/><inheritedCategory name=\"RingA\"/></category></metaModel>");
+    const std::string reserved = METAMODEL_TEST_DATA_DIR "/check/reserved";
+    const std::string ring = METAMODEL_TEST_DATA_DIR "/check/ring";
     auto run = runTool({"--format", "json", "check", reserved}, base);
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.err.rfind("{\"severity\":\"warning\",\"id\":\"QEL_MM_RESERVED_CNAME\"", 0), 0u)
