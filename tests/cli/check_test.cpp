@@ -38,8 +38,8 @@ TEST(CheckCommand, AFaultySetShowsEveryFaultInOrderAndFails) {
 
 // Warnings alone leave a set valid; a fault that only the built model shows fails it.
 TEST(CheckCommand, WarningsAlonePassAndFaultsOfTheBuiltModelFail) {
-    const std::string reserved = METAMODEL_TEST_DATA_DIR "/check/reserved";
-    const std::string ring = METAMODEL_TEST_DATA_DIR "/check/ring";
+    const std::string reserved = METAMODEL_TEST_DATA_DIR "/check/reserved/MetaModel.xml";
+    const std::string ring = METAMODEL_TEST_DATA_DIR "/check/ring/MetaModel.xml";
     auto run = runTool({"--format", "json", "check", reserved}, base);
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.err.rfind("{\"severity\":\"warning\",\"id\":\"QEL_MM_RESERVED_CNAME\"", 0), 0u)
