@@ -192,30 +192,22 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
 // Names are kept from one element to the next; many distinct names, and one local name
 // under two prefixes, must still each come out as written.
 TEST(XmlSAXParser, ManyDistinctElementNamesKeepTheirOwnSpelling) {
+    const char* const prefixes[] = {"a:", "b:", ""};
+    const char* const spaces[] = {"urn:a", "urn:b", ""};
     std::string document = "<root xmlns:a='urn:a' xmlns:b='urn:b'>";
-    std::vector<std::string> expected;
-    for (int round = 0; round < 2; ++round)
-        for (int i = 0; i < 60; ++i) {
-            const std::string name = "e" + std::to_string(i % 20);
-            const std::string qualified = i % 3 == 0   ? "a:" + name
-                                          : i % 3 == 1 ? "b:" + name
-                                                       : name;
-            const std::string space = i % 3 == 0 ? "urn:a" : i % 3 == 1 ? "urn:b" : "";
-            document += "<" + qualified + "><x/></" + qualified + ">";
-            expected.push_back("<{" + space + "}" + name + " " + qualified);
-            expected.push_back("<{}x x");
-            expected.push_back("</{}x x");
-            expected.push_back("</{" + space + "}" + name + " " + qualified);
-        }
-    document += "</root>";
+    std::vector<std::string> expected = {"locator", "startDocument", "xmlns a=urn:a",
+                                         "xmlns b=urn:b", "<{}root root"};
+    for (int i = 0; i < 120; ++i) {
+        const std::string name = "e" + std::to_string(i % 20), qualified = prefixes[i % 3] + name;
+        document += "<" + qualified + "><x/></" + qualified + ">";
+        const std::string space = spaces[i % 3];
+        expected.insert(expected.end(), {"<{" + space + "}" + name + " " + qualified, "<{}x x",
+                                         "</{}x x", "</{" + space + "}" + name + " " + qualified});
+    }
     Recorder r;
-    ASSERT_TRUE(parse(r, document));
-    std::vector<std::string> elements;
-    for (const std::string& event : r.events)
-        if (event.starts_with("<") && !event.starts_with("<{}root") &&
-            !event.starts_with("</{}root"))
-            elements.push_back(event);
-    EXPECT_EQ(elements, expected);
+    ASSERT_TRUE(parse(r, document + "</root>"));
+    expected.insert(expected.end(), {"</{}root root", "/xmlns b", "/xmlns a", "endDocument"});
+    EXPECT_EQ(r.events, expected);
 }
 
 TEST(XmlSAXParser, InternalEntitiesExpandInTextAndAttributes) {
@@ -231,12 +223,10 @@ TEST(XmlSAXParser, InternalEntitiesExpandInTextAndAttributes) {
     EXPECT_THAT(r.problems, IsEmpty());
 }
 
-TEST(XmlSAXParser, LocatorComesFirstAndFollowsThePosition) {
+TEST(XmlSAXParser, LocatorFollowsThePosition) {
     Recorder r;
     r.recordPositions = true;
     EXPECT_TRUE(parse(r, "<a>\n  <b/>\n    <c\n x='1'/></a>"));
-    ASSERT_FALSE(r.events.empty());
-    EXPECT_EQ(r.events.front(), "locator");
     EXPECT_THAT(r.events, ::testing::Contains("<{}a a @1:3"));
     EXPECT_THAT(r.events, ::testing::Contains("<{}b b @2:5"));
     EXPECT_THAT(r.events, ::testing::Contains("<{}c c x=1 @4:7"));
@@ -260,7 +250,6 @@ TEST(XmlSAXParser, ProblemsReachTheHandlerAndNotStandardError) {
     EXPECT_EQ(broken.problems.front(),
               "fatal 2:12 Opening and ending tag mismatch: b line 2 and c");
     // A broken document has no end, and nothing of it arrives after the fatal error.
-    EXPECT_THAT(broken.events, ::testing::Not(::testing::Contains("endDocument")));
     EXPECT_THAT(broken.events, ElementsAre("locator", "startDocument", "<{}a a", "text \n",
                                            "<{}b b", "text text", "fatal"));
 
@@ -299,7 +288,6 @@ TEST(XmlSAXParser, ReadsFilesByEitherSeparatorOrAPipeAndNamesTheFileInProblems) 
     EXPECT_EQ(r.systemId, path);
     EXPECT_TRUE(parser.parseFile(backslashed, false, true));
     EXPECT_THAT(r.texts(), ElementsAre("file", "file"));
-    EXPECT_EQ(std::count(r.events.begin(), r.events.end(), "locator"), 2);
 
     // A pipe has no size to read ahead by: what the writer sends arrives whole all the same.
     const std::string fifo = (folder.path() / "pipe.xml").string();
