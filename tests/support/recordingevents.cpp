@@ -5,17 +5,8 @@ namespace TestSupport {
 namespace {
 
 const char* statusWord(MetaModel::IMetaModelEvents::ElementStatus status) {
-    switch (status) {
-    case MetaModel::IMetaModelEvents::EsActive:
-        return "active";
-    case MetaModel::IMetaModelEvents::EsDeprecated:
-        return "deprecated";
-    case MetaModel::IMetaModelEvents::EsObsolete:
-        return "obsolete";
-    case MetaModel::IMetaModelEvents::EsInactive:
-        return "inactive";
-    }
-    return "?";
+    static const char* const words[] = {"active", "deprecated", "obsolete", "inactive"};
+    return status >= 0 && status < 4 ? words[status] : "?";
 }
 
 } // namespace

@@ -92,13 +92,10 @@ std::vector<std::string> lines(const std::string& text) {
 std::vector<std::string> messageIds(const std::string& err) {
     static const std::regex id(R"(\[([A-Z0-9_]+)\]$)");
     std::vector<std::string> ids;
-    size_t start = 0;
-    for (size_t end; (end = err.find('\n', start)) != std::string::npos; start = end + 1) {
-        std::smatch match;
-        const std::string line = err.substr(start, end - start);
+    std::smatch match;
+    for (const std::string& line : lines(err))
         if (std::regex_search(line, match, id))
             ids.push_back(match[1]);
-    }
     return ids;
 }
 
