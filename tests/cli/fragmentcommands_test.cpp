@@ -33,29 +33,16 @@ TEST(ServicesCommand, WritesTheLibrarysExportDocument) {
     EXPECT_NE(run.out.find("\t\t<dll>libmetamodel.so</dll>\n"), std::string::npos) << run.out;
 }
 
-// Installed: category A (2001001) with property 2001002 in one document, type B (2002001) in
-// another. Each case asks about documents of its own.
+// Installed (tests/data/compat): category A (2001001) with property 2001002 in one document,
+// type B (2002001) in another. Each case asks about documents of its own.
 TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
-    TempFolder folder;
-    const std::string installedA = folder.write(
-        "installed/a/MetaModel.xml", "<metaModel file_no='1'><category name='A' rid='1'>"
-                                     "<property name='p' rid='2'/></category></metaModel>");
-    const std::string installedB = folder.write(
-        "installed/b/MetaModel.xml", "<metaModel file_no='2'><type name='B' rid='1'/></metaModel>");
-    const auto write = [&](const std::string& name, const std::string& body) {
-        return folder.write(name + "/MetaModel.xml", "<metaModel>" + body + "</metaModel>");
-    };
-    const std::string installed = folder.file("installed");
-    const std::string fresh = write("fresh", "<type name='C' id='2003001'/>");
-    const std::string clashing =
-        write("clashing", "<type name='Z' id='2001001'/><type name='B' id='2009001'/>"
-                          "<type name='D' id='2009002'><property name='q' id='2001002'/></type>");
-    const std::string moved = write("moved", "<category name='A' id='2001005'/>");
-    write("twice/one", "<type name='E' id='2005001'/>");
-    write("twice/two", "<type name='E' id='2005002'/>");
-    const std::string twice = folder.file("twice");
-    const std::string bad = write("bad", "<type name='F' rid='x1'/>");
-    const std::string absent = folder.file("absent");
+    const std::string data = METAMODEL_TEST_DATA_DIR "/compat/", installed = data + "installed";
+    const std::string installedA = installed + "/a/MetaModel.xml";
+    const std::string installedB = installed + "/b/MetaModel.xml";
+    const std::string fresh = data + "fresh/MetaModel.xml", twice = data + "twice";
+    const std::string clashing = data + "clashing/MetaModel.xml";
+    const std::string moved = data + "moved/MetaModel.xml", bad = data + "bad/MetaModel.xml";
+    const std::string absent = data + "absent";
     // A usage error (exit 2) shows no diagnostic, only the usage.
     struct Case {
         std::vector<std::string> arguments;
@@ -73,7 +60,7 @@ TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
         {{"--against", absent, fresh}, 1, "QEL_MM_ROOT_NOT_FOUND "},
         {{installed}, 2, ""},
         {{"--against", installed}, 2, ""},
-        {{"--against", installed, "--db", folder.file("r.sqlite"), installed}, 2, ""},
+        {{"--against", installed, "--db", data + "r.sqlite", installed}, 2, ""},
         {{"--against", installed, "--schema", "s", installed}, 2, ""},
     };
     for (const Case& c : cases) {
