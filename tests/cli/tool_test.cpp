@@ -34,10 +34,7 @@ TEST(Tool, FoldersGivenWithAPlaceholderAreReadAndKeepIt) {
 
 TEST(Tool, AnEmptyIdIsReportedAtItsLineThenTheFileFailureAndExitOne) {
     TempFolder folder;
-    const std::string bad = folder.write(
-        "MetaModel.xml",
-        "<metaModel file_no=\"1\">\n  <category name=\"A\" id=\"\">\n<description/></category>\n"
-        "</metaModel>\n");
+    const std::string bad = METAMODEL_TEST_DATA_DIR "/xml/emptyid/MetaModel.xml";
     auto run = runTool({"dump", "-o", folder.file("out.dump"), bad});
     EXPECT_EQ(run.exitCode, 1);
     const auto text = lines(run.err);
