@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,8 +21,7 @@ const std::string shareDir = METAMODEL_SOURCE_DIR "/share/metamodel";
 bool shellLines(const std::string& command, std::set<std::string>& lines) {
     std::string text;
     const int status = TestSupport::runShell("bash -c 'set -o pipefail; " + command + "'", text);
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
+    for (const std::string& line : TestSupport::lines(text))
         lines.insert(line);
     return status == 0;
 }

@@ -144,16 +144,16 @@ TEST(Connection, EveryOperationRefusesANullHandle) {
 }
 
 // The same operations against both servers.
-class Connectivity : public testing::TestWithParam<Backend> {
+class Connectivity : public TestSupport::OnBothServers {
 protected:
     void SetUp() override {
-        database_ = std::make_unique<TestDatabase>(GetParam());
-        ASSERT_TRUE(database_->ready()) << database_->problem();
-        connection_ = std::make_unique<IUniqueConnection>(database_->connectionString());
+        OnBothServers::SetUp();
+        if (HasFatalFailure())
+            return;
+        connection_ = std::make_unique<IUniqueConnection>(uri_);
         handle_ = connection_->GetHandle();
     }
 
-    std::unique_ptr<TestDatabase> database_;
     std::unique_ptr<IUniqueConnection> connection_;
     void* handle_ = nullptr;
 };
