@@ -57,6 +57,7 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
     const std::string database = folder.file("repository.db");
     ASSERT_EQ(runTool({"transfer", "--db", "sqlite:" + database, sample}).exitCode, 0);
     const std::string noRoom = "cannot be written: No space left on device";
+    const std::string noFolder = "cannot be written: No such file or directory";
     const std::string isInput = "[FILEOP_OUTPUT_IS_INPUT]";
     struct Case {
         std::string name;
@@ -65,28 +66,16 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
         std::string standardOutput = "";
         std::string kept = ""; // a file that must keep its content
     };
+    const std::string set = folder.file("set"), db = "sqlite:" + database;
     std::vector<Case> cases = {
         {"dump to a full device", {"dump", "-o", "/dev/full", sample}, noRoom},
         {"export to a full standard output", {"export", sample}, noRoom, "/dev/full"},
         {"services to a full device", {"services", "-o", "/dev/full"}, noRoom},
-        {"describe to a full standard output",
-         {"describe", sample},
-         "cannot be written",
-         "/dev/full"},
-        {"dump into a missing folder",
-         {"dump", "-o", folder.file("missing/out"), sample},
-         "cannot be written: No such file or directory"},
-        {"export over a document of a folder read",
-         {"export", "-o", document, folder.file("set")},
-         isInput,
-         "",
-         document},
+        {"describe to a full output", {"describe", sample}, "cannot be written", "/dev/full"},
+        {"dump into a missing folder", {"dump", "-o", set + "/missing/out", sample}, noFolder},
+        {"export over a document read", {"export", "-o", document, set}, isInput, "", document},
         {"dump over a document named", {"dump", "-o", document, document}, isInput, "", document},
-        {"dump over the database read",
-         {"dump", "--db", "sqlite:" + database, "-o", database},
-         isInput,
-         "",
-         database},
+        {"dump over its database", {"dump", "--db", db, "-o", database}, isInput, "", database},
     };
     for (const std::string command : {"dump", "export"}) {
         if (!small.mounted)
