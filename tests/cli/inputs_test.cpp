@@ -55,21 +55,20 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     const std::string overlong = "<metaModel file_no=\"1\"><category name=\"" +
                                  std::string(10'000'001, 'x') + "\"/></metaModel>";
     const std::string unparsable = "1 QEL_MM_SAX_PARSE_EXCEPTION QEL_MM_XML_FILE_ERR";
+    const std::string unreadable = "1 QEL_MM_INPUT_UNREADABLE", s = folder.file("s");
     struct Case {
         std::vector<std::string> arguments;
         std::string outcome;
         std::string says = "";
     };
     const Case cases[] = {
-        {{"check", folder.file("s")}, "1 QEL_MM_INPUT_UNREADABLE", locked},
-        {{"transfer", "--db", "sqlite:" + database, folder.file("s")},
-         "1 QEL_MM_INPUT_UNREADABLE",
-         locked},
-        {{"compat", "--against", set, folder.file("s")}, "1 QEL_MM_INPUT_UNREADABLE", locked},
+        {{"check", s}, unreadable, locked},
+        {{"transfer", "--db", "sqlite:" + database, s}, unreadable, locked},
+        {{"compat", "--against", set, s}, unreadable, locked},
         {{"transfer", "--db", "sqlite:" + readOnly, faulty},
          "1 QEL_MM_DESC_TAG_NOT_FIRST QEL_MM_XML_FILE_ERR QEL_MM_XML2DB_ERR"},
         {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
-        {{"dump", folder.file("nowhere/MetaModel.xml")}, "1 QEL_MM_INPUT_UNREADABLE"},
+        {{"dump", folder.file("nowhere/MetaModel.xml")}, unreadable},
         {{"--app-dir", folder.path().string(), "dump", "<app dir>/nowhere"},
          "1 QEL_MM_ROOT_NOT_FOUND"},
         {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
