@@ -1,15 +1,15 @@
 #include "platform/appdatamanager.h"
 
+#include "support/tempfolder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <sstream>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -167,10 +167,8 @@ TEST_F(AppDataTest, BufferFormsAnswerZeroWhenTheFolderDoesNotFit) {
 }
 
 TEST_F(AppDataTest, CreateFlagMakesTheFolder) {
-    const fs::path root =
-        fs::path(::testing::TempDir()) / ("appdata-create-" + std::to_string(::getpid()));
-    fs::remove_all(root);
-    const std::string wanted = (root / "user" / "data").string();
+    const TestSupport::TempFolder scratch;
+    const std::string wanted = scratch.file("user/data");
     setenv("METAMODEL_USER_DIR", wanted.c_str(), 1);
     EXPECT_EQ(folder(&AppDataManager::IPaths::GetUserFolder, 1024, false), wanted);
     EXPECT_FALSE(fs::exists(wanted));
@@ -178,11 +176,10 @@ TEST_F(AppDataTest, CreateFlagMakesTheFolder) {
     EXPECT_TRUE(fs::is_directory(wanted));
 
     // A folder that cannot be made is a failure, not a silent answer.
-    const std::string blocked = (root / "file" / "below").string();
-    { std::ofstream((root / "file").string()) << "x"; }
+    const std::string blocked = scratch.file("file/below");
+    scratch.write("file", "x");
     setenv("METAMODEL_USER_DIR", blocked.c_str(), 1);
     EXPECT_EQ(folder(&AppDataManager::IPaths::GetUserFolder, 1024, true), "<failed>");
-    fs::remove_all(root);
 }
 
 TEST_F(AppDataTest, ProductionModeIsOnUnlessTheSettingIsAnIntegerZero) {
