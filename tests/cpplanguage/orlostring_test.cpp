@@ -55,20 +55,16 @@ TEST(OrloString, ReverseFindAnswersTheLastIndexOrNegative) {
 
 TEST(OrloString, TrimsInPlace) {
     String path("dir///");
-    path.trimRight('/');
+    EXPECT_EQ(&path.trimRight('/'), &path);
     EXPECT_EQ(path, "dir");
-    String all("////");
-    EXPECT_EQ(all.trimRight('/'), "");
-    String middle("a/b");
-    EXPECT_EQ(middle.trimRight('/'), "a/b");
+    EXPECT_EQ(String("////").trimRight('/'), "");
+    EXPECT_EQ(String("a/b").trimRight('/'), "a/b");
 
     String padded(" \t\n value  with inside \r\n");
     EXPECT_EQ(&padded.trim(" \t\r\n"), &padded);
     EXPECT_EQ(padded, "value  with inside");
-    String blank(" \t ");
-    EXPECT_EQ(blank.trim(" \t"), "");
-    String untouched("xx");
-    EXPECT_EQ(untouched.trim(""), "xx");
+    EXPECT_EQ(String(" \t ").trim(" \t"), "");
+    EXPECT_EQ(String("xx").trim(""), "xx");
 }
 
 TEST(OrloString, TokenizeWalksTokensAndEndsWithAnEmptyOne) {
@@ -110,16 +106,9 @@ TEST(OrloString, ReplaceMakesOnePassWithoutRescanning) {
     EXPECT_EQ(count, 2);
 
     // Matches do not overlap and are taken from the left.
-    String overlap("aaaa");
-    overlap.replace(String("aa"), String("b"));
-    EXPECT_EQ(overlap, "bb");
-    String odd("aaa");
-    odd.replace("aa", String("b"));
-    EXPECT_EQ(odd, "ba");
-
-    String shrink("a--b--c");
-    shrink.replace("--", "");
-    EXPECT_EQ(shrink, "abc");
+    EXPECT_EQ(String("aaaa").replace(String("aa"), String("b")), "bb");
+    EXPECT_EQ(String("aaa").replace("aa", String("b")), "ba");
+    EXPECT_EQ(String("a--b--c").replace("--", ""), "abc");
 
     // Nothing to find, or nothing to look for: no change, and a count of none.
     for (const char* nothing : {"x", "", static_cast<const char*>(nullptr)}) {
