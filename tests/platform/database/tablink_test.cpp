@@ -8,6 +8,7 @@
 #include "support/failureinfo.h"
 #include "support/testdatabase.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -16,6 +17,8 @@
 
 namespace {
 
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 using TestSupport::Backend;
 using TestSupport::failureArgument;
 using TestSupport::failureId;
@@ -158,6 +161,17 @@ protected:
     void* handle_ = nullptr;
 };
 
+// The id, statement and cause of the row vault failure that `action` throws.
+template <class Action> std::string rowVaultFailure(Action action) {
+    try {
+        action();
+    } catch (const RowVault::CRowVaultException& failure) {
+        return failureId(failure) + " QUERY=" + failureArgument(failure, "QUERY") +
+               " CAUSE=" + failureArgument(failure, "CAUSE");
+    }
+    return "no failure";
+}
+
 // Rows of a table as the connection under test sees them.
 int countThrough(void* handle, const std::string& table) {
     int count = -1;
@@ -268,14 +282,8 @@ TEST_P(Connectivity, ABlockIsWrittenWholeOrNotAtAll) {
         inserter->AddRow("%d%s", &n, "ok");
     const int last = 5;
     inserter->AddRow("%d%s", &last, static_cast<const char*>(nullptr));
-    try {
-        inserter->Flush();
-        FAIL() << "a null in a NOT NULL column went through";
-    } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_EQ(failureId(failure), "QEL_DB_REQ_ERR");
-        EXPECT_NE(failureArgument(failure, "QUERY").find("rows_in"), std::string::npos);
-        EXPECT_NE(failureArgument(failure, "CAUSE"), "");
-    }
+    EXPECT_THAT(rowVaultFailure([&] { inserter->Flush(); }),
+                MatchesRegex("QEL_DB_REQ_ERR QUERY=.*rows_in.* CAUSE=.+"));
     EXPECT_EQ(database_->rows("select count(*) from rows_in"), std::vector<std::string>{"0"});
 }
 
@@ -288,26 +296,15 @@ TEST_P(Connectivity, InserterMisuseAndMissingTablesAreRowVaultFailures) {
         << "rows before Prepare";
     inserter->Prepare();
     inserter->Begin();
-    try {
-        inserter->AddRow("%d", &one);
-        FAIL() << "a row of one value went into a table of two columns";
-    } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_NE(failureArgument(failure, "CAUSE").find("1 values for 2 columns"),
-                  std::string::npos)
-            << failureArgument(failure, "CAUSE");
-    }
+    EXPECT_THAT(rowVaultFailure([&] { inserter->AddRow("%d", &one); }),
+                HasSubstr("CAUSE=1 values for 2 columns"));
     EXPECT_THROW(inserter->AddRow("%d%x", &one, "x"), RowVault::CRowVaultException);
     inserter->Flush();
     EXPECT_EQ(database_->rows("select count(*) from pair"), std::vector<std::string>{"0"});
 
     inserter->SetTable("absent");
-    try {
-        inserter->Prepare();
-        FAIL() << "a missing table was prepared";
-    } catch (const RowVault::CRowVaultException& failure) {
-        EXPECT_EQ(failureId(failure), "QEL_DB_REQ_ERR");
-        EXPECT_NE(failureArgument(failure, "CAUSE").find("absent"), std::string::npos);
-    }
+    EXPECT_THAT(rowVaultFailure([&] { inserter->Prepare(); }),
+                MatchesRegex("QEL_DB_REQ_ERR .* CAUSE=.*absent.*"));
 }
 
 TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
