@@ -18,15 +18,6 @@ using CppLanguage::CRuntimeException;
 using ExceptionsTest::CDeeperFailure;
 using ExceptionsTest::CReaderFailure;
 
-CAppMsg sampleRecord() {
-    CAppMsg record;
-    record.SetId("QEL_MM_UNDEF_CAT_NAM");
-    record.SetText("Category 'X' is not defined.");
-    record.SetSeverity(CppLanguage::SeverityError);
-    record.AddArgument("CAT_NAM", "X");
-    return record;
-}
-
 TEST(Exceptions, DetailAndDescriptionNameTheSiteAndTheDynamicClass) {
     const CReaderFailure failure("src/reader.cpp", 42, "May 30 2019", "13:58:40", "it broke");
     EXPECT_STREQ(failure.what(), "it broke");
@@ -50,7 +41,10 @@ TEST(Exceptions, DetailAndDescriptionNameTheSiteAndTheDynamicClass) {
 }
 
 TEST(Exceptions, KeepsItsOwnCopyOfTheRecordAndCopiesShareIt) {
-    CAppMsg record = sampleRecord();
+    CAppMsg record;
+    record.SetId("QEL_MM_UNDEF_CAT_NAM");
+    record.SetText("Category 'X' is not defined.");
+    record.AddArgument("CAT_NAM", "X");
     const CReaderFailure failure("f.cpp", 3, "d", "t", record.GetText(), &record);
     ASSERT_NE(failure.GetAppMsg(), nullptr);
     EXPECT_NE(failure.GetAppMsg(), &record);

@@ -122,17 +122,12 @@ TEST(Report, PositionComesFromTheInnermostScopeAtTheTimeOfTheReport) {
     }
     CppLanguage::report(ORLO_HERE, "QEL_MM_EMPTY_ID");
 
-    const auto& messages = capture.messages();
-    ASSERT_EQ(messages.size(), 5u);
-    const auto where = [](const CppLanguage::CAppMsg& m) {
-        return (m.GetDocument() ? std::string(m.GetDocument()) : "<none>") + ":" +
-               std::to_string(m.GetLine()) + ":" + std::to_string(m.GetColumn());
-    };
-    EXPECT_EQ(where(messages[0]), "inner.xml:30:4");
-    EXPECT_EQ(where(messages[1]), "inner.xml:31:8");
-    EXPECT_EQ(where(messages[2]), "elsewhere:5:6");
-    EXPECT_EQ(where(messages[3]), "outer.xml:1:2");
-    EXPECT_EQ(where(messages[4]), "<none>:0:0");
+    std::vector<std::string> places;
+    for (const CppLanguage::CAppMsg& m : capture.messages())
+        places.push_back((m.GetDocument() ? std::string(m.GetDocument()) : "<none>") + ":" +
+                         std::to_string(m.GetLine()) + ":" + std::to_string(m.GetColumn()));
+    EXPECT_EQ(places, (std::vector<std::string>{"inner.xml:30:4", "inner.xml:31:8", "elsewhere:5:6",
+                                                "outer.xml:1:2", "<none>:0:0"}));
     EXPECT_EQ(CppLanguage::currentDocumentPosition().document, "");
 }
 
