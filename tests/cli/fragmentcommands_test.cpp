@@ -97,11 +97,8 @@ TEST_P(CompatOnRepository, AnswersAgainstTheRepositorysTables) {
     const auto loaded = runTool(transfer, baseInstallation);
     ASSERT_EQ(loaded.exitCode, 0) << loaded.err;
 
-    TempFolder folder;
-    const std::string fresh = folder.write(
-        "fresh/MetaModel.xml", "<metaModel file_no='9'><type name='Fresh' rid='1'/></metaModel>");
-    const std::string moved = folder.write(
-        "moved/MetaModel.xml", "<metaModel><type name='ReviewNote' id='2009001'/></metaModel>");
+    const std::string data = METAMODEL_TEST_DATA_DIR "/compat/repository/";
+    const std::string fresh = data + "fresh/MetaModel.xml", moved = data + "moved/MetaModel.xml";
     const std::string idClash = "QEL_MM_FRAGMENT_ID_CLASH ";
     const std::string nameClash = "QEL_MM_FRAGMENT_NAME_CLASH ";
     struct Case {
