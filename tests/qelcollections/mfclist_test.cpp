@@ -249,29 +249,24 @@ TEST(QELCollectionsIterator, InsertionsAroundTheCurrentElement) {
     EXPECT_EQ(it->GetCurrent(), 4);
 }
 
-TEST(QELCollectionsIterator, PredicateSearchesForwards) {
-    mfcList<int> list = listOf({1, 2, 3, 4, 5, 6});
-    CDeletableAutoPtr<IEnumerator<int>> walk(list.GetEnumerator());
+TEST(QELCollectionsIterator, PredicatesSearchForwardsAndValuesBackwards) {
+    mfcList<int> list = listOf({7, 2, 7, 4, 7, 6});
+    CDeletableAutoPtr<QELCollections::IIndexedEnumerator<int>> walk(list.GetIndexedEnumerator());
     IsEven even;
     Ints matches;
     for (bool more = walk->FirstThat(even); more; more = walk->NextThat(even))
         matches.push_back(walk->GetCurrent());
     EXPECT_EQ(matches, (Ints{2, 4, 6}));
     EXPECT_FALSE(walk->HasCurrent());
-
-    mfcList<int> odd = listOf({1, 3});
-    CDeletableAutoPtr<IEnumerator<int>> none(odd.GetEnumerator());
-    EXPECT_FALSE(none->FirstThat(even));
-}
-
-TEST(QELCollectionsIterator, ValueSearchesBackwards) {
-    mfcList<int> list = listOf({7, 1, 7, 2, 7});
-    CDeletableAutoPtr<QELCollections::IIndexedEnumerator<int>> walk(list.GetIndexedEnumerator());
     std::vector<std::uint32_t> positions;
     for (bool more = walk->FindLast(7); more; more = walk->FindPrevious(7))
         positions.push_back(walk->GetCurrentIndex());
     EXPECT_EQ(positions, (std::vector<std::uint32_t>{4, 2, 0}));
     EXPECT_FALSE(walk->FindLast(3));
+
+    mfcList<int> odd = listOf({1, 3});
+    CDeletableAutoPtr<IEnumerator<int>> none(odd.GetEnumerator());
+    EXPECT_FALSE(none->FirstThat(even));
 }
 
 TEST(QELCollectionsIterator, PositionalEnumeratorOfTheAbstractList) {
