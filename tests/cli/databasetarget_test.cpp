@@ -67,8 +67,7 @@ TEST(DatabaseTargets, InitAgainWritesNothingAndTheConnectionStaysDurable) {
     EXPECT_TRUE(TestSupport::readFile(existing) == before) << "written by init";
 
     IUniqueConnection connection(existing);
-    int status = 0;
-    int level = -1;
+    int status = 0, level = -1;
     ASSERT_TRUE(TABLINK::dbcallrequest(connection.GetHandle(), "PRAGMA synchronous"));
     TABLINK::dbscanf(connection.GetHandle(), &status, "%d", &level);
     EXPECT_GE(level, 2) << "FULL or stronger";

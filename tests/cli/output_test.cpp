@@ -82,11 +82,8 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
             break;
         const std::string output = small.path + "/" + command + ".out";
         std::ofstream(output) << "the old output\n";
-        cases.push_back({command + " into a full file system",
-                         {command, "-o", output, big},
-                         noRoom,
-                         "",
-                         output});
+        cases.push_back(
+            {command + " on a full disk", {command, "-o", output, big}, noRoom, "", output});
     }
     if (!small.mounted)
         std::cerr << "no tmpfs can be mounted here: a full file system is only /dev/full\n";

@@ -357,9 +357,8 @@ INSTANTIATE_ON_BOTH_SERVERS(Connectivity);
 
 // The embedded server's repeat screen must never say 0 where DISTINCT sees a repeat.
 TEST(Connection, TheEmbeddedRepeatScreenSeesEveryRepeatThatDistinctSees) {
-    TestDatabase database(Backend::Sqlite);
-    ASSERT_TRUE(database.ready()) << database.problem();
-    IUniqueConnection connection(database.connectionString());
+    TestSupport::TempFolder folder;
+    IUniqueConnection connection(folder.file("x.sqlite"), "", TABLINK::OpenMode::Create);
     void* handle = connection.GetHandle();
     const std::pair<const char*, int> cases[] = {
         {"(1, 'a'), (2, 'a'), (1, 'b')", 0},
