@@ -22,7 +22,6 @@ using ::testing::MatchesRegex;
 using TestSupport::Backend;
 using TestSupport::failureArgument;
 using TestSupport::failureId;
-using TestSupport::TestDatabase;
 
 constexpr char marker = '\x0F';
 
