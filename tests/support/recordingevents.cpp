@@ -34,14 +34,6 @@ void RecordingEvents::record(std::string line) {
         afterEach();
 }
 
-void RecordingEvents::OnStart() {
-    record("Start");
-}
-
-void RecordingEvents::OnEnd() {
-    record("End");
-}
-
 void RecordingEvents::OnStartCategory(const MetaModel::String& name, bool partial,
                                       const MetaModel::String& description, int id,
                                       const ElementStatus& status) {
@@ -50,20 +42,12 @@ void RecordingEvents::OnStartCategory(const MetaModel::String& name, bool partia
            std::string(description) + "' " + std::to_string(id) + " " + statusWord(status));
 }
 
-void RecordingEvents::OnEndCategory(bool partial) {
-    record(partial ? "EndCategory partial" : "EndCategory full");
-}
-
 void RecordingEvents::OnStartType(const MetaModel::String& name, bool partial,
                                   const MetaModel::String& description, int id,
                                   const ElementStatus& status) {
     sourceChanged();
     record("StartType " + std::string(name) + (partial ? " partial '" : " full '") +
            std::string(description) + "' " + std::to_string(id) + " " + statusWord(status));
-}
-
-void RecordingEvents::OnEndType(bool partial) {
-    record(partial ? "EndType partial" : "EndType full");
 }
 
 void RecordingEvents::OnStartProperty(const MetaModel::String& name,
@@ -75,10 +59,6 @@ void RecordingEvents::OnStartProperty(const MetaModel::String& name,
            std::string(type) + " " + std::to_string(minimalCardinality) + ".." +
            std::to_string(maximalCardinality) + " " + std::string(merge) + " " +
            std::to_string(id) + " " + statusWord(status));
-}
-
-void RecordingEvents::OnEndProperty() {
-    record("EndProperty");
 }
 
 void RecordingEvents::OnAttribute(const MetaModel::String& name, int value,

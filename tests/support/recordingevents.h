@@ -21,21 +21,23 @@ public:
     std::vector<std::string> body() const;
 
 protected:
-    void OnStart() override;
-    void OnEnd() override;
+    void OnStart() override { record("Start"); }
+    void OnEnd() override { record("End"); }
     void OnStartCategory(const MetaModel::String& name, bool partial,
                          const MetaModel::String& description, int id,
                          const ElementStatus& status) override;
-    void OnEndCategory(bool partial) override;
+    void OnEndCategory(bool partial) override {
+        record(partial ? "EndCategory partial" : "EndCategory full");
+    }
     void OnStartType(const MetaModel::String& name, bool partial,
                      const MetaModel::String& description, int id,
                      const ElementStatus& status) override;
-    void OnEndType(bool partial) override;
+    void OnEndType(bool partial) override { record(partial ? "EndType partial" : "EndType full"); }
     void OnStartProperty(const MetaModel::String& name, const MetaModel::String& description,
                          const MetaModel::String& type, const int& minimalCardinality,
                          const int& maximalCardinality, const MetaModel::String& merge, int id,
                          const ElementStatus& status) override;
-    void OnEndProperty() override;
+    void OnEndProperty() override { record("EndProperty"); }
     void OnAttribute(const MetaModel::String& name, int value,
                      const ElementStatus& status) override;
     void OnAttribute(const MetaModel::String& name, const MetaModel::String& value,
