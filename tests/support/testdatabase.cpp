@@ -11,19 +11,6 @@ namespace TestSupport {
 
 namespace {
 
-struct SqliteCloser {
-    void operator()(sqlite3* database) const { sqlite3_close(database); }
-};
-struct PgConnectionCloser {
-    void operator()(PGconn* connection) const { PQfinish(connection); }
-};
-struct PgResultClearer {
-    void operator()(PGresult* result) const { PQclear(result); }
-};
-
-using PgHandle = std::unique_ptr<PGconn, PgConnectionCloser>;
-using PgResult = std::unique_ptr<PGresult, PgResultClearer>;
-
 int addRow(void* lines, int columns, char** values, char**) {
     std::string line;
     for (int column = 0; column < columns; ++column)
@@ -41,7 +28,7 @@ std::vector<std::string> runSql(Backend backend, const std::string& connectionSt
         sqlite3* raw = nullptr;
         const int opened =
             sqlite3_open_v2(connectionString.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
-        std::unique_ptr<sqlite3, SqliteCloser> database(raw);
+        const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database(raw, sqlite3_close);
         if (opened != SQLITE_OK)
             throw std::runtime_error("cannot open " + connectionString);
         char* message = nullptr;
@@ -52,10 +39,12 @@ std::vector<std::string> runSql(Backend backend, const std::string& connectionSt
         }
         return lines;
     }
-    PgHandle connection(PQconnectdb(connectionString.c_str()));
+    const std::unique_ptr<PGconn, decltype(&PQfinish)> connection(
+        PQconnectdb(connectionString.c_str()), PQfinish);
     if (PQstatus(connection.get()) != CONNECTION_OK)
         throw std::runtime_error(PQerrorMessage(connection.get()));
-    PgResult result(PQexec(connection.get(), sql.c_str()));
+    const std::unique_ptr<PGresult, decltype(&PQclear)> result(
+        PQexec(connection.get(), sql.c_str()), PQclear);
     const ExecStatusType status = PQresultStatus(result.get());
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK)
         throw std::runtime_error(PQresultErrorMessage(result.get()));
