@@ -17,19 +17,11 @@ using TestSupport::runTool;
 
 const std::string shareDir = METAMODEL_SOURCE_DIR "/share/metamodel";
 
-// The lines a shell command prints, and whether it succeeded.
-bool shellLines(const std::string& command, std::set<std::string>& lines) {
-    std::string text;
-    const int status = TestSupport::runShell("bash -c 'set -o pipefail; " + command + "'", text);
-    for (const std::string& line : TestSupport::lines(text))
-        lines.insert(line);
-    return status == 0;
-}
-
 // Names that DOT cannot take as they stand: blanks, quotes, backslashes (one at the end),
 // an entity, non-ASCII text; a deprecated type and an obsolete category; inheritance and a
 // tree link, one across documents through a partial element.
-const std::string crafted = METAMODEL_TEST_DATA_DIR "/graph/crafted/MetaModel.xml";
+const std::string data = METAMODEL_TEST_DATA_DIR "/graph/",
+                  crafted = data + "crafted/MetaModel.xml";
 
 TEST(Graph, DotHoldsExactlyTheModelsNodesAndEdges) {
     const TestSupport::TempFolder folder;
@@ -38,19 +30,22 @@ TEST(Graph, DotHoldsExactlyTheModelsNodesAndEdges) {
     const auto run = runTool({"graph", "--trees", "-o", dot, document});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     // Graphviz's own reading of the text, once through dot and back, as name sets.
-    std::set<std::string> read;
-    ASSERT_TRUE(shellLines(
-        "dot -Tcanon \"" + dot +
-            "\" | gvpr \"N{printf(\\\"node %s|%s|%s\\n\\\", \\$.name, \\$.shape, \\$.style)} "
-            "E{printf(\\\"edge %s|%s|%s\\n\\\", \\$.tail.name, \\$.head.name, \\$.label)}\"",
-        read))
+    std::string canon;
+    ASSERT_EQ(
+        TestSupport::runShell(
+            "bash -c 'set -o pipefail; dot -Tcanon \"" + dot +
+                "\" | gvpr \"N{printf(\\\"node %s|%s|%s\\n\\\", \\$.name, \\$.shape, \\$.style)} "
+                "E{printf(\\\"edge %s|%s|%s\\n\\\", \\$.tail.name, \\$.head.name, \\$.label)}\"'",
+            canon),
+        0)
         << readFile(dot);
     // In a quoted DOT name only \" is an escape and \\ stays as it is written: a backslash
     // is doubled in the node's name, where a single one before the closing quote would end
     // the text too early; its label shows it single.
-    const std::vector<std::string> expected =
-        TestSupport::lines(readFile(METAMODEL_TEST_DATA_DIR "/graph/crafted-read.txt"));
-    EXPECT_EQ(read, std::set<std::string>(expected.begin(), expected.end())) << readFile(dot);
+    const auto read = TestSupport::lines(canon);
+    const auto expected = TestSupport::lines(readFile(data + "crafted-read.txt"));
+    EXPECT_EQ(std::set(read.begin(), read.end()), std::set(expected.begin(), expected.end()))
+        << readFile(dot);
     // The same model gives the same text, whatever the order of the hash tables.
     EXPECT_EQ(runTool({"graph", "--trees", document}).out, readFile(dot));
 
@@ -68,7 +63,7 @@ struct Focus {
 
 // Root <- Middle <- Focus <- Child <- Grandchild, Root <- Side, Middle <- Sibling,
 // Focus <- Other.
-const std::string family = METAMODEL_TEST_DATA_DIR "/graph/family/MetaModel.xml";
+const std::string family = data + "family/MetaModel.xml";
 
 TEST(Graph, AFocusKeepsItsNeighbourhoodAndTheEdgesWithin) {
     const Focus cases[] = {
