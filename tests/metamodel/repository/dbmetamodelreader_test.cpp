@@ -1,10 +1,10 @@
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/model/raisedmessage.h"
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "metamodel/repository/dbmetamodelreader.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 
 #include "repositorytesting.h"
-#include "support/failureinfo.h"
 #include "support/recordingevents.h"
 #include "support/repositorysnapshot.h"
 
@@ -121,16 +121,16 @@ TEST_F(RepositoryReader, AMissingTableIsARequestFailureBeforeTheStreamStarts) {
     RecordingEvents events;
     CDBMetaModelReader reader(repository_.handle());
     reader.SetEvents(&events);
-    try {
-        reader.Read();
-        FAIL() << "read without TypCat";
-    } catch (const MetaModel::CMetaModelReaderException& failure) {
-        EXPECT_EQ(TestSupport::failureId(failure), "QEL_DB_REQ_ERR");
-        EXPECT_EQ(TestSupport::failureArgument(failure, "QUERY"),
-                  "select IdTyp,IdCatParent,Status from TypCat where IsCatProp = 1 order by "
-                  "IdCatParent");
-        EXPECT_NE(TestSupport::failureArgument(failure, "CAUSE").find("TypCat"), std::string::npos);
-    }
+    auto raised =
+        TestSupport::raisedBy<MetaModel::CMetaModelReaderException>([&] { reader.Read(); });
+    EXPECT_NE(raised.arguments["CAUSE"].find("TypCat"), std::string::npos);
+    raised.arguments.erase("CAUSE");
+    EXPECT_EQ(
+        raised,
+        (TestSupport::RaisedMessage{
+            "QEL_DB_REQ_ERR",
+            {{"QUERY", "select IdTyp,IdCatParent,Status from TypCat where IsCatProp = 1 order by "
+                       "IdCatParent"}}}));
     EXPECT_EQ(events.events, Lines{});
 }
 
