@@ -203,6 +203,11 @@ TEST(XmlHandler, ShapeFailuresCarryTheirIdArgumentsAndPosition) {
         {"comment before the description",
          document("<category name=\"C\" rid=\"1\"><comment/><description/></category>"),
          "QEL_MM_DESC_TAG_NOT_FIRST@2(TAG=category,)"},
+        // A full element without one never starts; the next tag fails, in its parent's name.
+        {"no description",
+         document("<category name=\"A\" rid=\"1\"/>\n<category name=\"B\" rid=\"2\">"
+                  "<description/></category>"),
+         "QEL_MM_DESC_TAG_NOT_FIRST@3(TAG=metaModel,)"},
         {"child in a description",
          document("<category name=\"C\" rid=\"1\"><description><b/></description></category>"),
          "QEL_MM_DESC_TAG_HAS_CHILD@2()"},
@@ -235,16 +240,6 @@ TEST(XmlHandler, ShapeFailuresCarryTheirIdArgumentsAndPosition) {
         // A failed source leaves its stream open but the read still ends it.
         EXPECT_EQ(reading.events.events.back(), "End") << failure.name;
     }
-}
-
-TEST(XmlHandler, AFullElementWithoutDescriptionNeverStartsAndTheNextTagFails) {
-    SourceReading reading;
-    readSource(reading, document("<category name=\"A\" rid=\"1\"/>\n<category name=\"B\" "
-                                 "rid=\"2\"><description/></category>"));
-    EXPECT_EQ(reading.events.body(), (Lines{"Attribute ROOT_PATH '' active", "EndCategory full"}));
-    ASSERT_EQ(reading.messages.ids(), std::vector<std::string>{"QEL_MM_DESC_TAG_NOT_FIRST"});
-    EXPECT_EQ(reading.messages.argument(0, "TAG"), "metaModel");
-    EXPECT_EQ(reading.messages.messages().front().GetLine(), 3);
 }
 
 // Callers may ask the handler for its invariant at any moment, in the middle of a description too.
