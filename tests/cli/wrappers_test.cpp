@@ -33,19 +33,9 @@ const std::string crafted = METAMODEL_TEST_DATA_DIR "/wrappers_client";
 const std::string clientFlags = METAMODEL_CLIENT_FLAGS;
 
 // The runs keep their records in a cache folder of the test program's own.
-class OwnCacheFolder : public ::testing::Environment {
-public:
-    void SetUp() override {
-        folder_.emplace();
-        setenv("XDG_CACHE_HOME", folder_->file("cache").c_str(), 1);
-    }
-    void TearDown() override { folder_.reset(); }
-
-private:
-    std::optional<TempFolder> folder_;
-};
-[[maybe_unused]] const auto* const ownCacheFolder =
-    ::testing::AddGlobalTestEnvironment(new OwnCacheFolder);
+const TempFolder cacheFolder;
+const std::string ownCache = cacheFolder.file("cache");
+[[maybe_unused]] const int cacheSet = setenv("XDG_CACHE_HOME", ownCache.c_str(), 1);
 
 // The checks of a client program: for every class that the headers declare, the model
 // object that its static lookup finds must carry the class's own id and name. The classes
@@ -337,12 +327,10 @@ TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
 TEST(Wrappers, ARunWithoutACacheFolderStillSucceeds) {
     TempFolder folder;
     const std::string output = folder.file("out");
-    const char* cache = std::getenv("XDG_CACHE_HOME");
-    const std::string kept = cache ? cache : "";
     setenv("XDG_CACHE_HOME", folder.write("cache", "a file, no folder\n").c_str(), 1);
     const auto first = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
     const auto second = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
-    setenv("XDG_CACHE_HOME", kept.c_str(), 1);
+    setenv("XDG_CACHE_HOME", ownCache.c_str(), 1);
     EXPECT_EQ(first.exitCode, 0) << first.err;
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_NE(second.err.find("up to date, nothing written"), std::string::npos) << second.err;
