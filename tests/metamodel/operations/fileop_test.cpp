@@ -29,17 +29,12 @@ std::vector<std::string> reports(const TestSupport::MessageCapture& capture,
 TEST(FileOp, CompareFiles) {
     TestSupport::TempFolder root;
     const std::string base = root.path().string();
-    std::string big(70000, 'x'), bigOther = big;
-    bigOther.back() = 'y';
-    TestSupport::plantTree(base, {{"empty1", ""},
-                                  {"empty2", ""},
-                                  {"a", "same text"},
-                                  {"a2", "same text"},
-                                  {"longer", "same text!"},
-                                  {"b", "same texT"},
-                                  {"big", big},
-                                  {"bigOther", bigOther},
-                                  {"folder", "<dir>"}});
+    Tree files =
+        TestSupport::parseTree("empty1= empty2= a=same a2=same longer=same! b=samE folder/");
+    files["big"] = std::string(70000, 'x');
+    files["bigOther"] = files["big"];
+    files["bigOther"].back() = 'y';
+    TestSupport::plantTree(base, files);
     struct Case {
         const char* name;
         std::string file1, file2;
