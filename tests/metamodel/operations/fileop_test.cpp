@@ -39,7 +39,7 @@ TEST(FileOp, CompareFiles) {
         const char* name;
         std::string file1, file2;
         FileOp::fcStatus expected;
-        std::vector<std::string> reports;
+        std::vector<std::string> reports = {};
     };
     std::vector<Case> cases = {
         {"a missing path with itself", base + "/none", base + "/none", FileOp::fcSame},
@@ -81,7 +81,7 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
         const char* name;
         std::string path;
         int expected;
-        std::vector<std::string> reports;
+        std::vector<std::string> reports = {};
     };
     const std::vector<Case> cases = {
         {"existing", base + "/there", 0},
@@ -109,7 +109,7 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
         const char* before;
         Op op;
         const char* after;
-        std::vector<std::string> reports;
+        std::vector<std::string> reports = {};
     };
     const std::vector<Case> cases = {
         {"delete *.* takes files, dot-names and folders, and leaves the folder",
