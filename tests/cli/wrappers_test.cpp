@@ -2,6 +2,7 @@
 #include "support/runtool.h"
 #include "support/tempfolder.h"
 #include "support/testdatabase.h"
+#include "support/treesnapshot.h"
 
 #include <gtest/gtest.h>
 
@@ -31,27 +32,15 @@ const std::string crafted = METAMODEL_TEST_DATA_DIR "/wrappers_client";
 const std::string clientFlags = METAMODEL_CLIENT_FLAGS;
 
 // The runs keep their records in a cache folder of the test program's own.
-class OwnCacheFolder : public ::testing::Environment {
-public:
-    void SetUp() override {
-        folder_.emplace();
-        setenv("XDG_CACHE_HOME", folder_->file("cache").c_str(), 1);
-    }
-    void TearDown() override { folder_.reset(); }
+const TempFolder cacheFolder;
+const std::string ownCache = cacheFolder.file("cache");
+[[maybe_unused]] const int cacheSet = setenv("XDG_CACHE_HOME", ownCache.c_str(), 1);
 
-private:
-    std::optional<TempFolder> folder_;
-};
-[[maybe_unused]] const auto* const ownCacheFolder =
-    ::testing::AddGlobalTestEnvironment(new OwnCacheFolder);
-
-// Every file of a tree and its content, by relative path.
-std::map<std::string, std::string> tree(const fs::path& folder) {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-        if (entry.is_regular_file())
-            files[entry.path().lexically_relative(folder).string()] = readFile(entry.path());
-    return files;
+// Every file of a tree and its content: the merge leaves emptied folders behind.
+TestSupport::Tree treeOf(const std::string& folder) {
+    TestSupport::Tree tree = TestSupport::treeOf(folder);
+    std::erase_if(tree, [](const auto& entry) { return entry.second == "<dir>"; });
+    return tree;
 }
 
 // The checks of a client program: for every class that the headers declare, the model
@@ -66,7 +55,7 @@ std::string checkProgram(const fs::path& output, int& classes) {
     static const std::regex anyClass("\t{1,2}class .*");
     std::string checks;
     classes = 0;
-    for (const auto& [name, text] : tree(output)) {
+    for (const auto& [name, text] : treeOf(output.string())) {
         std::istringstream lines(text);
         std::string owner;
         std::smatch match;
@@ -225,7 +214,7 @@ TEST(Wrappers, ARunOverItsOwnOutputChangesOnlyWhatDiffersAndCheckNamesIt) {
         for (const auto& entry : fs::recursive_directory_iterator(output))
             fs::last_write_time(entry.path(), old);
         test.edit();
-        const auto before = tree(output);
+        const auto before = treeOf(output);
 
         const auto check = runTool({"wrappers", "--check", "-o", output}, baseInstallation);
         EXPECT_EQ(check.exitCode, test.listed.empty() ? 0 : 1) << test.name << check.err;
@@ -234,12 +223,12 @@ TEST(Wrappers, ARunOverItsOwnOutputChangesOnlyWhatDiffersAndCheckNamesIt) {
                                                  : test.listed.substr(0, blank + 1) + output + "/" +
                                                        test.listed.substr(blank + 1) + "\n")
             << test.name;
-        EXPECT_EQ(tree(output), before) << test.name;
+        EXPECT_EQ(treeOf(output), before) << test.name;
 
         const auto run = runTool({"wrappers", "-o", output}, baseInstallation);
         EXPECT_EQ(run.exitCode, 0) << test.name << run.err;
-        EXPECT_EQ(tree(output), tree(reference)) << test.name;
-        for (const auto& [name, text] : tree(output)) {
+        EXPECT_EQ(treeOf(output), treeOf(reference)) << test.name;
+        for (const auto& [name, text] : treeOf(output)) {
             const auto was = before.find(name);
             if (was != before.end() && was->second == text) {
                 EXPECT_EQ(fs::last_write_time(output + "/" + name), old) << test.name << name;
@@ -311,7 +300,7 @@ TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
         for (const auto& entry : fs::recursive_directory_iterator(output))
             fs::last_write_time(entry.path(), old);
         test.edit();
-        const auto before = tree(output);
+        const auto before = treeOf(output);
 
         std::vector<std::string> checking = test.arguments;
         checking.push_back("--check");
@@ -321,7 +310,7 @@ TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
         if (test.trusted) {
             EXPECT_EQ(check.exitCode, 0) << test.name << check.out;
             EXPECT_EQ(check.out, "") << test.name;
-            EXPECT_EQ(tree(output), before) << test.name;
+            EXPECT_EQ(treeOf(output), before) << test.name;
             EXPECT_NE(again.err.find("up to date, nothing written"), std::string::npos)
                 << again.err;
             for (const auto& entry : fs::recursive_directory_iterator(output))
@@ -335,7 +324,7 @@ TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
         if (arguments.front() != "--no-cache")
             arguments.insert(arguments.begin(), "--no-cache");
         ASSERT_EQ(run(arguments, reference).exitCode, 0) << test.name;
-        EXPECT_EQ(tree(output), tree(reference)) << test.name;
+        EXPECT_EQ(treeOf(output), treeOf(reference)) << test.name;
         EXPECT_NE(readFile(output + "/" + edited), "forged\n") << test.name;
     }
 }
@@ -344,12 +333,10 @@ TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
 TEST(Wrappers, ARunWithoutACacheFolderStillSucceeds) {
     TempFolder folder;
     const std::string output = folder.file("out");
-    const char* cache = std::getenv("XDG_CACHE_HOME");
-    const std::string kept = cache ? cache : "";
     setenv("XDG_CACHE_HOME", folder.write("cache", "a file, no folder\n").c_str(), 1);
     const auto first = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
     const auto second = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
-    setenv("XDG_CACHE_HOME", kept.c_str(), 1);
+    setenv("XDG_CACHE_HOME", ownCache.c_str(), 1);
     EXPECT_EQ(first.exitCode, 0) << first.err;
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_NE(second.err.find("up to date, nothing written"), std::string::npos) << second.err;
@@ -397,7 +384,7 @@ TEST(Wrappers, TheRepositoryGivesTheSameTreeAsTheDocuments) {
     // The texts may differ where the repository folded partial declarations in its own order.
     const auto paths = [](const std::string& output) {
         std::vector<std::string> names;
-        for (const auto& [name, text] : tree(output))
+        for (const auto& [name, text] : treeOf(output))
             names.push_back(name);
         return names;
     };

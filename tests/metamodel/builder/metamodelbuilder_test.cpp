@@ -87,12 +87,11 @@ TEST_F(LinkedDocuments, PropertiesTakeTheWeakerStatusOfThemselvesAndTheirCategor
 TEST_F(LinkedDocuments, ReferenceTargetsAreResolvedOnTheAtomicTypeAlsoInsideALists) {
     const auto& holder = category(*model, "Holder");
     const QEL::IPropertyType* owner = property(*model, "Child.owner").GetPropertyType();
-    EXPECT_TRUE(owner->IsReference());
-    EXPECT_FALSE(owner->IsList());
+    EXPECT_TRUE(owner->IsReference() && !owner->IsReferenceList() && !owner->IsList());
     EXPECT_EQ(owner->GetReferencedCategory(), &holder);
 
     const QEL::IPropertyType* members = property(*model, "Child.members").GetPropertyType();
-    EXPECT_TRUE(members->IsReferenceList());
+    EXPECT_TRUE(members->IsReferenceList() && !members->IsReference());
     EXPECT_EQ(members->GetMaximalCardinality(), 5);
     EXPECT_EQ(members->GetReferencedCategory(), &holder);
 
@@ -105,6 +104,7 @@ TEST_F(LinkedDocuments, ReferenceTargetsAreResolvedOnTheAtomicTypeAlsoInsideALis
 
     const QEL::IPropertyType* count = property(*model, "Child.count").GetPropertyType();
     EXPECT_TRUE(count->IsInteger());
+    EXPECT_EQ(count->GetReferencedCategory(), nullptr);
     EXPECT_EQ(count->GetMinimalCardinality(), 1);
     EXPECT_EQ(count->GetMaximalCardinality(), 1);
 }

@@ -31,28 +31,6 @@ TEST(PropertyTypeBuilder, EveryWordMakesItsKindAndNothingElseMakesAType) {
         EXPECT_EQ(typeOf(word), nullptr) << "'" << word << "'";
 }
 
-TEST(PropertyTypes, KindQueriesAndTheReferencedCategoryOfAtomsAndLists) {
-    const auto reference = typeOf("reference");
-    EXPECT_TRUE(reference->IsReference());
-    EXPECT_FALSE(reference->IsReferenceList());
-    const auto list = typeOf("referenceList");
-    EXPECT_TRUE(list->IsReferenceList());
-    EXPECT_FALSE(list->IsReference());
-
-    // The target sits on the element, and the list hands it on.
-    QEL::CMetaModel model;
-    const QEL::ICategory* target = model.AddCategory("Target");
-    list->GetTargetCarrier()->SetReferencedCategory(target);
-    EXPECT_EQ(list->GetReferencedCategory(), target);
-    EXPECT_EQ(typeOf("integer")->GetTargetCarrier(), nullptr);
-    EXPECT_EQ(typeOf("integerList")->GetReferencedCategory(), nullptr);
-
-    const auto integers = typeOf("integerList");
-    const auto& element = dynamic_cast<const QEL::CListPropertyType&>(*integers).GetElementType();
-    EXPECT_TRUE(element.IsInteger());
-    EXPECT_FALSE(element.IsList());
-}
-
 // Notes which family each visit reached.
 struct FamilyVisitor : QEL::IPropertyTypeVisitor {
     std::vector<std::string> seen;

@@ -29,37 +29,28 @@ std::vector<std::string> reports(const TestSupport::MessageCapture& capture,
 TEST(FileOp, CompareFiles) {
     TestSupport::TempFolder root;
     const std::string base = root.path().string();
-    std::string big(70000, 'x'), bigOther = big;
-    bigOther.back() = 'y';
-    TestSupport::plantTree(base, {{"empty1", ""},
-                                  {"empty2", ""},
-                                  {"a", "same text"},
-                                  {"a2", "same text"},
-                                  {"longer", "same text!"},
-                                  {"b", "same texT"},
-                                  {"big", big},
-                                  {"bigOther", bigOther},
-                                  {"folder", "<dir>"}});
+    Tree files =
+        TestSupport::parseTree("empty1= empty2= a=same a2=same longer=same! b=samE folder/");
+    files["big"] = std::string(70000, 'x');
+    files["bigOther"] = files["big"];
+    files["bigOther"].back() = 'y';
+    TestSupport::plantTree(base, files);
     struct Case {
         const char* name;
         std::string file1, file2;
         FileOp::fcStatus expected;
-        std::vector<std::string> reports;
+        std::vector<std::string> reports = {};
     };
     std::vector<Case> cases = {
-        {"a missing path with itself", base + "/none", base + "/none", FileOp::fcSame, {}},
-        {"two empty files", base + "/empty1", base + "/empty2", FileOp::fcSame, {}},
-        {"equal bytes, either separator", base + "\\a", base + "/a2", FileOp::fcSame, {}},
-        {"other length", base + "/a", base + "/longer", FileOp::fcDifferent, {}},
-        {"same length, other byte", base + "/a", base + "/b", FileOp::fcDifferent, {}},
-        {"differs past the first block",
-         base + "/big",
-         base + "/bigOther",
-         FileOp::fcDifferent,
-         {}},
-        {"both missing", base + "/none", base + "/none2", FileOp::fcFile1Missing, {}},
-        {"second missing", base + "/a", base + "/none", FileOp::fcFile2Missing, {}},
-        {"path through a file", base + "/a", base + "/a/x", FileOp::fcFile2Missing, {}},
+        {"a missing path with itself", base + "/none", base + "/none", FileOp::fcSame},
+        {"two empty files", base + "/empty1", base + "/empty2", FileOp::fcSame},
+        {"equal bytes, either separator", base + "\\a", base + "/a2", FileOp::fcSame},
+        {"other length", base + "/a", base + "/longer", FileOp::fcDifferent},
+        {"same length, other byte", base + "/a", base + "/b", FileOp::fcDifferent},
+        {"differs past the first block", base + "/big", base + "/bigOther", FileOp::fcDifferent},
+        {"both missing", base + "/none", base + "/none2", FileOp::fcFile1Missing},
+        {"second missing", base + "/a", base + "/none", FileOp::fcFile2Missing},
+        {"path through a file", base + "/a", base + "/a/x", FileOp::fcFile2Missing},
         {"a folder",
          base + "/folder",
          base + "/a",
@@ -90,12 +81,12 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
         const char* name;
         std::string path;
         int expected;
-        std::vector<std::string> reports;
+        std::vector<std::string> reports = {};
     };
     const std::vector<Case> cases = {
-        {"existing", base + "/there", 0, {}},
-        {"nested, either separator", base + "/a\\b/c", 0, {}},
-        {"trailing separator", base + "/t/u/", 0, {}},
+        {"existing", base + "/there", 0},
+        {"nested, either separator", base + "/a\\b/c", 0},
+        {"trailing separator", base + "/t/u/", 0},
         {"a file in the way",
          base + "/file/sub/deeper",
          1,
@@ -118,14 +109,12 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
         const char* before;
         Op op;
         const char* after;
-        std::vector<std::string> reports;
+        std::vector<std::string> reports = {};
     };
     const std::vector<Case> cases = {
         {"delete *.* takes files, dot-names and folders, and leaves the folder",
          "w/a.h=a w/.hidden=h w/sub/x=x keep=k",
-         [](const std::string& b) { return FileOp::deleteFiles(b + "/w/*.*"); },
-         "w/ keep=k",
-         {}},
+         [](const std::string& b) { return FileOp::deleteFiles(b + "/w/*.*"); }, "w/ keep=k"},
         {"delete a missing path",
          "",
          [](const std::string& b) { return FileOp::deleteFiles(b + "/none"); },
@@ -134,28 +123,20 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
         {"move a pattern: folders merge, files overwrite",
          "s/a=new s/d/x=x2 s/d/y=y t/a=old t/d/x=x1 t/d/z=z",
          [](const std::string& b) { return FileOp::moveFiles(b + "\\s\\*.*", b + "/t"); },
-         "s/ t/ t/a=new t/d/ t/d/x=x2 t/d/y=y t/d/z=z",
-         {}},
-        {"move a file onto a folder: into it",
-         "f=1 t/",
-         [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/t/"); },
-         "t/ t/f=1",
-         {}},
-        {"move a file to a new path: renamed, folders made",
-         "f=1",
+         "s/ t/ t/a=new t/d/ t/d/x=x2 t/d/y=y t/d/z=z"},
+        {"move a file onto a folder: into it", "f=1 t/",
+         [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/t/"); }, "t/ t/f=1"},
+        {"move a file to a new path: renamed, folders made", "f=1",
          [](const std::string& b) { return FileOp::moveFiles(b + "/f", b + "/n/m/g"); },
-         "n/ n/m/ n/m/g=1",
-         {}},
+         "n/ n/m/ n/m/g=1"},
         {"move a folder onto a file",
          "s/d/x=x t/d=file",
          [](const std::string& b) { return FileOp::moveFiles(b + "/s/*", b + "/t"); },
          "s/ s/d/ s/d/x=x t/ t/d=file",
          {"FILEOP_CANNOT_MOVE@0(DST=~/t,SRC=~/s/*,)"}},
-        {"copy a pattern: the source stays",
-         "s/a=a s/d/b=b t/d/c=c",
+        {"copy a pattern: the source stays", "s/a=a s/d/b=b t/d/c=c",
          [](const std::string& b) { return FileOp::copyFiles(b + "/s/*.*", b + "/t"); },
-         "s/ s/a=a s/d/ s/d/b=b t/ t/a=a t/d/ t/d/b=b t/d/c=c",
-         {}},
+         "s/ s/a=a s/d/ s/d/b=b t/ t/a=a t/d/ t/d/b=b t/d/c=c"},
         {"copy a folder into itself",
          "d/a=a",
          [](const std::string& b) { return FileOp::copyFiles(b + "/d", b + "/d/inner"); },

@@ -1,6 +1,5 @@
 #include "metamodel/operations/transferoperation.h"
 #include "metamodel/repository/repositoryformat.h"
-#include "platform/appdatamanager.h"
 #include "platform/database/connection.h"
 #include "platform/database/uniqueconnection.h"
 
@@ -138,9 +137,7 @@ public:
 };
 
 TEST(TransferOperationOnAFailingDriver, AnyOtherFailureIsPostedAndAnsweredNotThrown) {
-    AppDataManager::AppDataOverrides folders;
-    folders.appDir = METAMODEL_SOURCE_DIR "/share/metamodel";
-    AppDataManager::SetAppDataOverrides(folders);
+    OperationTesting::InstallationOnly installation;
     Repository repository(Backend::Sqlite);
     ASSERT_TRUE(repository.database.ready());
     std::string problem;
@@ -155,7 +152,6 @@ TEST(TransferOperationOnAFailingDriver, AnyOtherFailureIsPostedAndAnsweredNotThr
     EXPECT_NO_THROW(result = TransferMetaModelFromXmlToDb(&failing, {review}));
     EXPECT_EQ(result, 1);
     EXPECT_EQ(messages.ids(), Ids{"QEL_MM_XML2DB_ERR"});
-    AppDataManager::SetAppDataOverrides({});
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "metamodel/builder/metamodelbuilder.h"
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/model/raisedmessage.h"
 #include "metamodel/validation/functionalvalidator.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "support/messagecapture.h"
@@ -153,14 +154,9 @@ TEST(FunctionalValidation, ValidateThrowsTheNumberOfFailingChecks) {
     const BuiltModel built(category("Self", 1, inherits("Self") + pairProperty("p", 2, "1", "")));
     TestSupport::MessageCapture messages;
     FunctionalValidator validator;
-    try {
-        validator.validate(built.model());
-        FAIL() << "no exception";
-    } catch (const MetaModel::FunctionalMetaModelException& failure) {
-        ASSERT_NE(failure.GetAppMsg(), nullptr);
-        EXPECT_STREQ(failure.GetAppMsg()->GetId(), "QEL_MM_EXIST_ERR");
-        EXPECT_EQ(failure.GetAppMsg()->GetArguments().at(0).second, "2");
-    }
+    EXPECT_EQ(TestSupport::raisedBy<MetaModel::FunctionalMetaModelException>(
+                  [&] { validator.validate(built.model()); }),
+              (TestSupport::RaisedMessage{"QEL_MM_EXIST_ERR", {{"NUMBER", "2"}}}));
     // A second run counts from zero and says it all again.
     EXPECT_FALSE(validator.isValid(built.model()));
     EXPECT_EQ(validator.errorCount(), 2);

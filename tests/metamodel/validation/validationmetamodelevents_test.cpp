@@ -1,4 +1,5 @@
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/model/raisedmessage.h"
 #include "metamodel/validation/validationmetamodelevents.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "support/messagecapture.h"
@@ -200,15 +201,9 @@ TEST(StreamValidation, AFaultyStreamEndsInTheCountOfItsErrorsWarningsLeftOut) {
     CValidationMetaModelEvents events;
     TestSupport::MessageCapture messages;
     reader.SetEvents(&events);
-    try {
-        reader.readSources();
-        FAIL() << "no exception";
-    } catch (const MetaModel::CSemanticMetaModelException& failure) {
-        ASSERT_NE(failure.GetAppMsg(), nullptr);
-        EXPECT_STREQ(failure.GetAppMsg()->GetId(), "QEL_MM_EXIST_ERR");
-        EXPECT_EQ(failure.GetAppMsg()->GetArguments().at(0),
-                  (std::pair<std::string, std::string>{"NUMBER", "3"}));
-    }
+    EXPECT_EQ(TestSupport::raisedBy<MetaModel::CSemanticMetaModelException>(
+                  [&] { reader.readSources(); }),
+              (TestSupport::RaisedMessage{"QEL_MM_EXIST_ERR", {{"NUMBER", "3"}}}));
     EXPECT_EQ(messages.ids(), (Ids{"QEL_MM_RESERVED_CNAME", "QEL_MM_TWICE_INHERITANCE",
                                    "QEL_MM_UNKNOWN_EXTEND", "QEL_MM_UNKNOWN_EXTEND"}));
 

@@ -123,23 +123,6 @@ TEST_F(WrapperGeneration, AnEmptyModelGivesTheSummaryAloneAndLeftoversNeverReach
     EXPECT_EQ(TestSupport::treeOf(output), (Tree{{"AllWrappers.h", summaryHead + "\n//EOF\n"}}));
 }
 
-TEST_F(WrapperGeneration, ASecondBuildKeepsUnchangedHeadersAndPurgesVanishedOnes) {
-    const std::string docs = root.file("docs");
-    const std::string document = writeDocument("lib", {"Kept", "Gone"});
-    WrapperGenerator(TestSupport::buildFromDocuments({document}).get(), docs, output).Build();
-    ASSERT_TRUE(fs::exists(output + "/lib/Gone.h"));
-    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(24 * 400);
-    fs::last_write_time(output + "/lib/Kept.h", old);
-
-    writeDocument("lib", {"Kept", "Added"});
-    WrapperGenerator(TestSupport::buildFromDocuments({document}).get(), docs, output).Build();
-    EXPECT_EQ(fs::last_write_time(output + "/lib/Kept.h"), old);
-    EXPECT_FALSE(fs::exists(output + "/lib/Gone.h"));
-    EXPECT_TRUE(fs::exists(output + "/lib/Added.h"));
-    EXPECT_EQ(TestSupport::readFile(output + "/AllWrappers.h"),
-              summaryHead + "#include \"lib/Kept.h\"\n#include \"lib/Added.h\"\n\n//EOF\n");
-}
-
 TEST_F(WrapperGeneration, AHeaderThatCannotBeOpenedFailsAndLeavesTheOutputAsItWas) {
     // The sub-folder "X.h" of the first document stands where the second one's header goes.
     const std::string inTheWay = writeDocument("X.h", {"Y"});

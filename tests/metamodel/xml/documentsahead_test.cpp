@@ -96,16 +96,14 @@ Lines plainBodies(int count) {
 const struct {
     const char* name;
     std::vector<std::string> roots;
-    int documents;
-    std::map<size_t, std::string> replaced;
+    int documents = 0;
+    std::map<size_t, std::string> replaced = {};
 } setCases[] = {
     {"the installation and the example",
-     {METAMODEL_SOURCE_DIR "/share/metamodel/configuration", METAMODEL_SOURCE_DIR "/examples"},
-     0,
-     {}},
+     {METAMODEL_SOURCE_DIR "/share/metamodel/configuration", METAMODEL_SOURCE_DIR "/examples"}},
     // Documents there conflict with each other; the stream does not care.
-    {"every fixture document", {METAMODEL_TEST_DATA_DIR}, 0, {}},
-    {"a generated set", {}, -1, {}},
+    {"every fixture document", {METAMODEL_TEST_DATA_DIR}},
+    {"a generated set", {}, -1},
     // An element without a description leaves the next document expecting one: the
     // description that opens it is taken, and so is the failure of one that does not.
     {"a description expected across documents",

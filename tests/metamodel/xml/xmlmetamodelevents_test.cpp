@@ -1,4 +1,5 @@
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/model/raisedmessage.h"
 #include "metamodel/xml/xmlmetamodelevents.h"
 #include "support/tempfolder.h"
 
@@ -89,14 +90,8 @@ TEST(XmlWriter, AnUnopenableFileRaisesAtTheStartAndWritesNothing) {
     TestSupport::TempFolder folder;
     const std::string path = folder.file("missing/out.xml");
     CXMLMetaModelEvents writer(path);
-    try {
-        writer.Start();
-        FAIL() << "no exception";
-    } catch (const MetaModel::CMetaModelEventsException& failure) {
-        ASSERT_NE(failure.GetAppMsg(), nullptr);
-        EXPECT_STREQ(failure.GetAppMsg()->GetId(), "QEL_MM_XML_OUTPUT_FILE_ERR");
-        EXPECT_EQ(failure.GetAppMsg()->GetArguments().at(0).second, path);
-    }
+    EXPECT_EQ(TestSupport::raisedBy<MetaModel::CMetaModelEventsException>([&] { writer.Start(); }),
+              (TestSupport::RaisedMessage{"QEL_MM_XML_OUTPUT_FILE_ERR", {{"FILE", path}}}));
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
