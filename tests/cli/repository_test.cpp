@@ -73,6 +73,18 @@ TEST_P(ToolOnRepository, ADatabaseWithoutTheTablesIsAClearFailure) {
     EXPECT_FALSE(std::filesystem::exists(output));
 }
 
+// A refused script is tried statement by statement, so that the failure names the one refused:
+// a work table's name held by an index (which only the embedded server refuses).
+TEST_P(ToolOnRepository, InitNamesTheTableStatementTheServerRefuses) {
+    if (GetParam() != TestSupport::Backend::Sqlite)
+        GTEST_SKIP() << "no way to have this server refuse one table statement";
+    database_->execute("CREATE TABLE other(a); CREATE INDEX IN_CAT ON other(a)");
+    const auto run = runTool(withSchema({"init", "--db", uri_}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("CREATE TABLE IF NOT EXISTS IN_CAT"), std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find("IN_CATATTR"), std::string::npos) << "one statement: " << run.err;
+}
+
 INSTANTIATE_ON_BOTH_SERVERS(ToolOnRepository);
 
 } // namespace

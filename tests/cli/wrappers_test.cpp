@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
@@ -14,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <ranges>
 #include <regex>
 #include <sstream>
 #include <sys/file.h>
@@ -340,7 +342,6 @@ TEST(Wrappers, ARunWithoutACacheFolderStillSucceeds) {
     EXPECT_EQ(first.exitCode, 0) << first.err;
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_NE(second.err.find("up to date, nothing written"), std::string::npos) << second.err;
-    EXPECT_TRUE(fs::exists(output + "/Base/Deeper/Nested/Leaf_Node.h"));
     EXPECT_EQ(readFile(folder.file("cache")), "a file, no folder\n");
 }
 
@@ -382,14 +383,9 @@ TEST(Wrappers, TheRepositoryGivesTheSameTreeAsTheDocuments) {
         runTool({"-q", "wrappers", "-o", folder.file("b"), "--db", database}, baseInstallation);
     ASSERT_EQ(fromRepository.exitCode, 0) << fromRepository.err;
     // The texts may differ where the repository folded partial declarations in its own order.
-    const auto paths = [](const std::string& output) {
-        std::vector<std::string> names;
-        for (const auto& [name, text] : treeOf(output))
-            names.push_back(name);
-        return names;
-    };
-    EXPECT_GT(paths(folder.file("a")).size(), 5u);
-    EXPECT_EQ(paths(folder.file("b")), paths(folder.file("a")));
+    const auto a = treeOf(folder.file("a")), b = treeOf(folder.file("b"));
+    EXPECT_GT(a.size(), 5u);
+    EXPECT_TRUE(std::ranges::equal(std::views::keys(a), std::views::keys(b)));
 }
 
 // The generator's work folder is one per temporary folder: a second run waits for the first.
