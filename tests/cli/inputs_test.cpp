@@ -72,6 +72,7 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"--app-dir", folder.path().string(), "dump", "<app dir>/nowhere"},
          "1 QEL_MM_ROOT_NOT_FOUND"},
         {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
+        {{"dump", "--", "-nowhere"}, "1 QEL_MM_ROOT_NOT_FOUND"}, // after "--" no option
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"check", set, folder.file("set//MetaModel.xml")}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"export", folder.file("set/metamodel.xml")}, "1 QEL_MM_NOT_A_DOCUMENT_NAME"},

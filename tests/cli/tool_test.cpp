@@ -75,7 +75,6 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         {"dump", "-o", "a", "-o", "b"},
         {"init"},
         {"init", "--db", "x.sqlite", "extra"},
-        {"init", "--db"},
         {"dump", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
         {"export", "--schema", "s"},
         {"describe", "--schema", "s"},
