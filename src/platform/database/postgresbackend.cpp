@@ -1,5 +1,6 @@
 #include "platform/database/connection.h"
 
+#include <dlfcn.h>
 #include <libpq-fe.h>
 
 #include <charconv>
@@ -8,11 +9,73 @@ namespace TABLINK {
 
 namespace {
 
+// The client library and the two dozen libraries it pulls in (TLS, Kerberos, LDAP...) cost
+// every run several milliseconds of start-up, yet most runs never meet a server: they are
+// loaded when a server repository is first opened. The header stays, so that each pointer
+// keeps the declared signature and a mismatch fails to compile.
+#define METAMODEL_CLIENT_FUNCTIONS(X)                                                              \
+    X(PQconnectdb)                                                                                 \
+    X(PQstatus)                                                                                    \
+    X(PQerrorMessage)                                                                              \
+    X(PQfinish)                                                                                    \
+    X(PQsetNoticeProcessor)                                                                        \
+    X(PQexec)                                                                                      \
+    X(PQexecParams)                                                                                \
+    X(PQresultStatus)                                                                              \
+    X(PQresultErrorField)                                                                          \
+    X(PQclear)                                                                                     \
+    X(PQntuples)                                                                                   \
+    X(PQnfields)                                                                                   \
+    X(PQgetvalue)                                                                                  \
+    X(PQgetlength)                                                                                 \
+    X(PQgetisnull)                                                                                 \
+    X(PQputCopyData)                                                                               \
+    X(PQputCopyEnd)                                                                                \
+    X(PQgetResult)
+
+struct ClientLibrary {
+#define METAMODEL_CLIENT_POINTER(name) decltype(&::name) name = nullptr;
+    METAMODEL_CLIENT_FUNCTIONS(METAMODEL_CLIENT_POINTER)
+#undef METAMODEL_CLIENT_POINTER
+    // Empty once every function is resolved.
+    std::string error;
+};
+
+ClientLibrary loadClientLibrary() {
+    ClientLibrary library;
+    // Never closed: connections may live until the process ends, and unloading TLS code
+    // that registered exit handlers is a known way to crash at exit.
+    void* handle = dlopen("libpq.so.5", RTLD_NOW | RTLD_LOCAL);
+    if (!handle) {
+        const char* reason = dlerror();
+        library.error = reason ? reason : "libpq.so.5 could not be loaded";
+        return library;
+    }
+#define METAMODEL_CLIENT_RESOLVE(name)                                                             \
+    if (library.error.empty()) {                                                                   \
+        library.name = reinterpret_cast<decltype(&::name)>(dlsym(handle, #name));                  \
+        if (!library.name) {                                                                       \
+            const char* reason = dlerror();                                                        \
+            library.error = reason ? reason : "libpq.so.5 has no " #name;                          \
+        }                                                                                          \
+    }
+    METAMODEL_CLIENT_FUNCTIONS(METAMODEL_CLIENT_RESOLVE)
+#undef METAMODEL_CLIENT_RESOLVE
+    return library;
+}
+#undef METAMODEL_CLIENT_FUNCTIONS
+
+// Loaded once per process, under the guard of a local static, whichever thread comes first.
+const ClientLibrary& pq() {
+    static const ClientLibrary library = loadClientLibrary();
+    return library;
+}
+
 struct ConnectionCloser {
-    void operator()(PGconn* connection) const { PQfinish(connection); }
+    void operator()(PGconn* connection) const { pq().PQfinish(connection); }
 };
 struct ResultClearer {
-    void operator()(PGresult* result) const { PQclear(result); }
+    void operator()(PGresult* result) const { pq().PQclear(result); }
 };
 using ConnectionHandle = std::unique_ptr<PGconn, ConnectionCloser>;
 using ResultHandle = std::unique_ptr<PGresult, ResultClearer>;
@@ -30,13 +93,13 @@ std::string trimmed(const char* text) {
 
 std::string errorOf(PGconn* connection, const PGresult* result) {
     if (result)
-        if (const char* primary = PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY))
+        if (const char* primary = pq().PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY))
             return primary;
-    return trimmed(PQerrorMessage(connection));
+    return trimmed(pq().PQerrorMessage(connection));
 }
 
 bool succeeded(const PGresult* result) {
-    const ExecStatusType status = PQresultStatus(result);
+    const ExecStatusType status = pq().PQresultStatus(result);
     return result && (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK);
 }
 
@@ -83,8 +146,8 @@ public:
 
     bool write(const std::vector<BulkValue>& values) override {
         error_.clear();
-        ResultHandle start(PQexec(connection_, statement_.c_str()));
-        if (PQresultStatus(start.get()) != PGRES_COPY_IN) {
+        ResultHandle start(pq().PQexec(connection_, statement_.c_str()));
+        if (pq().PQresultStatus(start.get()) != PGRES_COPY_IN) {
             error_ = errorOf(connection_, start.get());
             return false;
         }
@@ -93,13 +156,13 @@ public:
             appendCopyValue(data, values[index]);
             data += (index + 1) % size_t(columns_) == 0 ? '\n' : '\t';
         }
-        const bool sent = PQputCopyData(connection_, data.data(), int(data.size())) == 1;
+        const bool sent = pq().PQputCopyData(connection_, data.data(), int(data.size())) == 1;
         if (!sent)
             error_ = errorOf(connection_, nullptr);
         // Ending with an error text makes the server drop the whole block.
-        PQputCopyEnd(connection_, sent ? nullptr : "the rows could not be sent");
+        pq().PQputCopyEnd(connection_, sent ? nullptr : "the rows could not be sent");
         bool written = sent;
-        while (PGresult* raw = PQgetResult(connection_)) {
+        while (PGresult* raw = pq().PQgetResult(connection_)) {
             ResultHandle result(raw);
             if (!succeeded(result.get())) {
                 if (written)
@@ -124,23 +187,24 @@ public:
     int serverKind() const override { return 5; }
     std::string defaultRepositoryName() override {
         ResultHandle result(run("SELECT current_schema()"));
-        return result && PQntuples(result.get()) == 1 ? PQgetvalue(result.get(), 0, 0) : "";
+        return result && pq().PQntuples(result.get()) == 1 ? pq().PQgetvalue(result.get(), 0, 0)
+                                                           : "";
     }
     // Only a schema that is there: a mistyped name must be told as such, not as a statement
     // on tables that cannot be found.
     bool acceptsRepositoryName(const std::string& name) override {
         const char* values[] = {name.c_str()};
-        ResultHandle found(PQexecParams(connection_.get(),
-                                        "SELECT 1 FROM pg_namespace WHERE nspname = $1", 1, nullptr,
-                                        values, nullptr, nullptr, 0));
-        return succeeded(found.get()) && PQntuples(found.get()) == 1;
+        ResultHandle found(pq().PQexecParams(connection_.get(),
+                                             "SELECT 1 FROM pg_namespace WHERE nspname = $1", 1,
+                                             nullptr, values, nullptr, nullptr, 0));
+        return succeeded(found.get()) && pq().PQntuples(found.get()) == 1;
     }
 
     bool query(const std::string& sql) override {
         endQuery();
         // The extended protocol takes exactly one statement.
-        current_.reset(
-            PQexecParams(connection_.get(), sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0));
+        current_.reset(pq().PQexecParams(connection_.get(), sql.c_str(), 0, nullptr, nullptr,
+                                         nullptr, nullptr, 0));
         if (!succeeded(current_.get())) {
             error_ = errorOf(connection_.get(), current_.get());
             current_.reset();
@@ -150,12 +214,12 @@ public:
         return true;
     }
     bool nextRow() override {
-        if (!current_ || row_ + 1 >= PQntuples(current_.get()))
+        if (!current_ || row_ + 1 >= pq().PQntuples(current_.get()))
             return false;
         ++row_;
         return true;
     }
-    int columnCount() const override { return current_ ? PQnfields(current_.get()) : 0; }
+    int columnCount() const override { return current_ ? pq().PQnfields(current_.get()) : 0; }
     int integerValue(int column) const override {
         const std::string_view text = textValue(column);
         int value = 0;
@@ -163,8 +227,8 @@ public:
         return value;
     }
     std::string_view textValue(int column) const override {
-        return std::string_view(PQgetvalue(current_.get(), row_, column),
-                                size_t(PQgetlength(current_.get(), row_, column)));
+        return std::string_view(pq().PQgetvalue(current_.get(), row_, column),
+                                size_t(pq().PQgetlength(current_.get(), row_, column)));
     }
     // All rows arrive with the request, so a failure shows there and not here.
     bool endQuery() override {
@@ -199,10 +263,10 @@ public:
             return false;
         }
         result = 0;
-        if (PQntuples(outcome.get()) > 0 && PQnfields(outcome.get()) > 0 &&
-            !PQgetisnull(outcome.get(), 0, 0)) {
-            const char* text = PQgetvalue(outcome.get(), 0, 0);
-            std::from_chars(text, text + PQgetlength(outcome.get(), 0, 0), result);
+        if (pq().PQntuples(outcome.get()) > 0 && pq().PQnfields(outcome.get()) > 0 &&
+            !pq().PQgetisnull(outcome.get(), 0, 0)) {
+            const char* text = pq().PQgetvalue(outcome.get(), 0, 0);
+            std::from_chars(text, text + pq().PQgetlength(outcome.get(), 0, 0), result);
         }
         return true;
     }
@@ -213,14 +277,14 @@ public:
             return nullptr;
         }
         return std::make_unique<PostgresBulkTarget>(connection_.get(), table,
-                                                    PQnfields(probe.get()));
+                                                    pq().PQnfields(probe.get()));
     }
 
     const std::string& lastError() const override { return error_; }
 
 private:
     ResultHandle run(const std::string& sql) {
-        return ResultHandle(PQexec(connection_.get(), sql.c_str()));
+        return ResultHandle(pq().PQexec(connection_.get(), sql.c_str()));
     }
     bool runChecked(const std::string& sql) {
         endQuery();
@@ -241,16 +305,20 @@ private:
 
 std::unique_ptr<IBackend> openPostgresBackend(const std::string& connectionInfo,
                                               std::string& error) {
-    ConnectionHandle connection(PQconnectdb(connectionInfo.c_str()));
+    if (const std::string& failure = pq().error; !failure.empty()) {
+        error = "the PostgreSQL client library could not be loaded: " + failure;
+        return nullptr;
+    }
+    ConnectionHandle connection(pq().PQconnectdb(connectionInfo.c_str()));
     if (!connection) {
         error = "out of memory";
         return nullptr;
     }
-    if (PQstatus(connection.get()) != CONNECTION_OK) {
-        error = trimmed(PQerrorMessage(connection.get()));
+    if (pq().PQstatus(connection.get()) != CONNECTION_OK) {
+        error = trimmed(pq().PQerrorMessage(connection.get()));
         return nullptr;
     }
-    PQsetNoticeProcessor(connection.get(), ignoreNotice, nullptr);
+    pq().PQsetNoticeProcessor(connection.get(), ignoreNotice, nullptr);
     return std::make_unique<PostgresBackend>(std::move(connection));
 }
 
