@@ -43,8 +43,7 @@ struct ClientLibrary {
 
 ClientLibrary loadClientLibrary() {
     ClientLibrary library;
-    // Never closed: connections may live until the process ends, and unloading TLS code
-    // that registered exit handlers is a known way to crash at exit.
+    // Never closed: a connection or a result may be freed as late as the process's exit.
     void* handle = dlopen("libpq.so.5", RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
         const char* reason = dlerror();
