@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -99,6 +100,13 @@ int writeAll(int descriptor, const char* data, size_t size) {
 class ScratchFile {
 public:
     ScratchFile(const std::filesystem::path& folder, bool named) {
+        // Content held for standard output, a device or a pipe lives in memory: a file in the
+        // temporary folder would be written to disk only to be read back and dropped.
+        if (!named) {
+            descriptor_ = memfd_create("metamodel-output", MFD_CLOEXEC);
+            if (descriptor_ >= 0)
+                return;
+        }
         const std::string pattern = (folder / ".metamodel-XXXXXX").string();
         if (pattern.size() >= sizeof scratchPath) {
             error_ = ENAMETOOLONG;
@@ -159,10 +167,14 @@ private:
 class CheckedCopy {
 public:
     explicit CheckedCopy(int destination) : destination_(destination) {
-        if (pipe2(pipe_, O_CLOEXEC) != 0)
+        if (pipe2(pipe_, O_CLOEXEC) != 0) {
             error_ = errno;
-        else
-            worker_ = std::thread([this] { run(); });
+            return;
+        }
+        // A roomy pipe lets the writer run on without waking the copy for every few pages;
+        // where the system grants less, the default serves as well, only slower.
+        fcntl(pipe_[1], F_SETPIPE_SZ, int(bufferSize));
+        worker_ = std::thread([this] { run(); });
     }
     ~CheckedCopy() { finish(); }
     CheckedCopy(const CheckedCopy&) = delete;
@@ -184,8 +196,10 @@ public:
     }
 
 private:
+    static constexpr size_t bufferSize = 1 << 20;
+
     void run() {
-        std::vector<char> buffer(1 << 16);
+        std::vector<char> buffer(bufferSize);
         for (;;) {
             const ssize_t count = read(pipe_[0], buffer.data(), buffer.size());
             if (count < 0 && errno == EINTR)

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -46,6 +47,13 @@ public:
         } else {
             file_ = std::fopen(toNativePath(path_).c_str(), "wb");
             borrowed_ = false;
+            // Outputs run to megabytes; stdio's few kilobytes would make a write call of every
+            // handful of lines.
+            if (file_) {
+                if (!buffer_)
+                    buffer_ = std::make_unique<char[]>(bufferSize);
+                std::setvbuf(file_, buffer_.get(), _IOFBF, bufferSize);
+            }
         }
         return file_ != nullptr;
     }
@@ -67,9 +75,11 @@ public:
     }
 
 private:
+    static constexpr size_t bufferSize = 1 << 18;
     String path_;
     std::FILE* file_ = nullptr;
     bool borrowed_ = false;
+    std::unique_ptr<char[]> buffer_;
 };
 
 class StreamReader : public IFileReader {
