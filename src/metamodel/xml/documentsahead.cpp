@@ -208,7 +208,31 @@ bool CDocumentsAhead::Play(std::size_t index, CXMLMetaModelHandler& handler,
         slot.abandoned = true;
         return false;
     }
-    changed_.wait(lock, [&] { return slot.state == State::Parsed; });
+    // Waiting idle would leave a core unused when the threads are as many as the cores: the
+    // reader parses the next document nobody has taken, as a thread would, until its own is
+    // ready.
+    while (slot.state != State::Parsed) {
+        if (!mayTake()) {
+            changed_.wait(lock);
+            continue;
+        }
+        const std::size_t ahead = next_++;
+        slots_[ahead].state = State::Taken;
+        std::unique_ptr<CEventLog> spare;
+        if (!spareLogs_.empty()) {
+            spare = std::move(spareLogs_.back());
+            spareLogs_.pop_back();
+        }
+        lock.unlock();
+        if (!spare)
+            spare = std::make_unique<CEventLog>();
+        if (!helper_)
+            helper_ = std::make_unique<Helper>();
+        Slot parsed = parse(ahead, std::move(spare), helper_->handler, helper_->parser);
+        lock.lock();
+        slots_[ahead] = std::move(parsed);
+        changed_.notify_all();
+    }
     std::unique_ptr<CEventLog> log = std::move(slot.log);
     const CXMLMetaModelHandler::CarryOver carried = std::move(slot.carried);
     const std::exception_ptr failure = std::move(slot.failure);

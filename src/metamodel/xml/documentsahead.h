@@ -3,6 +3,7 @@
 #include "cpplanguage/appmsg.h"
 #include "metamodel/stream/eventlog.h"
 #include "metamodel/xml/xmlmetamodelhandler.h"
+#include "platform/xmlsaxparser.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -57,6 +58,12 @@ private:
     Slot parse(std::size_t index, std::unique_ptr<CEventLog> log, CXMLMetaModelHandler& handler,
                ORLO::XmlSAXParser& parser) const;
 
+    // The reader's own handler and parser for the documents it parses ahead while it waits.
+    struct Helper {
+        CXMLMetaModelHandler handler{nullptr};
+        ORLO::XmlSAXParser parser{&handler, ORLO::ParserSax, false};
+    };
+    std::unique_ptr<Helper> helper_;
     const std::vector<Document> documents_;
     const std::size_t window_;
     const int jobs_;
