@@ -37,19 +37,14 @@ public:
     bool atEnd() const {
         return block_ + 1 >= log_.blocks_.size() && (log_.blocks_.empty() || at_ >= endOf(block_));
     }
-    std::uint8_t kind() {
-        std::uint8_t kind = 0;
-        get(&kind, 1);
-        return kind;
-    }
+    std::uint8_t kind() { return byte(); }
     // Integers are stored zig-zag, seven bits to a byte: most are small.
     std::int64_t integer() {
         std::uint64_t bits = 0;
         for (int shift = 0;; shift += 7) {
-            std::uint8_t byte = 0;
-            get(&byte, 1);
-            bits |= std::uint64_t(byte & 0x7F) << shift;
-            if (!(byte & 0x80))
+            const std::uint8_t next = byte();
+            bits |= std::uint64_t(next & 0x7F) << shift;
+            if (!(next & 0x80))
                 break;
         }
         return std::int64_t(bits >> 1) ^ -std::int64_t(bits & 1);
@@ -69,8 +64,21 @@ private:
     std::size_t endOf(std::size_t block) const {
         return block + 1 == log_.blocks_.size() ? log_.used_ : blockSize;
     }
+    std::uint8_t byte() {
+        if (at_ == endOf(block_)) {
+            ++block_;
+            at_ = 0;
+        }
+        return std::uint8_t(log_.blocks_[block_][at_++]);
+    }
     void get(void* into, std::size_t size) {
         auto* out = static_cast<char*>(into);
+        // Most reads lie within one block.
+        if (endOf(block_) - at_ >= size) {
+            std::memcpy(out, log_.blocks_[block_].get() + at_, size);
+            at_ += size;
+            return;
+        }
         while (size > 0) {
             if (at_ == endOf(block_)) {
                 ++block_;
@@ -95,6 +103,12 @@ CEventLog::~CEventLog() = default;
 
 void CEventLog::put(const void* bytes, std::size_t size) {
     const auto* in = static_cast<const char*>(bytes);
+    // Most writes fit in the block being filled.
+    if (!blocks_.empty() && blockSize - used_ >= size) {
+        std::memcpy(blocks_.back().get() + used_, in, size);
+        used_ += size;
+        return;
+    }
     while (size > 0) {
         if (blocks_.empty() || used_ == blockSize) {
             blocks_.push_back(std::make_unique_for_overwrite<char[]>(blockSize));
