@@ -20,8 +20,10 @@ public:
     CArena(const CArena&) = delete;
     CArena& operator=(const CArena&) = delete;
     ~CArena() {
-        for (auto it = owned_.rbegin(); it != owned_.rend(); ++it)
-            it->destroy(it->object);
+        for (std::size_t left = ownedCount_; left > 0; --left) {
+            const Owned& record = recordAt(left - 1);
+            record.destroy(record.object);
+        }
     }
 
     template <class T, class... Args> T* make(Args&&... args) {
@@ -31,28 +33,27 @@ public:
             return new (place) T(std::forward<Args>(args)...);
         } else {
             // Room for the record first, so that nothing can fail once the object stands.
-            owned_.emplace_back();
-            try {
-                T* made = new (place) T(std::forward<Args>(args)...);
-                owned_.back() = Owned{made, [](void* object) { static_cast<T*>(object)->~T(); }};
-                return made;
-            } catch (...) {
-                owned_.pop_back();
-                throw;
-            }
+            Owned& record = nextRecord();
+            T* made = new (place) T(std::forward<Args>(args)...);
+            record = Owned{made, [](void* object) { static_cast<T*>(object)->~T(); }};
+            ++ownedCount_;
+            return made;
         }
     }
 
     // Takes over an object made on the heap; it is deleted with the arena's own.
     template <class T> T* adopt(std::unique_ptr<T> object) {
-        owned_.emplace_back();
+        Owned& record = nextRecord();
         T* adopted = object.release();
-        owned_.back() = Owned{adopted, [](void* object) { delete static_cast<T*>(object); }};
+        record = Owned{adopted, [](void* object) { delete static_cast<T*>(object); }};
+        ++ownedCount_;
         return adopted;
     }
 
     // The blocks and the records of what is owned, in bytes.
-    std::size_t MemoryUsed() const { return blockBytes_ + owned_.capacity() * sizeof(Owned); }
+    std::size_t MemoryUsed() const {
+        return blockBytes_ + records_.size() * recordsPerChunk * sizeof(Owned);
+    }
 
 private:
     static constexpr std::size_t blockSize = 256 * 1024;
@@ -83,11 +84,26 @@ private:
         return place;
     }
 
+    // The records go in chunks that never move: one growing array would copy them all at
+    // every doubling and hold both copies meanwhile.
+    static constexpr std::size_t recordsPerChunk = 4096;
+
+    // The slot of the next record, made before the object so that only the object can fail.
+    Owned& nextRecord() {
+        if (ownedCount_ == records_.size() * recordsPerChunk)
+            records_.push_back(std::make_unique<Owned[]>(recordsPerChunk));
+        return recordAt(ownedCount_);
+    }
+    Owned& recordAt(std::size_t index) const {
+        return records_[index / recordsPerChunk][index % recordsPerChunk];
+    }
+
     std::vector<std::unique_ptr<std::byte[]>> blocks_;
     std::byte* next_ = nullptr;
     std::size_t left_ = 0;
     std::size_t blockBytes_ = 0;
-    std::vector<Owned> owned_;
+    std::vector<std::unique_ptr<Owned[]>> records_;
+    std::size_t ownedCount_ = 0;
 };
 
 } // namespace QEL
