@@ -85,25 +85,27 @@ String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
 
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
 // direct links. The writer adds these rows itself, all of them in one load: when any is there,
-// the work is done: the recursion starts from nothing, and the comparison with the links there
-// (a pass over all of them on some servers) is not made. Otherwise (work tables filled by
-// other means) the ancestors of each category that a type inherits directly are found first,
-// over the category links alone and with an index on them, so that the recursion never scans
-// a table per step and starts from no category that no type inherits; UNION, not
-// UNION ALL, so that a circuit of inheritance still ends. EXCEPT drops what a type already
-// has, whatever its IsCatProp.
+// the work is done. The test for them stands as a one-row table joined first, so that when it
+// is empty nothing else is even looked at: as a condition beside the others it was tested only
+// after the server had gathered every link of the table (a second or more on a large set).
+// Otherwise (work tables filled by other means) the ancestors of each category that a type
+// inherits directly are found first, over the category links alone and with an index on them,
+// so that the recursion never scans a table per step and starts from no category that no type
+// inherits; UNION, not UNION ALL, so that a circuit of inheritance still ends. EXCEPT drops
+// what a type already has, whatever its IsCatProp.
 String buildDependenciesBody() {
     const String typeLinks = prefixed("IN_TYPCAT");
+    const String needed = "(SELECT 1 WHERE NOT EXISTS (SELECT 1 FROM " + typeLinks +
+                          " WHERE IsCatProp = 0)) needed CROSS JOIN ";
     return "CREATE TEMPORARY TABLE category_links AS SELECT DISTINCT IdCat, IdCatParent FROM " +
            prefixed("IN_CATCAT") +
            ";\n"
            "CREATE INDEX category_links_by_category ON category_links (IdCat);\n"
            "CREATE TEMPORARY TABLE category_ancestors AS WITH RECURSIVE ancestors(IdCat, "
            "IdAncestor) AS (\n"
-           "  SELECT IdCat, IdCatParent FROM category_links WHERE IdCat IN (SELECT IdCatParent "
-           "FROM " +
-           typeLinks + " WHERE IsCatProp = 1) AND NOT EXISTS (SELECT 1 FROM " + typeLinks +
-           " WHERE IsCatProp = 0)\n"
+           "  SELECT IdCat, IdCatParent FROM " +
+           needed + "category_links WHERE IdCat IN (SELECT IdCatParent FROM " + typeLinks +
+           " WHERE IsCatProp = 1)\n"
            "  UNION\n"
            "  SELECT ancestors.IdCat, link.IdCatParent FROM ancestors JOIN category_links link ON "
            "link.IdCat = ancestors.IdAncestor)\n"
@@ -112,15 +114,17 @@ String buildDependenciesBody() {
            "INSERT INTO " +
            typeLinks +
            " (IdTyp, IdCatParent, IsCatProp, Status)\n"
-           "SELECT IdTyp, IdCat, 0, 'ACTIVE' FROM (\n"
+           "SELECT IdTyp, IdCat, 0, 'ACTIVE' FROM " +
+           needed +
+           "(\n"
            "  SELECT direct.IdTyp, ancestor.IdAncestor AS IdCat FROM " +
            typeLinks +
            " direct JOIN category_ancestors ancestor ON ancestor.IdCat = direct.IdCatParent "
            "WHERE direct.IsCatProp = 1\n"
            "  EXCEPT\n"
            "  SELECT IdTyp, IdCatParent FROM " +
-           typeLinks + ") reached WHERE NOT EXISTS (SELECT 1 FROM " + typeLinks +
-           " WHERE IsCatProp = 0);\n"
+           typeLinks +
+           ") reached;\n"
            "DROP TABLE category_ancestors;\n"
            "DROP TABLE category_links;\n";
 }
