@@ -42,48 +42,42 @@ private:
 
 struct ScreenState {
     RowHashes hashes;
-    std::string row;
 };
 
-template <class T> void appendBytes(std::string& row, const T& value) {
-    char bytes[sizeof(T)];
-    std::memcpy(bytes, &value, sizeof(T));
-    row.append(bytes, sizeof(T));
+std::uint64_t mix(std::uint64_t hash, std::uint64_t value) {
+    hash ^= value + 0x9E3779B97F4A7C15ULL + (hash << 6) + (hash >> 2);
+    hash *= 0xBF58476D1CE4E5B9ULL;
+    return hash ^ (hash >> 31);
 }
 
 // Each value with a tag of its storage class, so that the integer 1 and the text "1" differ,
 // and texts with their length, so that no two rows run together. A real with an integral
-// value compares equal to that integer in SQLite and is written as one.
-void appendValue(std::string& row, sqlite3_value* value) {
+// value compares equal to that integer in SQLite and is hashed as one. The row's hash is made
+// value by value, without gathering the row's bytes first: the screen runs over every row of
+// every table.
+std::uint64_t valueHash(sqlite3_value* value) {
     switch (sqlite3_value_type(value)) {
     case SQLITE_NULL:
-        row += 'n';
-        return;
+        return 'n';
     case SQLITE_INTEGER:
-        row += 'i';
-        appendBytes(row, sqlite3_value_int64(value));
-        return;
+        return mix('i', std::uint64_t(sqlite3_value_int64(value)));
     case SQLITE_FLOAT: {
         const double real = sqlite3_value_double(value);
-        if (std::trunc(real) == real && std::fabs(real) < 9.2e18) {
-            row += 'i';
-            appendBytes(row, std::int64_t(real));
-        } else {
-            row += 'f';
-            appendBytes(row, real);
-        }
-        return;
+        if (std::trunc(real) == real && std::fabs(real) < 9.2e18)
+            return mix('i', std::uint64_t(std::int64_t(real)));
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &real, sizeof bits);
+        return mix('f', bits);
     }
     default: {
         const bool text = sqlite3_value_type(value) == SQLITE_TEXT;
         const void* bytes =
             text ? static_cast<const void*>(sqlite3_value_text(value)) : sqlite3_value_blob(value);
         const int size = sqlite3_value_bytes(value);
-        row += text ? 't' : 'b';
-        appendBytes(row, std::int32_t(size));
-        if (size > 0)
-            row.append(static_cast<const char*>(bytes), std::size_t(size));
-        return;
+        const std::string_view content(static_cast<const char*>(bytes),
+                                       size > 0 ? size_t(size) : 0);
+        return mix(mix(text ? 't' : 'b', std::uint64_t(size)),
+                   std::hash<std::string_view>()(content));
     }
     }
 }
@@ -106,10 +100,10 @@ void step(sqlite3_context* context, int count, sqlite3_value** values) {
             sqlite3_result_error_nomem(context);
             return;
         }
-        state->row.clear();
+        std::uint64_t hash = std::uint64_t(count);
         for (int column = 0; column < count; ++column)
-            appendValue(state->row, values[column]);
-        state->hashes.insert(std::hash<std::string_view>()(state->row));
+            hash = mix(hash, valueHash(values[column]));
+        state->hashes.insert(hash);
     } catch (const std::exception& failure) {
         sqlite3_result_error(context, failure.what(), -1);
     }
