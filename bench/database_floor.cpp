@@ -21,10 +21,16 @@
 //
 // DATABASE is a path of an SQLite file or a libpq connection string ("postgresql://..." or
 // "key=value ..."). Exit 1 on any failure of the database.
+//
+// Built twice: `database_floor` knows the embedded database only, so that its floor does not
+// pay for loading the server's client library (and the two dozen libraries behind it), which
+// the tool loads only when it meets a server; `database_floor_server` knows both.
 
 #include "metamodel/repository/repositoryformat.h"
 
+#ifdef DATABASE_FLOOR_SERVER
 #include <libpq-fe.h>
+#endif
 #include <sqlite3.h>
 
 #include <cstdio>
@@ -247,6 +253,8 @@ long sqliteSelect(const std::string& path) {
 
 // PostgreSQL ---------------------------------------------------------------------------------
 
+#ifdef DATABASE_FLOOR_SERVER
+
 struct PgCloser {
     void operator()(PGconn* connection) const { PQfinish(connection); }
 };
@@ -349,6 +357,24 @@ long postgresSelect(const std::string& connectionInfo, const std::string& schema
         std::cerr << bytes;
     return rows;
 }
+
+#else
+
+[[noreturn]] void serverUnknown() {
+    throw std::runtime_error(
+        "this build knows the embedded database only; run database_floor_server");
+}
+void postgresInsert(const std::string&, const std::vector<long>&, const std::string&) {
+    serverUnknown();
+}
+std::vector<long> postgresCount(const std::string&, const std::string&) {
+    serverUnknown();
+}
+long postgresSelect(const std::string&, const std::string&) {
+    serverUnknown();
+}
+
+#endif
 
 int usage() {
     std::cerr << "usage: database_floor count DATABASE [SCHEMA]\n"
