@@ -21,7 +21,8 @@ TEST(Tool, FoldersGivenWithAPlaceholderAreReadAndKeepIt) {
     folder.write("app/extra/MetaModel.xml", document);
     folder.write("user/x/MetaModel.xml", document);
     for (const std::string placeholder : {"<app dir>/extra", "<user dir>/x"}) {
-        const auto run = runTool({"--app-dir", folder.file("app"), "--user-dir",
+        // The largest number of jobs as well.
+        const auto run = runTool({"--jobs", "9999", "--app-dir", folder.file("app"), "--user-dir",
                                   folder.file("user"), "export", placeholder},
                                  folder.file("app"));
         EXPECT_EQ(run.exitCode, 0) << placeholder << ": " << run.err;

@@ -133,6 +133,14 @@ TEST(FunctionalValidation, InfTypePairsMustComeTogetherAsIntegersAndBeUnique) {
                    "QEL_MM_INFSUBDUPLICATE@0(FIRST_PROPERTY_NAME=C.first,PROPERTY_NAME=C.third,)",
                    "QEL_MM_INFSUBNOINTEGER@0(PROPERTY_NAME=C.strings,)",
                    "QEL_MM_NOINFSUBTOGETHER@0(PROPERTY_NAME=C.alone,)"}));
+    // Each fault fails the check on its own.
+    for (const std::string& faulty :
+         {pairProperty("alone", 2, "1", ""), pairProperty("strings", 2, "s1", "s2"),
+          pairProperty("first", 2, "5", "6") + pairProperty("second", 3, "5", "6")}) {
+        const BuiltModel alone(category("C", 1, faulty));
+        TestSupport::MessageCapture quiet;
+        EXPECT_FALSE(FunctionalValidator().infTypInfSubTypAreCorrect(alone.model())) << faulty;
+    }
 }
 
 TEST(FunctionalValidation, ACategoryMayReachOneLanguageOnly) {
