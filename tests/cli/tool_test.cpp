@@ -108,6 +108,16 @@ TEST(Tool, HelpDescribesEveryOption) {
     run = runTool({"--version"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out.rfind("metamodel ", 0), 0u);
+
+    // The libraries come from beside the tool, never from the folder it runs in.
+    TempFolder folder;
+    folder.write("libxxhash.so.0", "not a library");
+    std::string out;
+    EXPECT_EQ(TestSupport::runShell("cd '" + folder.path().string() +
+                                        "' && '" METAMODEL_TOOL_PATH "' --version 2>&1",
+                                    out),
+              0)
+        << out;
 }
 
 // A successful run replaces an output, with a new file's mode rather than the scratch file's
