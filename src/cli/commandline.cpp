@@ -37,8 +37,8 @@ const OptionSpec* findOption(const std::vector<OptionSpec>& specs, const std::st
     return nullptr;
 }
 
-// Reads one option at `index` (with "--name=value" or a following word as its value) and
-// moves index past it. Answers null when the word is no option of `specs`.
+// Reads one option at `index` (with "--name=value", "-xvalue" or a following word as its
+// value) and moves index past it. Answers null when the word is no option of `specs`.
 const OptionSpec* takeOption(const std::vector<OptionSpec>& specs,
                              const std::vector<std::string>& words, size_t& index,
                              std::string& value, const std::string& command) {
@@ -47,6 +47,14 @@ const OptionSpec* takeOption(const std::vector<OptionSpec>& specs,
     if (const size_t equals = word.find('='); word.rfind("--", 0) == 0 && equals != word.npos) {
         inlineValue = word.substr(equals + 1);
         word.resize(equals);
+    }
+    if (!inlineValue && word.size() > 2 && word[0] == '-' && word[1] != '-') {
+        // "-j2", "-oFILE": a short option with its value joined to it, as getopt takes them.
+        const std::string letter = word.substr(0, 2);
+        if (const OptionSpec* joined = findOption(specs, letter); joined && joined->valueName) {
+            inlineValue = word.substr(2);
+            word = letter;
+        }
     }
     const OptionSpec* spec = findOption(specs, word);
     if (!spec)
