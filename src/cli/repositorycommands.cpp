@@ -7,12 +7,16 @@
 #include "metamodel/operations/transferoperation.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "metamodel/repository/repositoryschema.h"
+#include "platform/database/connection.h"
 #include "platform/database/tablink.h"
 #include "platform/database/uniqueconnection.h"
 #include "platform/messages.h"
 
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Cli {
 
@@ -72,6 +76,43 @@ std::string finalTableCounts(void* connection) {
     return counts;
 }
 
+// The database file a transfer makes, and takes away again when the transfer fails: a first
+// transfer that fails while writing leaves nothing behind, as one refused before does. Only
+// the file this run made goes, by device and inode: one that was there before, or that has
+// been put in its place since, stays.
+class MadeDatabaseFile {
+public:
+    explicit MadeDatabaseFile(const std::string& connectionString)
+        : path_(TABLINK::embeddedDatabaseFile(connectionString)) {
+        struct stat status {};
+        if (path_ && lstat(path_->c_str(), &status) == 0)
+            path_.reset();
+    }
+    // Right after the connection is opened.
+    void opened() {
+        struct stat status {};
+        if (path_ && stat(path_->c_str(), &status) == 0)
+            made_ = Identity{status.st_dev, status.st_ino};
+    }
+    // After the connection is closed.
+    void removeIfMade() const {
+        struct stat status {};
+        if (!made_ || stat(path_->c_str(), &status) != 0 || status.st_dev != made_->device ||
+            status.st_ino != made_->inode)
+            return;
+        unlink(path_->c_str());
+        unlink((*path_ + "-journal").c_str());
+    }
+
+private:
+    struct Identity {
+        dev_t device;
+        ino_t inode;
+    };
+    std::optional<std::string> path_;
+    std::optional<Identity> made_;
+};
+
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
     if (!documentPathsReadable(arguments.operands))
@@ -80,11 +121,13 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // no new file and not a byte changed in an old one. A missing schema is a typo unless
     // asked for.
     std::unique_ptr<IUniqueConnection> connection;
+    MadeDatabaseFile madeFile(arguments.value("db", ""));
     const auto open = [&]() -> IUniqueConnection& {
         connection = std::make_unique<IUniqueConnection>(
             arguments.value("db", ""), arguments.value("schema", ""),
             arguments.has("create-schema") ? TABLINK::OpenMode::Create
                                            : TABLINK::OpenMode::CreateFile);
+        madeFile.opened();
         MetaModel::CreateRepository(connection->GetHandle());
         return *connection;
     };
@@ -115,6 +158,10 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
             show();
         });
     progress.clear();
+    if (result != 0) {
+        connection.reset();
+        madeFile.removeIfMade();
+    }
     if (!global.quiet) {
         if (result != 0) {
             writeSummary("transfer", "failed; the messages above say why", {{"passed", false}});

@@ -198,6 +198,23 @@ TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     EXPECT_EQ(messageIds(run.err),
               (std::vector<std::string>{"QEL_DB_CONNECT_ERR", "QEL_MM_XML2DB_ERR"}))
         << run.err;
+
+    // A first transfer that fails while it writes (here: files may not grow past 400 KB) takes
+    // the file it made away again.
+    const std::string big = TestSupport::writeGeneratedSet(folder.file("big"), "Big", 40, 20);
+    const std::string none = folder.file("none");
+    std::string output;
+    EXPECT_EQ(TestSupport::runShell("trap '' XFSZ; ulimit -f 400; METAMODEL_APP_DIR='" + none +
+                                        "' METAMODEL_USER_DIR='" + none +
+                                        "' METAMODEL_ALL_USERS_DIR='" + none +
+                                        "' '" METAMODEL_TOOL_PATH "' -q transfer --db '" + unmade +
+                                        "' '" + big + "' 2>&1",
+                                    output),
+              1)
+        << output;
+    EXPECT_NE(output.find("QEL_MM_XML2DB_ERR"), std::string::npos) << output;
+    EXPECT_FALSE(std::filesystem::exists(unmade));
+    EXPECT_FALSE(std::filesystem::exists(unmade + "-journal"));
 }
 
 TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {

@@ -72,15 +72,21 @@ bool isServerConnectionString(const std::string& text) {
 
 } // namespace
 
+std::optional<std::string> embeddedDatabaseFile(const std::string& connectionString) {
+    if (isServerConnectionString(connectionString))
+        return std::nullopt;
+    return startsWith(connectionString, "sqlite:")
+               ? connectionString.substr(std::string_view("sqlite:").size())
+               : connectionString;
+}
+
 std::unique_ptr<CConnection> openConnection(const std::string& connectionString, OpenMode mode) {
     std::string error;
     std::unique_ptr<IBackend> backend;
-    if (isServerConnectionString(connectionString)) {
+    if (const std::optional<std::string> file = embeddedDatabaseFile(connectionString); !file) {
         backend = openPostgresBackend(connectionString, error);
     } else {
-        const std::string path = startsWith(connectionString, "sqlite:")
-                                     ? connectionString.substr(std::string_view("sqlite:").size())
-                                     : connectionString;
+        const std::string& path = *file;
         if (path.empty())
             error = "no database file is named";
         else

@@ -3,6 +3,7 @@
 #include "platform/database/backend.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -66,6 +67,9 @@ private:
 // the embedded database; "postgresql://...", "postgres://..." or "key=value ..." for the
 // server. Throws CDatabaseException with the reason when it cannot be opened.
 std::unique_ptr<CConnection> openConnection(const std::string& connectionString, OpenMode mode);
+
+// The file of an embedded database that a connection string names; nothing for a server.
+std::optional<std::string> embeddedDatabaseFile(const std::string& connectionString);
 
 // The two servers; null with the reason in `error` when they cannot be reached.
 std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mode,
