@@ -78,20 +78,20 @@ std::string finalTableCounts(void* connection) {
 
 // The database file a transfer makes, and takes away again when the transfer fails: a first
 // transfer that fails while writing leaves nothing behind, as one refused before does. Only
-// the file this run made goes, by device and inode: one that was there before, or that has
-// been put in its place since, stays.
+// the file this run made goes, by device and inode: one that was there when the connection
+// was opened, or that has been put in its place since, stays.
 class MadeDatabaseFile {
 public:
     explicit MadeDatabaseFile(const std::string& connectionString)
-        : path_(TABLINK::embeddedDatabaseFile(connectionString)) {
+        : path_(TABLINK::embeddedDatabaseFile(connectionString)) {}
+    // Right before the connection is opened, and right after.
+    void opening() {
         struct stat status {};
-        if (path_ && lstat(path_->c_str(), &status) == 0)
-            path_.reset();
+        existed_ = !path_ || lstat(path_->c_str(), &status) == 0;
     }
-    // Right after the connection is opened.
     void opened() {
         struct stat status {};
-        if (path_ && stat(path_->c_str(), &status) == 0)
+        if (!existed_ && stat(path_->c_str(), &status) == 0)
             made_ = Identity{status.st_dev, status.st_ino};
     }
     // After the connection is closed.
@@ -110,6 +110,7 @@ private:
         ino_t inode;
     };
     std::optional<std::string> path_;
+    bool existed_ = true;
     std::optional<Identity> made_;
 };
 
@@ -123,6 +124,7 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     std::unique_ptr<IUniqueConnection> connection;
     MadeDatabaseFile madeFile(arguments.value("db", ""));
     const auto open = [&]() -> IUniqueConnection& {
+        madeFile.opening();
         connection = std::make_unique<IUniqueConnection>(
             arguments.value("db", ""), arguments.value("schema", ""),
             arguments.has("create-schema") ? TABLINK::OpenMode::Create
