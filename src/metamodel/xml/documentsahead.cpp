@@ -144,26 +144,33 @@ void CDocumentsAhead::work() {
                 return;
             if (!mayTake())
                 continue;
-            index = next_++;
-            slots_[index].state = State::Taken;
-            if (!spareLogs_.empty()) {
-                log = std::move(spareLogs_.back());
-                spareLogs_.pop_back();
-            }
+            index = takeNext(log);
         }
-        if (!log)
-            log = std::make_unique<CEventLog>();
         Slot parsed = parse(index, std::move(log), handler, parser);
         {
             const std::lock_guard lock(mutex_);
-            Slot& slot = slots_[index];
-            if (slot.abandoned)
-                slot.state = State::Parsed;
-            else
-                slot = std::move(parsed);
+            keep(index, std::move(parsed));
         }
         changed_.notify_all();
     }
+}
+
+std::size_t CDocumentsAhead::takeNext(std::unique_ptr<CEventLog>& log) {
+    const std::size_t index = next_++;
+    slots_[index].state = State::Taken;
+    if (!spareLogs_.empty()) {
+        log = std::move(spareLogs_.back());
+        spareLogs_.pop_back();
+    }
+    return index;
+}
+
+void CDocumentsAhead::keep(std::size_t index, Slot parsed) {
+    Slot& slot = slots_[index];
+    if (slot.abandoned)
+        slot.state = State::Parsed;
+    else
+        slot = std::move(parsed);
 }
 
 CDocumentsAhead::Slot CDocumentsAhead::parse(std::size_t index, std::unique_ptr<CEventLog> log,
@@ -171,7 +178,7 @@ CDocumentsAhead::Slot CDocumentsAhead::parse(std::size_t index, std::unique_ptr<
                                              ORLO::XmlSAXParser& parser) const {
     const Document& document = documents_[index];
     Slot parsed;
-    parsed.log = std::move(log);
+    parsed.log = log ? std::move(log) : std::make_unique<CEventLog>();
     parsed.log->RecordPositions(&handler);
     handler.SetSink(parsed.log.get());
     handler.SetRootPath(document.rootPath);
@@ -216,21 +223,14 @@ bool CDocumentsAhead::Play(std::size_t index, CXMLMetaModelHandler& handler,
             changed_.wait(lock);
             continue;
         }
-        const std::size_t ahead = next_++;
-        slots_[ahead].state = State::Taken;
         std::unique_ptr<CEventLog> spare;
-        if (!spareLogs_.empty()) {
-            spare = std::move(spareLogs_.back());
-            spareLogs_.pop_back();
-        }
+        const std::size_t ahead = takeNext(spare);
         lock.unlock();
-        if (!spare)
-            spare = std::make_unique<CEventLog>();
         if (!helper_)
             helper_ = std::make_unique<Helper>();
         Slot parsed = parse(ahead, std::move(spare), helper_->handler, helper_->parser);
         lock.lock();
-        slots_[ahead] = std::move(parsed);
+        keep(ahead, std::move(parsed));
         changed_.notify_all();
     }
     std::unique_ptr<CEventLog> log = std::move(slot.log);

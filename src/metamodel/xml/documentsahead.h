@@ -55,6 +55,12 @@ private:
 
     void work();
     bool mayTake() const;
+    // Under the lock: takes the first document nobody has taken, and a spare log if there is
+    // one; answers its index.
+    std::size_t takeNext(std::unique_ptr<CEventLog>& log);
+    // Under the lock: what a parse ahead made of document `index`, unless the reader took it
+    // over meanwhile.
+    void keep(std::size_t index, Slot parsed);
     Slot parse(std::size_t index, std::unique_ptr<CEventLog> log, CXMLMetaModelHandler& handler,
                ORLO::XmlSAXParser& parser) const;
 
