@@ -11,9 +11,8 @@ bool hasAnotherCore() {
 }
 
 AdvanceReading::AdvanceReading(const std::vector<std::string>& paths, IMetaModelEvents& sink,
-                               int pass, const PassObserver& progress,
-                               CXMLMetaModelReader::DocumentObserver onDocument)
-    : reader_(paths), pass_(pass), progress_(progress), onDocument_(std::move(onDocument)) {
+                               int pass, const PassObserver& progress)
+    : reader_(paths), pass_(pass), progress_(progress) {
     reader_.SetEvents(&sink);
     reader_.SetDocumentObserver([this](const String& path, size_t number, size_t count) {
         documentStarts(path, number, count);
@@ -63,8 +62,6 @@ void AdvanceReading::run() {
 void AdvanceReading::documentStarts(const String& path, size_t number, size_t count) {
     if (abandoned_)
         throw Abandoned{};
-    if (onDocument_)
-        onDocument_(path, number, count);
     const std::lock_guard lock(progressMutex_);
     if (!progress_)
         return;

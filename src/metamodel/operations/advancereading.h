@@ -25,11 +25,9 @@ bool hasAnotherCore();
 // process has a single core, it simply runs in its turn.
 class AdvanceReading {
 public:
-    // `progress` hears of the documents as pass `pass`, from Finish on; `onDocument` hears of
-    // each at once, on the reading's thread, before the document is read.
+    // `progress` hears of the documents as pass `pass`, from Finish on.
     AdvanceReading(const std::vector<std::string>& paths, IMetaModelEvents& sink, int pass,
-                   const PassObserver& progress,
-                   CXMLMetaModelReader::DocumentObserver onDocument = {});
+                   const PassObserver& progress);
     ~AdvanceReading();
     AdvanceReading(const AdvanceReading&) = delete;
     AdvanceReading& operator=(const AdvanceReading&) = delete;
@@ -52,7 +50,6 @@ private:
     COperationReader reader_;
     const int pass_;
     const PassObserver progress_;
-    const CXMLMetaModelReader::DocumentObserver onDocument_;
     std::vector<CppLanguage::CAppMsg> messages_;
     std::exception_ptr failure_;
     std::atomic<bool> abandoned_{false};

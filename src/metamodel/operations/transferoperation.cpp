@@ -1,8 +1,7 @@
 #include "metamodel/operations/transferoperation.h"
 
-#include "metamodel/operations/advancereading.h"
+#include "metamodel/operations/operationreading.h"
 #include "metamodel/repository/dbmetamodelevents.h"
-#include "metamodel/stream/eventlog.h"
 #include "platform/database/uniqueconnection.h"
 #include "platform/messages.h"
 
@@ -12,29 +11,22 @@ namespace {
 
 void transfer(const ConnectionOpener& openConnection, const std::vector<std::string>& paths,
               const PassObserver& passObserver, const RowObserver& rowObserver) {
-    // The second reading is only kept, as it goes, while the first one validates the set: it
-    // runs beside it, and the repository hears it, documents and all, once the set has
-    // passed. Declared before the reading that fills it, so that it is gone after it.
-    CEventLog secondReading;
-    AdvanceReading reading(paths, secondReading, 2, {},
-                           [&secondReading](const String& path, size_t number, size_t count) {
-                               secondReading.Mark(path, number, count);
-                           });
-
     // A faulty set throws at the End of this pass, before the repository sink exists: not a
     // single row of the repository is touched then.
     readValidating(paths, passObserver);
-    reading.Finish();
 
     IUniqueConnection& connection = openConnection();
     String schema;
     connection.GetSettings()->GetValue(IUniqueConnection::SchemaSetting, schema, 0, false);
     CDBMetaModelEvents repository(connection.GetHandle(), schema);
     repository.SetRowObserver(rowObserver);
-    secondReading.Replay(repository, [&](const String& path, size_t number, size_t count) {
-        if (passObserver)
-            passObserver(2, path, number, count);
-    });
+    // Parsed again only now, beside the repository's work rather than beside the checks:
+    // the parsing runs ahead on the other cores while this thread writes the rows, and the
+    // checks had every core to themselves.
+    COperationReader reader(paths);
+    reader.SetEvents(&repository);
+    observePass(reader, 2, passObserver);
+    reader.Read();
 }
 
 } // namespace

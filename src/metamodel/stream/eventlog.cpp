@@ -23,7 +23,6 @@ enum Kind : std::uint8_t {
     KindInheritedCategory,
     KindTree,
     KindSource,
-    KindMark,
     KindPosition,
 };
 
@@ -246,14 +245,7 @@ void CEventLog::SetSource(const String& source) {
     putText(source);
 }
 
-void CEventLog::Mark(const String& text, std::size_t number, std::size_t count) {
-    putKind(KindMark);
-    putText(text);
-    putInt(std::int64_t(number));
-    putInt(std::int64_t(count));
-}
-
-void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Position* at) const {
+void CEventLog::Replay(IMetaModelEvents& sink, Position* at) const {
     Cursor cursor(*this);
     // One string per text slot of an event, reused throughout.
     String first, second, third, fourth;
@@ -327,14 +319,6 @@ void CEventLog::Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Posit
         case KindSource:
             sink.SetSource(cursor.text(first));
             break;
-        case KindMark: {
-            const String& text = cursor.text(first);
-            const auto number = std::size_t(cursor.integer());
-            const auto count = std::size_t(cursor.integer());
-            if (onMark)
-                onMark(text, number, count);
-            break;
-        }
         case KindPosition: {
             const int line = cursor.number();
             const int column = cursor.number();

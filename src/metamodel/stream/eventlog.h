@@ -53,10 +53,6 @@ public:
     void SetSource(const String& source) override;
     const String& GetSource() const override { return source_; }
 
-    // A mark between the events so far and the next ones, told back to the `onMark` of
-    // Replay where it stands.
-    void Mark(const String& text, std::size_t number, std::size_t count);
-
     // From now on each event keeps where `source` stood when it was told (null: no more).
     void RecordPositions(const IEventPosition* source) { positions_ = source; }
 
@@ -65,12 +61,9 @@ public:
         int column = 0;
     };
 
-    using MarkObserver =
-        std::function<void(const String& text, std::size_t number, std::size_t count)>;
-    // Tells `sink` every event in order, and `onMark` every mark; an exception of either
-    // stops the replay where it stands. `at`, when given, holds the kept position of each
-    // event while the sink hears it.
-    void Replay(IMetaModelEvents& sink, const MarkObserver& onMark, Position* at = nullptr) const;
+    // Tells `sink` every event in order; an exception of the sink stops the replay where it
+    // stands. `at`, when given, holds the kept position of each event while the sink hears it.
+    void Replay(IMetaModelEvents& sink, Position* at = nullptr) const;
     // Forgets everything and gives back the memory.
     void Clear();
     // Forgets everything but keeps the first block, for a log filled again and again.

@@ -243,7 +243,7 @@ bool CDocumentsAhead::Play(std::size_t index, CXMLMetaModelHandler& handler,
     ReplayedPosition position(documents_[index].path);
     {
         const CppLanguage::DocumentPositionScope scope(position);
-        log->Replay(sink, {}, &position.at);
+        log->Replay(sink, &position.at);
     }
     handler.AddCarryOver(carried);
     log->Reuse();

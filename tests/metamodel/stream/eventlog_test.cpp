@@ -19,12 +19,9 @@ using TestSupport::RecordingEvents;
 
 const IMetaModelEvents::ElementStatus active = IMetaModelEvents::EsActive;
 
-// Every kind of event, with the values at the edges of what they carry; `mark` is where the
-// keeper notes a document.
-void play(IMetaModelEvents& sink, const std::function<void(const String&, size_t, size_t)>& mark,
-          const String& longText) {
+// Every kind of event, with the values at the edges of what they carry.
+void play(IMetaModelEvents& sink, const String& longText) {
     sink.Start();
-    mark("first.xml", 1, 2);
     sink.SetSource("first.xml");
     sink.StartCategory("Base", false, "", 1003001, IMetaModelEvents::EsDeprecated);
     sink.Attribute("LIMIT", INT_MIN, active);
@@ -37,7 +34,6 @@ void play(IMetaModelEvents& sink, const std::function<void(const String&, size_t
     sink.EndProperty();
     sink.InheritedCategory("Root", active);
     sink.EndCategory(false);
-    mark("second.xml", 2, 2);
     sink.SetSource("second.xml");
     sink.StartType("Base", true, "", IMetaModelEvents::NoId,
                    static_cast<IMetaModelEvents::ElementStatus>(9));
@@ -52,25 +48,13 @@ void play(IMetaModelEvents& sink, const std::function<void(const String&, size_t
 TEST(EventLog, AReplayTellsEveryEventAndMarkAsItWasKept) {
     const String longText(std::string(3 * 1024 * 1024 + 17, 'x'));
     RecordingEvents direct;
-    play(
-        direct,
-        [&](const String& text, size_t number, size_t count) {
-            direct.events.push_back("Mark " + text + " " + std::to_string(number) + "/" +
-                                    std::to_string(count));
-        },
-        longText);
+    play(direct, longText);
 
     CEventLog log;
-    play(
-        log,
-        [&](const String& text, size_t number, size_t count) { log.Mark(text, number, count); },
-        longText);
+    play(log, longText);
     EXPECT_EQ(log.GetSource(), "second.xml");
     RecordingEvents replayed;
-    log.Replay(replayed, [&](const String& text, size_t number, size_t count) {
-        replayed.events.push_back("Mark " + text + " " + std::to_string(number) + "/" +
-                                  std::to_string(count));
-    });
+    log.Replay(replayed);
 
     ASSERT_EQ(replayed.events.size(), direct.events.size());
     for (size_t index = 0; index < direct.events.size(); ++index)
@@ -79,11 +63,11 @@ TEST(EventLog, AReplayTellsEveryEventAndMarkAsItWasKept) {
 
     // Told twice, the same again; cleared, nothing.
     RecordingEvents again;
-    log.Replay(again, {});
-    EXPECT_EQ(again.events.size() + 2, direct.events.size()) << "all but the two marks";
+    log.Replay(again);
+    EXPECT_EQ(again.events, direct.events);
     log.Clear();
     RecordingEvents none;
-    log.Replay(none, {});
+    log.Replay(none);
     EXPECT_TRUE(none.events.empty());
 }
 
@@ -101,7 +85,7 @@ TEST(EventLog, ASinkThatThrowsStopsTheReplayWhereItStands) {
     log.EndCategory(false);
     log.End();
     Refusing sink;
-    EXPECT_THROW(log.Replay(sink, {}), std::runtime_error);
+    EXPECT_THROW(log.Replay(sink), std::runtime_error);
     EXPECT_EQ(sink.events.back().rfind("StartCategory Base", 0), 0u) << sink.events.back();
 }
 
