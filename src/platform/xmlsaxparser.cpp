@@ -199,8 +199,6 @@ public:
                 if (wanted.size() == local.size() && !wanted.empty() && wanted[0] == local[0] &&
                     wanted == local)
                     return i;
-                if (wanted.empty() && local.empty())
-                    return i;
             } else if (wanted.size() == prefix.size() + 1 + local.size() &&
                        wanted.starts_with(prefix) && wanted[prefix.size()] == ':' &&
                        wanted.ends_with(local)) {

@@ -177,7 +177,8 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
             a.getName(2, above);
             seen = std::to_string(a.getLength()) + "|" + std::to_string(a.getIndex("p:b")) + "|" +
                    std::to_string(a.getIndex("b")) + "|" + std::to_string(a.getIndex("nope")) +
-                   std::to_string(a.getIndex("q:c")) + "|" + a.getValue(String("a")) + "|" +
+                   std::to_string(a.getIndex("q:c")) + std::to_string(a.getIndex("p:x")) +
+                   std::to_string(a.getIndex("")) + "|" + a.getValue(String("a")) + "|" +
                    a.getValue(String("p:b")) + "|" + a.getValue(String("nope")) + "|" +
                    a.getValue(7) + "|" + std::string(a.getValueView(0)) + "|" +
                    std::string(a.getValueView(1)) + "|" + std::string(a.getValueView(2)) + "|" +
@@ -186,7 +187,7 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
     } probe;
     ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
     EXPECT_TRUE(parser.parseString("<e xmlns:p='urn:p' a='1 &amp; 2' p:b='two'/>", false, true));
-    EXPECT_EQ(probe.seen, "2|1|-1|-1-1|1 & 2|two|||1 & 2|two||a|");
+    EXPECT_EQ(probe.seen, "2|1|-1|-1-1-1-1|1 & 2|two|||1 & 2|two||a|");
 }
 
 // Names are kept from one element to the next; many distinct names, and one local name

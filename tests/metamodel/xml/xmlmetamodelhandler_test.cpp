@@ -40,7 +40,7 @@ TEST(XmlHandler, IdsFollowTheFileBlocksAndTheBaseDetectingConversion) {
         {R"(file_no="3" file_level="builtin")", R"(rid="7")", 1003007},
         {R"(file_no="3" file_level="client")", R"(rid="7")", 2003007},
         {R"(file_no="3")", R"(rid="7")", 2003007}, // no level counts as client
-        {R"(file_no="2" file_level="prepackaged")", R"(rid="5")", 1502005},
+        {R"(file_level="prepackaged" file_no="2")", R"(rid="5")", 1502005}, // first of its tag
         {R"(file_no="4" file_level="core")", R"(rid="1")", 4001},
         {R"(file_no="3" file_level="builtin")", R"(id="7")", 7},
         {R"(file_no="3")", R"(id="0x10")", 16},
