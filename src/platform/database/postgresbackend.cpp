@@ -137,10 +137,11 @@ void appendCopyValue(std::string& line, const BulkValue& value) {
 }
 
 // How a block is copied in. Servers before 17 batch the rows of a COPY and pay, for each
-// statement, a cost that grows with the square of the batch (every buffered row holds the
-// table's row descriptor in a list that is searched from its start as the rows are let go):
-// about 1 ms for a block of 1000 rows, twice the work of inserting them one by one. A volatile
-// condition makes the server take the rows one at a time. COPY takes a condition from 12 on.
+// statement, a cost that grows about with the square of the batch (in a profile: the
+// bookkeeping of the slots that hold the batched rows, released one by one at the end):
+// measured on 15, about 1 ms for a block of 1000 rows, twice the work of inserting them one by
+// one, against 0.03 ms for 250. A volatile condition makes the server take the rows one at a
+// time. COPY takes a condition from 12 on; 17 reworked that bookkeeping.
 std::string copyStatement(PGconn* connection, const std::string& table) {
     const int version = pq().PQserverVersion(connection);
     const bool rowByRow = version >= 120000 && version < 170000;
