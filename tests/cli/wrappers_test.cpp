@@ -332,17 +332,29 @@ TEST(Wrappers, TheRecordOfTheLastRunSettlesOnlyWhatItProves) {
 }
 
 // The record is a convenience: a cache folder that cannot be made costs the run nothing.
-TEST(Wrappers, ARunWithoutACacheFolderStillSucceeds) {
+TEST(Wrappers, TheRecordLiesInTheCacheFolderAndARunWithoutOneStillSucceeds) {
     TempFolder folder;
     const std::string output = folder.file("out");
     setenv("XDG_CACHE_HOME", folder.write("cache", "a file, no folder\n").c_str(), 1);
     const auto first = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
     const auto second = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
+    // Without XDG_CACHE_HOME the record lies in the home folder's cache.
+    unsetenv("XDG_CACHE_HOME");
+    const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
+    setenv("HOME", folder.file("home").c_str(), 1);
+    fs::remove_all(output);
+    const auto homeFirst = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
+    const auto homeSecond = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
+    setenv("HOME", home.c_str(), 1);
     setenv("XDG_CACHE_HOME", ownCache.c_str(), 1);
     EXPECT_EQ(first.exitCode, 0) << first.err;
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_NE(second.err.find("up to date, nothing written"), std::string::npos) << second.err;
     EXPECT_EQ(readFile(folder.file("cache")), "a file, no folder\n");
+    EXPECT_EQ(homeFirst.exitCode, 0) << homeFirst.err;
+    EXPECT_NE(homeSecond.err.find("up to date, nothing written"), std::string::npos)
+        << homeSecond.err;
+    EXPECT_TRUE(fs::is_directory(folder.file("home/.cache/metamodel/wrappers")));
 }
 
 // Failures leave no output folder behind, and name what went wrong.

@@ -137,6 +137,7 @@ TEST(MetaModelFragment, CoherenceAndCompatibility) {
         {{"<type name='X' id='1'/><category name='X' id='2'/>"}, {}, false, true},
         {{a, "<type name='B' id='5'><property name='q' id='2'/></type>"}, {}, false, true},
         {{a, a}, {}, false, true},
+        {{a, "<type name='B' id='1'/>"}, {}, false, true},
     };
     for (const Case& c : cases) {
         const std::string name =
