@@ -20,7 +20,7 @@ namespace Repository {
 // tables over as the final ones where the server can rename tables inside a transaction.
 ORLO::String createTableStatement(int tableIndex, bool workTable);
 ORLO::String flushDataBody(const ORLO::String& rowIdentity, const ORLO::String& repeatScreen);
-ORLO::String buildDependenciesBody();
+ORLO::String buildDependenciesBody(bool procedural);
 ORLO::String finalMetaModelBody(bool renameWorkTables);
 
 } // namespace Repository
