@@ -124,6 +124,10 @@ void CEventLog::put(const void* bytes, std::size_t size) {
 void CEventLog::putKind(std::uint8_t kind) {
     if (positions_)
         putPosition();
+    if (!blocks_.empty() && used_ < blockSize) {
+        blocks_.back()[used_++] = char(kind);
+        return;
+    }
     put(&kind, 1);
 }
 
@@ -141,13 +145,21 @@ void CEventLog::putPosition() {
 
 void CEventLog::putInt(std::int64_t value) {
     std::uint64_t bits = (std::uint64_t(value) << 1) ^ std::uint64_t(value >> 63);
-    std::uint8_t bytes[10];
+    constexpr std::size_t longest = 10;
+    std::uint8_t bytes[longest];
+    // Straight into the block when the longest form fits: most integers are one byte, and a
+    // copy of one byte through memcpy costs more than the byte.
+    const bool direct = !blocks_.empty() && blockSize - used_ >= longest;
+    auto* out = direct ? reinterpret_cast<std::uint8_t*>(blocks_.back().get() + used_) : bytes;
     std::size_t size = 0;
     do {
-        bytes[size++] = std::uint8_t((bits & 0x7F) | (bits > 0x7F ? 0x80 : 0));
+        out[size++] = std::uint8_t((bits & 0x7F) | (bits > 0x7F ? 0x80 : 0));
         bits >>= 7;
     } while (bits);
-    put(bytes, size);
+    if (direct)
+        used_ += size;
+    else
+        put(bytes, size);
 }
 
 void CEventLog::putText(const String& text) {
