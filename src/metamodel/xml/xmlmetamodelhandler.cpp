@@ -36,13 +36,36 @@ int clampToInt(long long value) {
     return int(value);
 }
 
-// Reading stops at the first character that does not fit and never fails.
-int toIntDetectingBase(const String& text) {
-    return clampToInt(std::strtoll(text.c_str(), nullptr, 0));
+// Ids and values are mostly plain decimal numbers: those are read from the attribute's text
+// as it lies. Anything else (a sign, a blank, a leading zero, a base prefix, a character that
+// ends the number, more digits than an int surely holds) goes through strtoll, which needs a
+// terminated copy.
+bool plainDecimal(std::string_view text, int& value) {
+    if (text.empty() || text.size() > 9 || text[0] < '1' || text[0] > '9')
+        return false;
+    int sum = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            return false;
+        sum = sum * 10 + (c - '0');
+    }
+    value = sum;
+    return true;
 }
 
-int toDecimalInt(const String& text) {
-    return clampToInt(std::strtoll(text.c_str(), nullptr, 10));
+// Reading stops at the first character that does not fit and never fails.
+int toIntDetectingBase(std::string_view text) {
+    int value = 0;
+    if (plainDecimal(text, value))
+        return value;
+    return clampToInt(std::strtoll(String(text).c_str(), nullptr, 0));
+}
+
+int toDecimalInt(std::string_view text) {
+    int value = 0;
+    if (plainDecimal(text, value))
+        return value;
+    return clampToInt(std::strtoll(String(text).c_str(), nullptr, 10));
 }
 
 bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
@@ -215,7 +238,7 @@ String CXMLMetaModelHandler::stringAttribute(const ORLO::IXmlAttributes& attribu
 
 int CXMLMetaModelHandler::intAttribute(const ORLO::IXmlAttributes& attributes, int index,
                                        int defaultValue) {
-    const String value = attributes.getValue(index);
+    const std::string_view value = attributes.getValueView(index);
     return value.empty() ? defaultValue : toIntDetectingBase(value);
 }
 
@@ -243,7 +266,7 @@ int CXMLMetaModelHandler::readId(const String& tag, const ORLO::IXmlAttributes& 
         fail("QEL_MM_EXCLUSIVE_ATTR",
              {{"TAG", renderTag(tag, attributes)}, {"ATTR2", "rid"}, {"ATTR1", "id"}});
     const bool absolute = idIndex >= 0;
-    const String value = attributes.getValue(absolute ? idIndex : ridIndex);
+    const std::string_view value = attributes.getValueView(absolute ? idIndex : ridIndex);
     if (value.empty())
         fail("QEL_MM_EMPTY_ID", {});
     if (absolute)
@@ -319,10 +342,11 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
     propertyType_.assign(attributes.getValueView(requiredIndex(tag, attributes, "type")));
     propertyName_.assign(attributes.getValueView(nameIndex));
 
-    const String minimal = attributes.getValue(attributes.getIndex("minimalCardinality"));
+    const std::string_view minimal =
+        attributes.getValueView(attributes.getIndex("minimalCardinality"));
     minimalCardinality_ = minimal.empty() ? 0 : toDecimalInt(minimal);
     if (const int maximalIndex = attributes.getIndex("maximalCardinality"); maximalIndex >= 0) {
-        const String maximal = attributes.getValue(maximalIndex);
+        const std::string_view maximal = attributes.getValueView(maximalIndex);
         maximalCardinality_ = maximal == "*"sv ? -1 : toDecimalInt(maximal);
     } else if (isListForm(propertyType_) || minimalCardinality_ > 1) {
         maximalCardinality_ = -1;

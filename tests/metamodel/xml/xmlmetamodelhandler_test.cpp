@@ -47,6 +47,9 @@ TEST(XmlHandler, IdsFollowTheFileBlocksAndTheBaseDetectingConversion) {
         {R"(file_no="3")", R"(id="010")", 8},
         {R"(file_no="3")", R"(id="12abc")", 12},
         {R"(file_no="3")", R"(id="-5")", -5},
+        {R"(file_no="3")", R"(id="123456789")", 123456789},
+        {R"(file_no="3")", R"(id="2147483648")", 2147483647}, // clamped
+        {R"(file_no="3")", R"(id="99999999999")", 2147483647},
         {R"(file_no="0x2" file_level="builtin")", R"(rid="1")", 1002001},
     };
     for (const IdCase& c : cases) {
