@@ -53,19 +53,21 @@ bool plainDecimal(std::string_view text, int& value) {
     return true;
 }
 
-// Reading stops at the first character that does not fit and never fails.
-int toIntDetectingBase(std::string_view text) {
+// Reading stops at the first character that does not fit and never fails. Base 0 detects the
+// base from the prefix, as strtoll does.
+int toInt(std::string_view text, int base) {
     int value = 0;
     if (plainDecimal(text, value))
         return value;
-    return clampToInt(std::strtoll(String(text).c_str(), nullptr, 0));
+    return clampToInt(std::strtoll(String(text).c_str(), nullptr, base));
+}
+
+int toIntDetectingBase(std::string_view text) {
+    return toInt(text, 0);
 }
 
 int toDecimalInt(std::string_view text) {
-    int value = 0;
-    if (plainDecimal(text, value))
-        return value;
-    return clampToInt(std::strtoll(String(text).c_str(), nullptr, 10));
+    return toInt(text, 10);
 }
 
 bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
