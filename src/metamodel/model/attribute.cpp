@@ -57,7 +57,7 @@ CAttributedItem::~CAttributedItem() {
 }
 
 void CAttributedItem::deleteAll() {
-    byName_.clear();
+    byName_.reset();
     if (!arena_)
         for (const IAttribute* attribute : attributes_)
             delete attribute;
@@ -70,9 +70,9 @@ void CAttributedItem::copyFrom(const CAttributedItem& other) {
 }
 
 const IAttribute* CAttributedItem::GetAttribute(const ORLO::String& name) const {
-    if (!byName_.empty()) {
-        const auto found = byName_.find(name);
-        return found == byName_.end() ? nullptr : found->second;
+    if (byName_) {
+        const auto found = byName_->find(name);
+        return found == byName_->end() ? nullptr : found->second;
     }
     for (auto it = attributes_.end(); it != attributes_.begin();) {
         --it;
@@ -120,11 +120,12 @@ void CAttributedItem::AddAttribute(std::unique_ptr<IAttribute> attribute) {
 }
 
 void CAttributedItem::index(const IAttribute* added) {
-    if (!byName_.empty()) {
-        byName_.insert_or_assign(std::string_view(added->GetName()), added);
+    if (byName_) {
+        byName_->insert_or_assign(std::string_view(added->GetName()), added);
     } else if (attributes_.size() > indexFrom) {
+        byName_ = std::make_unique<NameIndex>();
         for (const IAttribute* each : attributes_)
-            byName_.insert_or_assign(std::string_view(each->GetName()), each);
+            byName_->insert_or_assign(std::string_view(each->GetName()), each);
     }
 }
 

@@ -89,8 +89,10 @@ private:
 
     AttributeSet attributes_;
     CArena* arena_ = nullptr;
-    // The latest attribute of each name; built only for items with many attributes.
-    std::unordered_map<std::string_view, const IAttribute*> byName_;
+    // The latest attribute of each name; made only for items with many attributes, and held by
+    // pointer since most items of a large model have one or two.
+    using NameIndex = std::unordered_map<std::string_view, const IAttribute*>;
+    std::unique_ptr<NameIndex> byName_;
 };
 
 } // namespace QEL
