@@ -60,19 +60,29 @@ bool CValidationMetaModelEvents::checkPropertyReservedName(const String& name, c
 }
 
 CValidationMetaModelEvents::Location CValidationMetaModelEvents::currentLocation() {
-    CppLanguage::DocumentPosition position = CppLanguage::currentDocumentPosition();
-    if (position.document.empty())
-        position.document = GetSource();
+    const CppLanguage::DocumentPosition position = CppLanguage::currentDocumentPosition();
+    const String& source = GetSource();
     Location location;
     location.line = position.line;
     location.column = position.column;
-    if (position.document.empty())
-        return location;
-    // Documents come one after another, so the last one seen is almost always the one.
-    if (documents_.empty() || documents_.back() != position.document)
-        documents_.emplace_back(position.document);
-    location.document = int(documents_.size() - 1);
+    location.source = documentIndex(source);
+    location.document = position.document.empty() || position.document == source
+                            ? location.source
+                            : documentIndex(position.document);
     return location;
+}
+
+int CValidationMetaModelEvents::documentIndex(const String& document) {
+    if (document.empty())
+        return -1;
+    // Documents come one after another, so one of the last two seen (a document and the
+    // source named beside it) is almost always the one.
+    const size_t count = documents_.size();
+    for (size_t back = 1; back <= std::min<size_t>(count, 2); ++back)
+        if (documents_[count - back] == document)
+            return int(count - back);
+    documents_.emplace_back(document);
+    return int(count);
 }
 
 CppLanguage::DocumentPosition
@@ -85,17 +95,8 @@ CValidationMetaModelEvents::positionOf(const Location& location) const {
     return position;
 }
 
-String CValidationMetaModelEvents::describe(const Location& location) const {
-    if (location.document < 0)
-        return String();
-    String text = documents_[size_t(location.document)];
-    if (location.line > 0) {
-        text += ':';
-        text += std::to_string(location.line);
-        text += ':';
-        text += std::to_string(location.column);
-    }
-    return text;
+String CValidationMetaModelEvents::sourceOf(const Location& location) const {
+    return location.source < 0 ? String() : documents_[size_t(location.source)];
 }
 
 void CValidationMetaModelEvents::error(const Location& location, const char* id,
@@ -292,7 +293,7 @@ void CValidationMetaModelEvents::checkInheritance(const TypeOrCategory& item) {
             error(link.location, "QEL_MM_UNKNOWN_EXTEND",
                   {{"CTXT", item.name},
                    {"UNKNOWN", link.name},
-                   {"LOCATION", describe(link.location)}});
+                   {"LOCATION", sourceOf(link.location)}});
 }
 
 void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
@@ -325,12 +326,12 @@ void CValidationMetaModelEvents::checkTrees(const TypeOrCategory& item) {
             error(link.location, "QEL_MM_UNKNOWN_TREE_CAT",
                   {{"CTXT", item.name},
                    {"UNKNOWN", link.category},
-                   {"LOCATION", describe(link.location)}});
+                   {"LOCATION", sourceOf(link.location)}});
         if (types_.count(link.parent) == 0)
             error(link.location, "QEL_MM_UNKNOWN_TREE_PARENT",
                   {{"CTXT", item.name},
                    {"UNKNOWN", link.parent},
-                   {"LOCATION", describe(link.location)}});
+                   {"LOCATION", sourceOf(link.location)}});
     }
 }
 
@@ -338,7 +339,7 @@ void CValidationMetaModelEvents::checkCategory(const TypeOrCategory& item) {
     // A name only ever declared partially has no location of its own to point at.
     if (!item.declared)
         error(Location{}, "QEL_MM_ONLY_PARTIAL_DECL",
-              {{"UNKNOWN", item.name}, {"LOCATION", describe(item.location)}});
+              {{"UNKNOWN", item.name}, {"LOCATION", sourceOf(item.location)}});
 }
 
 std::vector<const CValidationMetaModelEvents::TypeOrCategory*>
@@ -364,9 +365,7 @@ void CValidationMetaModelEvents::OnEnd() {
         checkProperties(*item);
         checkCategory(*item);
     }
-    // The records serve only these checks; a caller that reads the same documents again
-    // next gets their memory back at once rather than when this object goes.
-    dropRecords();
+    // The records stay until the next start: a second end repeats every message.
     if (throwAtEnd_ && !valid_)
         CppLanguage::raiseAt<CSemanticMetaModelException>(ORLO_HERE, {}, "QEL_MM_EXIST_ERR",
                                                           {{"NUMBER", errorCount_}});

@@ -50,8 +50,11 @@ protected:
 
 private:
     // Where in the stream something stood; kept small since every property has one.
+    // Where a message points (the document and position being read), and the stream
+    // location its LOCATION argument names: what GetSource answered then.
     struct Location {
         int document = -1; // index into documents_, -1 for none
+        int source = -1;   // likewise
         int line = 0;
         int column = 0;
     };
@@ -119,7 +122,8 @@ private:
 
     Location currentLocation();
     CppLanguage::DocumentPosition positionOf(const Location& location) const;
-    String describe(const Location& location) const;
+    int documentIndex(const String& document);
+    String sourceOf(const Location& location) const;
     void error(const Location& location, const char* id,
                std::initializer_list<CppLanguage::MsgArg> args);
     void warning(const Location& location, const char* id,
