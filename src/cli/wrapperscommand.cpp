@@ -51,7 +51,12 @@ protected:
         }
         ORLO::String folder(value);
         MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
-        CMetaModelBuilder::OnAttribute(name, ORLO::File(folder).getAbsolutePath(), status);
+        // A document named without a folder ("MetaModel.xml") lies in the current one.
+        std::error_code noCurrentFolder;
+        const ORLO::String absolute = folder.empty()
+                                          ? ORLO::String(fs::current_path(noCurrentFolder).string())
+                                          : ORLO::File(folder).getAbsolutePath();
+        CMetaModelBuilder::OnAttribute(name, absolute, status);
     }
 };
 
@@ -258,7 +263,11 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     ModelSource source("wrappers", arguments);
     if (!source.prepare())
         return exitFailure;
-    const std::string output = arguments.value("output", "");
+    // "out/" names the folder "out": the library would make "out" on the way to "out/" and
+    // then fail to make the latter.
+    std::string output = arguments.value("output", "");
+    while (output.size() > 1 && output.back() == '/')
+        output.pop_back();
     const bool check = arguments.has("check");
     WorkFolderLock lock;
     if (!lock.held()) {

@@ -421,4 +421,19 @@ TEST(Wrappers, ARunWaitsWhileAnotherHoldsTheWorkFolder) {
     EXPECT_TRUE(fs::exists(folder.file("out/AllWrappers.h")));
 }
 
+// A document named without a folder lies in the current one, and an output named with a
+// trailing separator is the folder itself, made with those above it.
+TEST(Wrappers, ABareDocumentNameAndAnOutputEndingInASeparatorWork) {
+    TempFolder folder;
+    folder.write("set/MetaModel.xml", "<metaModel file_no=\"1\" file_level=\"core\">"
+                                      "<category name=\"K\" rid=\"1\"><description>k"
+                                      "</description></category></metaModel>\n");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.file("set"));
+    const auto run = runTool({"wrappers", "-o", "new/out/", "--root", ".", "MetaModel.xml"});
+    fs::current_path(before);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_TRUE(fs::is_regular_file(folder.file("set/new/out/K.h")));
+}
+
 } // namespace

@@ -216,6 +216,10 @@ int FileOp::performOp(unsigned int code, const char* from, const char* to) {
     const std::vector<fs::path> entries = expandSource(source, error);
     if (error)
         return error.value();
+    // Moving or copying what a pattern does not match fails, as the shell's operation does;
+    // deleting it leaves what was wanted, an empty folder.
+    if (code != OpDelete && entries.empty())
+        return ENOENT;
     if (code == OpDelete) {
         for (const fs::path& entry : entries) {
             std::error_code next;
@@ -267,14 +271,14 @@ int FileOp::copyFiles(const ORLO::String& source, const ORLO::String& destinatio
 // deepest folder that stood in the way as well as the one asked for.
 int FileOp::createDirectory(const ORLO::String& path) {
     const std::string native = nativeText(path);
-    const auto made = [&native] { return ORLO_mkdir(native.c_str()) == 0 || errno == EEXIST; };
     if (!path.empty()) {
-        if (made())
+        if (ORLO_mkdir(native.c_str()) == 0 || errno == EEXIST)
             return 0;
         const size_t cut = native.rfind(ORLO::PathSeparator);
         const ORLO::String above(cut == std::string::npos ? std::string() : native.substr(0, cut));
-        // "a/b/" is made with "a/b" on the way back: it exists then, and that is success.
-        if (createDirectory(above) == 0 && made())
+        // Only a folder made now counts on the way back: "a/b/" makes "a/b" first and then
+        // finds it there, which is a failure.
+        if (createDirectory(above) == 0 && ORLO_mkdir(native.c_str()) == 0)
             return 0;
     }
     CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_CREATE_DIR", {{"DIR", path}});
@@ -313,7 +317,6 @@ FileOp::fcStatus FileOp::compareFiles(const ORLO::String& file1, const ORLO::Str
 }
 
 int FileOp::compareDirectories(const ORLO::String& target, const ORLO::String& source) {
-    tell("Comparing ", target + " ...");
     int result = 0;
     std::vector<ORLO::File> entries;
     ORLO::File(target).listFiles(entries, ORLO::IFileFilter::getMatchAllFileFilter(), false);
@@ -321,6 +324,7 @@ int FileOp::compareDirectories(const ORLO::String& target, const ORLO::String& s
         const bool isDirectory = entry.isDirectory();
         if (!isDirectory && !entry.isFile())
             continue;
+        tell("Comparing ", target + " ...");
         const ORLO::String name = entry.getBaseName();
         const ORLO::String path1 = entry.getAbsolutePath();
         const ORLO::String path2 = source + ORLO::PathSeparator + name;

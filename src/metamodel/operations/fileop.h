@@ -22,7 +22,8 @@ public:
 
     static fcStatus compareFiles(const ORLO::String& file1, const ORLO::String& file2);
     // A source is a path, or a folder followed by "*.*" or "*", which stands for every entry
-    // of that folder; a pattern that matches nothing succeeds. Folders go with all they hold.
+    // of that folder. Deleting what a pattern does not match succeeds; moving or copying it
+    // fails. Folders go with all they hold.
     static int deleteFiles(const ORLO::String& path);
     // Into the destination folder, or, for a single path, to the destination path. A folder
     // that meets a folder of its name merges into it; a file replaces a file.
@@ -31,7 +32,7 @@ public:
     // Leaves in `target` what `source` holds; identical files keep their dates. `source` is
     // emptied on the way.
     static int mergeDirectories(const ORLO::String& target, const ORLO::String& source);
-    // With the missing folders above it; an existing folder is success.
+    // With the missing folders above it; a folder that exists at the first try is success.
     static int createDirectory(const ORLO::String& path);
 
 private:

@@ -86,7 +86,12 @@ TEST(FileOp, CreateDirectoryMakesEveryMissingLevelAndReportsEachOneThatFails) {
     const std::vector<Case> cases = {
         {"existing", base + "/there", 0},
         {"nested, either separator", base + "/a\\b/c", 0},
-        {"trailing separator", base + "/t/u/", 0},
+        {"trailing separator on a folder there", base + "/there/", 0},
+        // "t/u" is made on the way back, so the second try at "t/u/" finds it there.
+        {"trailing separator on a missing folder",
+         base + "/t/u/",
+         1,
+         {"FILEOP_CANNOT_CREATE_DIR@0(DIR=~/t/u/,)"}},
         {"a file in the way",
          base + "/file/sub/deeper",
          1,
@@ -115,6 +120,13 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
         {"delete *.* takes files, dot-names and folders, and leaves the folder",
          "w/a.h=a w/.hidden=h w/sub/x=x keep=k",
          [](const std::string& b) { return FileOp::deleteFiles(b + "/w/*.*"); }, "w/ keep=k"},
+        {"delete *.* of an empty folder", "w/",
+         [](const std::string& b) { return FileOp::deleteFiles(b + "/w/*.*"); }, "w/"},
+        {"move a pattern that matches nothing",
+         "s/ t/",
+         [](const std::string& b) { return FileOp::moveFiles(b + "/s/*.*", b + "/t"); },
+         "s/ t/",
+         {"FILEOP_CANNOT_MOVE@0(DST=~/t,SRC=~/s/*.*,)"}},
         {"delete a missing path",
          "",
          [](const std::string& b) { return FileOp::deleteFiles(b + "/none"); },
@@ -184,23 +196,20 @@ TEST(FileOp, MergeKeepsIdenticalFilesWithTheirDatesAndTellsWhatItDoes) {
 
     EXPECT_EQ(result, 0);
     EXPECT_EQ(afterFirst, merged);
-    EXPECT_EQ(out.str(), "Merging results ...\n"
-                         "Comparing " +
-                             target +
-                             " ...\n"
-                             "Updating changed.h\n"
-                             "Purging gone.h\n"
-                             "Comparing " +
-                             target +
-                             "/sub ...\n"
-                             "Purging gone2.h\n"
-                             "Adding new files ...\n");
+    // One line per entry of the folder being compared.
+    const std::string comparing = "Comparing " + target + " ...\n";
+    const std::string comparingSub = "Comparing " + target + "/sub ...\n";
+    EXPECT_EQ(out.str(), "Merging results ...\n" + comparing + "Updating changed.h\n" + comparing +
+                             "Purging gone.h\n" + comparing + comparing + comparingSub +
+                             "Purging gone2.h\n" + comparingSub + "Adding new files ...\n");
     EXPECT_TRUE(datesKept);
     EXPECT_TRUE(TestSupport::treeOf(source).empty());
-    // The empty source purges every file; only the folders stay.
-    EXPECT_EQ(again, 0);
+    // The empty source purges every file, only the folders stay, and the final move, which
+    // finds nothing, fails the merge.
+    EXPECT_EQ(again, 1);
     EXPECT_EQ(TestSupport::treeOf(target), (Tree{{"sub", "<dir>"}, {"newsub", "<dir>"}}));
-    EXPECT_TRUE(capture.messages().empty());
+    EXPECT_EQ(reports(capture, root.path().string()),
+              (std::vector<std::string>{"FILEOP_CANNOT_MOVE@0(DST=~/target,SRC=~/source/*.*,)"}));
 }
 
 } // namespace
