@@ -48,6 +48,9 @@ bool replacePluginFolder(String& path) {
         return false;
     String folder;
     paths->GetPluginFolder(folder);
+    // No plug-in folder is set: the placeholder stays, rather than naming the root's folders.
+    if (folder.empty())
+        return false;
     int count = 0;
     path.replace("<plugins path>", folder, count);
     return count > 0;

@@ -28,8 +28,13 @@ bool closeRequest(CConnection& connection) {
     return false;
 }
 
+// The readers' texts are at most 1023 bytes long, as if each came through its buffer.
+std::string_view fitted(std::string_view text) {
+    return text.substr(0, size_t(textBufferSize - 1));
+}
+
 void copyText(char* out, std::string_view text) {
-    const size_t length = std::min(text.size(), size_t(textBufferSize - 1));
+    const size_t length = fitted(text).size();
     if (length > 0)
         std::memcpy(out, text.data(), length);
     out[length] = '\0';
@@ -85,7 +90,8 @@ int dbscanf(void* handle, int*, const char* format, ...) {
         } else if (*letter == 'S') {
             ORLO::String* out = va_arg(arguments, ORLO::String*);
             if (out)
-                out->assign(column < columns ? backend.textValue(column) : std::string_view());
+                out->assign(column < columns ? fitted(backend.textValue(column))
+                                             : std::string_view());
         } else {
             wellFormed = false;
             continue;

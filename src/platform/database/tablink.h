@@ -11,9 +11,9 @@ namespace TABLINK {
 // Starts a statement; its rows, if any, wait for dbscanf. A request still open is ended first.
 int dbcallrequest(void* connection, const char* statement);
 // Fetches the next row into the out variables, one per letter of `format`: "%d" takes an int*,
-// "%s" a char* of at least 1024 bytes (a longer text is cut at 1023 bytes), "%S" an
-// ORLO::String* that takes the whole text, however long. A null column gives 0 or the empty
-// text. `status` is not inspected. Answers non-zero while a row came.
+// "%s" a char* of at least 1024 bytes, "%S" an ORLO::String* (no copy through a buffer);
+// either way a longer text is cut at 1023 bytes. A null column gives 0 or the empty text. `status`
+// is not inspected. Answers non-zero while a row came.
 int dbscanf(void* connection, int* status, const char* format, ...);
 // Ends the request; answers zero when it failed on the way (while fetching rows).
 int dbendrequest(void* connection);

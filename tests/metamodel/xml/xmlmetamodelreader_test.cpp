@@ -163,6 +163,13 @@ TEST(XmlReader, PlaceholdersResolveOneKindAtATime) {
     MetaModel::String plain("/plain/path");
     EXPECT_FALSE(CXMLMetaModelReader::ResolvePlaceholders(plain));
     EXPECT_EQ(plain, "/plain/path");
+
+    // Without a plug-in folder its placeholder stays.
+    overrides.pluginsDir.clear();
+    FolderOverrides noPlugins(overrides);
+    MetaModel::String unset("<plugins path>/p");
+    EXPECT_FALSE(CXMLMetaModelReader::ResolvePlaceholders(unset));
+    EXPECT_EQ(unset, "<plugins path>/p");
 }
 
 TEST(XmlReader, AFaultyDocumentIsReportedThenEndsTheReadWithTheFileFailure) {
