@@ -22,7 +22,7 @@ using SinkFactory = std::function<std::unique_ptr<MetaModel::IMetaModelEvents>(c
 // Plays the documents, or the repository with --db, into the sink that `makeSink` builds on
 // the output path. A failed run leaves nothing half-written.
 int playDocuments(const std::string& command, const CommandArguments& arguments,
-                  const SinkFactory& makeSink) {
+                  const SinkFactory& makeSink, const char* openFailureId) {
     ModelSource source(command, arguments);
     if (!source.prepare())
         return exitFailure;
@@ -34,17 +34,21 @@ int playDocuments(const std::string& command, const CommandArguments& arguments,
     source.observeDocuments([&](const ORLO::String& path, size_t, size_t) {
         outputIsDocument = outputFile.isInput(path) || outputIsDocument;
     });
-    return writeOutputWhole(output, [&](const std::string& target) {
-        try {
-            std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
-            if (!source.play(*sink, [&] { return !outputFile.isOpenInput(); }) || outputIsDocument)
+    return writeOutputWhole(
+        output,
+        [&](const std::string& target) {
+            try {
+                std::unique_ptr<MetaModel::IMetaModelEvents> sink = makeSink(target);
+                if (!source.play(*sink, [&] { return !outputFile.isOpenInput(); }) ||
+                    outputIsDocument)
+                    return false;
+            } catch (const CppLanguage::CRuntimeException& failure) {
+                CppLanguage::reportException(failure);
                 return false;
-        } catch (const CppLanguage::CRuntimeException& failure) {
-            CppLanguage::reportException(failure);
-            return false;
-        }
-        return true;
-    });
+            }
+            return true;
+        },
+        openFailureId);
 }
 
 template <class Sink> struct OwnedSink {
@@ -60,7 +64,8 @@ const CommandRegistration dump({
     "[PATH...]",
     10,
     [](const GlobalOptions&, const CommandArguments& arguments) {
-        return playDocuments("dump", arguments, OwnedSink<CDumpMetaModelEvents>{});
+        return playDocuments("dump", arguments, OwnedSink<CDumpMetaModelEvents>{},
+                             "QEL_MM_DUMP_FILE_ERR");
     },
 });
 
@@ -71,7 +76,8 @@ const CommandRegistration exportDocument({
     "[PATH...]",
     20,
     [](const GlobalOptions&, const CommandArguments& arguments) {
-        return playDocuments("export", arguments, OwnedSink<MetaModel::CXMLMetaModelEvents>{});
+        return playDocuments("export", arguments, OwnedSink<MetaModel::CXMLMetaModelEvents>{},
+                             "QEL_MM_XML_OUTPUT_FILE_ERR");
     },
 });
 

@@ -247,7 +247,18 @@ int replaceFile(ScratchFile& scratch, const std::filesystem::path& destination,
     return error ? failed(folder, error) : exitSuccess;
 }
 
-int copyOut(int from, const std::string& output, const std::string& shown) {
+// An output that cannot be opened is told with the id of the sink that writes it, where it
+// has one; a failure on the way, with the system's reason.
+int cannotOpen(const char* openFailureId, const std::string& output, int error) {
+    if (!openFailureId)
+        return failed(output, error);
+    CppLanguage::report(ORLO_HERE, openFailureId,
+                        {{"FILE", output}, {"REASON", std::strerror(error)}});
+    return exitFailure;
+}
+
+int copyOut(int from, const std::string& output, const std::string& shown,
+            const char* openFailureId) {
     const bool toStandardOutput = output == "-";
     if (toStandardOutput && std::fflush(stdout) != 0)
         return failed(shown, errno);
@@ -255,7 +266,7 @@ int copyOut(int from, const std::string& output, const std::string& shown) {
                            ? dup(STDOUT_FILENO)
                            : open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (target < 0)
-        return failed(shown, errno);
+        return toStandardOutput ? failed(shown, errno) : cannotOpen(openFailureId, output, errno);
     int error = lseek(from, 0, SEEK_SET) == 0 ? 0 : errno;
     std::vector<char> buffer(1 << 16);
     while (error == 0) {
@@ -284,7 +295,8 @@ int reportWriteFailure(const std::string& what, const char* reason) {
 }
 
 int writeOutputWhole(const std::string& output,
-                     const std::function<bool(const std::string& target)>& write) {
+                     const std::function<bool(const std::string& target)>& write,
+                     const char* openFailureId) {
     const bool toStandardOutput = output == "-";
     const std::string shown = toStandardOutput ? "standard output" : output;
     // Only a plain file, or one still to be made, is replaced by a rename; through a link the
@@ -315,8 +327,11 @@ int writeOutputWhole(const std::string& output,
     const std::string holder = replaced ? shown : folder.string();
     const SignalGuard signals;
     ScratchFile scratch(folder, replaced);
+    // The scratch file beside the output stands for it: where it cannot be made, the output
+    // cannot be opened.
     if (scratch.error())
-        return failed(holder, scratch.error());
+        return replaced ? cannotOpen(openFailureId, shown, scratch.error())
+                        : failed(holder, scratch.error());
     CheckedCopy copy(scratch.descriptor());
     if (copy.error())
         return failed(holder, copy.error());
@@ -327,7 +342,7 @@ int writeOutputWhole(const std::string& output,
     if (copyError)
         return failed(holder, copyError);
     return replaced ? replaceFile(scratch, destination, shown)
-                    : copyOut(scratch.descriptor(), output, shown);
+                    : copyOut(scratch.descriptor(), output, shown, openFailureId);
 }
 
 int writeTextWhole(const std::string& output, std::string_view text) {

@@ -17,11 +17,13 @@ inline constexpr OptionSpec outputOption{"output", 'o', "FILE",
 // through checked writes: a plain file (or a new one) is replaced by a scratch file beside it,
 // synced and renamed; standard output, a device or a pipe gets the content once it is complete.
 // A write, sync or close that fails is reported with the system's reason and answers 1; a
-// failed run leaves the output as it was. SIGINT and SIGTERM while it runs remove the scratch
-// file and end the run (130 / 143); a reader that goes away ends it quietly. Answers the exit
-// status.
+// failed run leaves the output as it was. An output that cannot be opened at all is reported
+// with `openFailureId` (arguments FILE and REASON) when one is given, as the sink that writes
+// it would report it. SIGINT and SIGTERM while it runs remove the scratch file and end the run
+// (130 / 143); a reader that goes away ends it quietly. Answers the exit status.
 int writeOutputWhole(const std::string& output,
-                     const std::function<bool(const std::string& target)>& write);
+                     const std::function<bool(const std::string& target)>& write,
+                     const char* openFailureId = nullptr);
 
 // The same for a text that is complete before the output is touched.
 int writeTextWhole(const std::string& output, std::string_view text);

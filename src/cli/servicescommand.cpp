@@ -24,12 +24,15 @@ int writeServices(const CommandArguments& arguments) {
         throw UsageError("services takes no PATH", "services");
     const std::string library = arguments.value("library", ownLibraryName());
     const std::string output = arguments.value("output", "-");
-    return writeOutputWhole(output, [&](const std::string& target) {
-        if (BuildExportFile(target.c_str(), library.c_str()))
-            return true;
-        CppLanguage::report(ORLO_HERE, "QEL_MM_XML_OUTPUT_FILE_ERR", {{"FILE", output}});
-        return false;
-    });
+    return writeOutputWhole(
+        output,
+        [&](const std::string& target) {
+            if (BuildExportFile(target.c_str(), library.c_str()))
+                return true;
+            CppLanguage::report(ORLO_HERE, "QEL_MM_XML_OUTPUT_FILE_ERR", {{"FILE", output}});
+            return false;
+        },
+        "QEL_MM_XML_OUTPUT_FILE_ERR");
 }
 
 const CommandRegistration services({

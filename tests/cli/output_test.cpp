@@ -57,7 +57,6 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
     const std::string database = folder.file("repository.db");
     ASSERT_EQ(runTool({"transfer", "--db", "sqlite:" + database, sample}).exitCode, 0);
     const std::string noRoom = "cannot be written: No space left on device";
-    const std::string noFolder = "cannot be written: No such file or directory";
     const std::string isInput = "[FILEOP_OUTPUT_IS_INPUT]";
     struct Case {
         std::string name;
@@ -72,7 +71,16 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
         {"export to a full standard output", {"export", sample}, noRoom, "/dev/full"},
         {"services to a full device", {"services", "-o", "/dev/full"}, noRoom},
         {"describe to a full output", {"describe", sample}, "cannot be written", "/dev/full"},
-        {"dump into a missing folder", {"dump", "-o", set + "/missing/out", sample}, noFolder},
+        // An output that cannot be opened is told as its sink tells it.
+        {"dump into a missing folder",
+         {"dump", "-o", set + "/missing/out", sample},
+         "[QEL_MM_DUMP_FILE_ERR]"},
+        {"export into a missing folder",
+         {"export", "-o", set + "/missing/out", sample},
+         "[QEL_MM_XML_OUTPUT_FILE_ERR]"},
+        {"services into a missing folder",
+         {"services", "-o", set + "/missing/out"},
+         "[QEL_MM_XML_OUTPUT_FILE_ERR]"},
         {"export over a document read", {"export", "-o", document, set}, isInput, "", document},
         {"dump over a document named", {"dump", "-o", document, document}, isInput, "", document},
         {"dump over its database", {"dump", "--db", db, "-o", database}, isInput, "", database},
