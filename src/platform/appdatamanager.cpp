@@ -136,7 +136,7 @@ public:
         int value = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
         if (text.empty() || error != std::errc() || end != text.data() + text.size())
-            return 1;
+            return defaultValue;
         return value;
     }
 };

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -41,29 +41,20 @@ public:
 
     bool open() override {
         close();
-        if (path_ == "-") {
-            file_ = stdout;
-            borrowed_ = true;
-        } else {
-            file_ = std::fopen(toNativePath(path_).c_str(), "wb");
-            borrowed_ = false;
-            // Outputs run to megabytes; stdio's few kilobytes would make a write call of every
-            // handful of lines.
-            if (file_) {
-                if (!buffer_)
-                    buffer_ = std::make_unique<char[]>(bufferSize);
-                std::setvbuf(file_, buffer_.get(), _IOFBF, bufferSize);
-            }
+        file_ = std::fopen(toNativePath(path_).c_str(), "wb");
+        // Outputs run to megabytes; stdio's few kilobytes would make a write call of every
+        // handful of lines.
+        if (file_) {
+            if (!buffer_)
+                buffer_ = std::make_unique<char[]>(bufferSize);
+            std::setvbuf(file_, buffer_.get(), _IOFBF, bufferSize);
         }
         return file_ != nullptr;
     }
     void close() override {
         if (!file_)
             return;
-        if (borrowed_)
-            std::fflush(file_);
-        else
-            std::fclose(file_);
+        std::fclose(file_);
         file_ = nullptr;
     }
     bool isOpen() const override { return file_ != nullptr; }
@@ -78,28 +69,55 @@ private:
     static constexpr size_t bufferSize = 1 << 18;
     String path_;
     std::FILE* file_ = nullptr;
-    bool borrowed_ = false;
     std::unique_ptr<char[]> buffer_;
 };
 
+// Answers every failure, a folder or a read error included, rather than throwing it.
 class StreamReader : public IFileReader {
 public:
     explicit StreamReader(String path) : path_(std::move(path)) {}
+    ~StreamReader() override { close(); }
     bool open() override {
-        stream_.open(toNativePath(path_), std::ios::binary);
-        return stream_.is_open();
+        close();
+        descriptor_ = ::open(toNativePath(path_).c_str(), O_RDONLY | O_CLOEXEC);
+        struct stat status {};
+        if (descriptor_ >= 0 && (::fstat(descriptor_, &status) != 0 || S_ISDIR(status.st_mode)))
+            close();
+        return descriptor_ >= 0;
     }
     bool readAll(String& content) override {
-        if (!stream_.is_open())
+        if (descriptor_ < 0)
             return false;
-        content.assign(std::istreambuf_iterator<char>(stream_), std::istreambuf_iterator<char>());
-        return !stream_.bad();
+        content.clear();
+        char block[1 << 16];
+        for (;;) {
+            const ssize_t got = ::read(descriptor_, block, sizeof block);
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                return got == 0;
+            content.append(block, size_t(got));
+        }
     }
 
 private:
+    void close() {
+        if (descriptor_ >= 0)
+            ::close(descriptor_);
+        descriptor_ = -1;
+    }
     String path_;
-    std::ifstream stream_;
+    int descriptor_ = -1;
 };
+
+// "a/b/" names the folder "a/b": its last piece is "b" and its parent "a".
+fs::path withoutTrailingSeparators(const String& path) {
+    fs::path native = toNativePath(path);
+    std::string text = native.string();
+    while (text.size() > 1 && text.back() == PathSeparator)
+        text.pop_back();
+    return fs::path(text);
+}
 
 } // namespace
 
@@ -134,11 +152,11 @@ String File::getAbsolutePath() const {
 }
 
 String File::getParent() const {
-    return String(toNativePath(path_).parent_path().string());
+    return String(withoutTrailingSeparators(path_).parent_path().string());
 }
 
 String File::getBaseName() const {
-    return String(toNativePath(path_).filename().string());
+    return String(withoutTrailingSeparators(path_).filename().string());
 }
 
 bool File::listFiles(std::vector<File>& entries, IFileFilter& filter, bool recursive) const {

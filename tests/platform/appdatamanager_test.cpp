@@ -197,8 +197,12 @@ TEST_F(AppDataTest, ProductionModeIsOnUnlessTheSettingIsAnIntegerZero) {
     AppDataManager::SetAppDataOverrides(overrides);
     EXPECT_EQ(productionMode(), 1);
 
-    // Other settings are not stored: they answer the caller's default.
+    // Other settings are not stored: they answer the caller's default, as a setting that is
+    // no integer does.
     const auto* settings = LoadAppDataManager()->GetSettings();
+    AppDataManager::SetAppDataOverrides({});
+    setenv("METAMODEL_PRODUCTION_MODE", "yes", 1);
+    EXPECT_EQ(settings->GetInt("global", "ProductionMode", 0, 0), 0);
     EXPECT_EQ(settings->GetInt("global", "Other", 7, 0), 7);
     EXPECT_EQ(settings->GetInt("local", "ProductionMode", 7, 0), 7);
     EXPECT_EQ(settings->GetInt(nullptr, nullptr, -3, 0), -3);
