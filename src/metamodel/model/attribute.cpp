@@ -105,18 +105,13 @@ CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, int value) {
     return make<CIntegerAttribute>(name, value);
 }
 
-void CAttributedItem::AddAttribute(std::unique_ptr<IAttribute> attribute) {
-    if (!attribute || attributes_.contains(attribute.get()))
+void CAttributedItem::AddAttribute(IAttribute* attribute) {
+    if (!attribute || attributes_.contains(attribute))
         return;
-    const IAttribute* added = attribute.get();
-    if (arena_) {
-        arena_->adopt(std::move(attribute));
-        attributes_.append(added);
-    } else {
-        attributes_.append(added);
-        attribute.release();
-    }
-    index(added);
+    if (arena_)
+        arena_->adopt(std::unique_ptr<IAttribute>(attribute));
+    attributes_.append(attribute);
+    index(attribute);
 }
 
 void CAttributedItem::index(const IAttribute* added) {

@@ -69,8 +69,9 @@ public:
     // The caller sets the status of the new attribute.
     CAttribute* AddAttribute(const ORLO::String& name, const ORLO::String& value);
     CAttribute* AddAttribute(const ORLO::String& name, int value);
-    // Takes over an attribute made elsewhere.
-    void AddAttribute(std::unique_ptr<IAttribute> attribute);
+    // Takes over an attribute made elsewhere; one already listed stays as it is.
+    void AddAttribute(IAttribute* attribute);
+    void AddAttribute(std::unique_ptr<IAttribute> attribute) { AddAttribute(attribute.release()); }
 
     // From now on attributes are made in `arena` and belong to it; for an item that the arena
     // outlives. A copy of the item owns its attributes again.

@@ -18,13 +18,15 @@ const IPropertyType* CProperty::GetPropertyType() const {
     return type_.get();
 }
 
-void CProperty::SetType(std::shared_ptr<CPropertyType> type) {
-    type_ = std::move(type);
+void CProperty::SetType(const IPropertyType* type) {
+    type_ = std::shared_ptr<const IPropertyType>(type);
+    ownType_ = const_cast<CPropertyType*>(dynamic_cast<const CPropertyType*>(type));
 }
 
 void CProperty::SetLastingType(CPropertyType* type) {
     // Shares no ownership, so it costs no count of its own.
-    type_ = std::shared_ptr<CPropertyType>(std::shared_ptr<void>(), type);
+    type_ = std::shared_ptr<const IPropertyType>(std::shared_ptr<void>(), type);
+    ownType_ = type;
 }
 
 bool CProperty::IsTransient() const {

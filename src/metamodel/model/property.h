@@ -40,13 +40,14 @@ public:
     void SetLocalId(int localId) { localId_ = localId; }
     void SetStatus(ElementStatus status) { status_ = status; }
     void SetMerge(int merge) { merge_ = merge; }
-    void SetType(std::shared_ptr<CPropertyType> type);
+    // The property owns the type from now on; its copies share it.
+    void SetType(const IPropertyType* type);
     // A type that outlives the property and its copies, such as one that its model holds.
     void SetLastingType(CPropertyType* type);
     void SetCategory(const ICategory* category) { category_ = category; }
 
     // The builder links reference targets through this.
-    CPropertyType* GetType() { return type_.get(); }
+    CPropertyType* GetType() { return ownType_; }
 
 private:
     int id_ = int(0x80000000u);
@@ -54,7 +55,9 @@ private:
     ORLO::String shortName_;
     ORLO::String description_;
     ElementStatus status_ = EsInactive;
-    std::shared_ptr<CPropertyType> type_;
+    std::shared_ptr<const IPropertyType> type_;
+    // The same object where it is one of this library's types, which the builder completes.
+    CPropertyType* ownType_ = nullptr;
     int merge_ = 0;
     const ICategory* category_ = nullptr;
 };

@@ -63,37 +63,37 @@ CPropertyTypeBuilder::CPropertyTypeBuilder() = default;
 CPropertyTypeBuilder::~CPropertyTypeBuilder() = default;
 
 void CPropertyTypeBuilder::OnInteger() {
-    result_ = std::make_shared<CIntegerPropertyType>();
+    result_ = new CIntegerPropertyType;
 }
 void CPropertyTypeBuilder::OnString() {
-    result_ = std::make_shared<CStringPropertyType>();
+    result_ = new CStringPropertyType;
 }
 void CPropertyTypeBuilder::OnDateTime() {
-    result_ = std::make_shared<CDateTimePropertyType>();
+    result_ = new CDateTimePropertyType;
 }
 void CPropertyTypeBuilder::OnBookmark() {
-    result_ = std::make_shared<CBookmarkPropertyType>();
+    result_ = new CBookmarkPropertyType;
 }
 void CPropertyTypeBuilder::OnReference() {
-    result_ = std::make_shared<CReferencePropertyType>();
+    result_ = new CReferencePropertyType;
 }
 void CPropertyTypeBuilder::OnIntegerList() {
-    result_ = std::make_shared<CIntegerListPropertyType>();
+    result_ = new CIntegerListPropertyType;
 }
 void CPropertyTypeBuilder::OnStringList() {
-    result_ = std::make_shared<CStringListPropertyType>();
+    result_ = new CStringListPropertyType;
 }
 void CPropertyTypeBuilder::OnDateTimeList() {
-    result_ = std::make_shared<CDateTimeListPropertyType>();
+    result_ = new CDateTimeListPropertyType;
 }
 void CPropertyTypeBuilder::OnBookmarkList() {
-    result_ = std::make_shared<CBookmarkListPropertyType>();
+    result_ = new CBookmarkListPropertyType;
 }
 void CPropertyTypeBuilder::OnReferenceList() {
-    result_ = std::make_shared<CReferenceListPropertyType>();
+    result_ = new CReferenceListPropertyType;
 }
 void CPropertyTypeBuilder::OnUnknown() {
-    result_.reset();
+    result_ = nullptr;
 }
 
 } // namespace QEL

@@ -95,11 +95,12 @@ public:
     void OnReferenceList() override;
     void OnUnknown() override;
 
-    const CPropertyType* GetResult() const { return result_.get(); }
-    std::shared_ptr<CPropertyType> TakeResult() { return std::move(result_); }
+    // The object of the last word classified, null for an unknown word. The builder hands it
+    // over and never deletes it: whoever classifies takes it.
+    CPropertyType* GetResult() const { return result_; }
 
 private:
-    std::shared_ptr<CPropertyType> result_;
+    CPropertyType* result_ = nullptr;
 };
 
 class IPropertyMergeClassifier {

@@ -41,7 +41,9 @@ TEST(AttributedItem, AModelPropertyKeepsItsAttributesAndACopyOwnsItsOwn) {
     QEL::CProperty* property = model->AddProperty("p", "Owner.p", "", "string", "no", 1, 0, 1);
     owner->AddProperty(property);
     const QEL::IAttribute* named = property->AddAttribute("NOTE", "a text that is long enough");
-    property->AddAttribute(std::make_unique<QEL::CIntegerAttribute>("NOTE", 3));
+    QEL::IAttribute* const taken = new QEL::CIntegerAttribute("NOTE", 3);
+    property->AddAttribute(taken);
+    property->AddAttribute(taken); // listed already: stays once, and is not deleted
     for (int i = 0; i < 10; ++i)
         property->AddAttribute("A" + std::to_string(i), i);
     EXPECT_EQ(property->GetAttributes().size(), 12u);

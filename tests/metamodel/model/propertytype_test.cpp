@@ -11,10 +11,11 @@
 
 namespace {
 
-std::shared_ptr<QEL::CPropertyType> typeOf(const std::string& word) {
+std::unique_ptr<QEL::CPropertyType> typeOf(const std::string& word) {
     QEL::CPropertyTypeBuilder builder;
     builder.Classify(word);
-    return builder.TakeResult();
+    // The builder hands its object over: this one outlives it.
+    return std::unique_ptr<QEL::CPropertyType>(builder.GetResult());
 }
 
 TEST(PropertyTypeBuilder, EveryWordMakesItsKindAndNothingElseMakesAType) {
@@ -66,7 +67,7 @@ TEST(Property, FlagsAreIntegerAttributesOtherThanZero) {
     EXPECT_TRUE(property.IsIndexed());
 
     // A copy shares the type object and has attributes of its own.
-    property.SetType(typeOf("string"));
+    property.SetType(typeOf("string").release());
     const QEL::CProperty copy(property);
     EXPECT_EQ(copy.GetPropertyType(), property.GetPropertyType());
     EXPECT_TRUE(copy.IsIndexed());
