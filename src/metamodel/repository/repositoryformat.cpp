@@ -61,37 +61,37 @@ String mergeWord(const String& code) {
 
 const std::array<RepositoryTable, TableCount>& repositoryTables() {
     static const std::array<RepositoryTable, TableCount> tables = {{
-        {"Cat", "IN_CAT", 1,
+        {"Cat", "IN_CAT",
          "IdCat integer NOT NULL, CatNam text NOT NULL, CatDsc text NOT NULL, "
          "Status text NOT NULL"},
-        {"CatAttr", "IN_CATATTR", 2,
+        {"CatAttr", "IN_CATATTR",
          "IdCat integer NOT NULL, AttrNam text NOT NULL, AttrTyp integer NOT NULL, "
          "IntVal integer, StrVal text, Status text NOT NULL"},
-        {"CatCat", "IN_CATCAT", 2,
+        {"CatCat", "IN_CATCAT",
          "IdCat integer NOT NULL, IdCatParent integer NOT NULL, Status text NOT NULL"},
-        {"TreeCat", "IN_TREECAT", 3,
+        {"TreeCat", "IN_TREECAT",
          "IdFrom integer NOT NULL, IdTo integer NOT NULL, IdCat integer NOT NULL, "
          "Status text NOT NULL"},
-        {"Typ", "IN_TYP", 1,
+        {"Typ", "IN_TYP",
          "IdTyp integer NOT NULL, TypNam text NOT NULL, TypDsc text NOT NULL, "
          "Status text NOT NULL"},
-        {"TypAttr", "IN_TYPATTR", 2,
+        {"TypAttr", "IN_TYPATTR",
          "IdTyp integer NOT NULL, AttrNam text NOT NULL, AttrTyp integer NOT NULL, "
          "IntVal integer, StrVal text, Status text NOT NULL"},
-        {"TypCat", "IN_TYPCAT", 2,
+        {"TypCat", "IN_TYPCAT",
          "IdTyp integer NOT NULL, IdCatParent integer NOT NULL, IsCatProp integer NOT NULL, "
          "Status text NOT NULL"},
-        {"Prop", "IN_PROP", 1,
+        {"Prop", "IN_PROP",
          "IdProp integer NOT NULL, PropNam text NOT NULL, PropDsc text NOT NULL, "
          "PropTyp integer NOT NULL, PropMrg text NOT NULL, CardMin integer NOT NULL, "
          "CardMax integer NOT NULL, Status text NOT NULL"},
-        {"PropAttr", "IN_PROPATTR", 2,
+        {"PropAttr", "IN_PROPATTR",
          "IdProp integer NOT NULL, AttrNam text NOT NULL, AttrTyp integer NOT NULL, "
          "IntVal integer, StrVal text, Status text NOT NULL"},
-        {"PropCat", "IN_PROPCAT", 2,
+        {"PropCat", "IN_PROPCAT",
          "IdProp integer NOT NULL, IdCat integer NOT NULL, Status text NOT NULL"},
         // The work table takes the type first; TypProp is only ever read by column name.
-        {"TypProp", "IN_TYPPROP", 2,
+        {"TypProp", "IN_TYPPROP",
          "IdProp integer NOT NULL, IdTyp integer NOT NULL, Status text NOT NULL",
          "IdTyp integer NOT NULL, IdProp integer NOT NULL, Status text NOT NULL"},
     }};

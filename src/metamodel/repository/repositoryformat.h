@@ -29,12 +29,10 @@ String mergeWord(const String& code);
 
 // A final table and the work table the writer fills for it, with their column definitions in
 // the order of the selects and of the bulk rows. The work table's columns are the final
-// table's unless given; rows move from one to the other by column name. In a set that passed
-// validation no two rows agree on the work table's first `keyColumns` columns.
+// table's unless given; rows move from one to the other by column name.
 struct RepositoryTable {
     const char* finalName;
     const char* workName;
-    int keyColumns;
     const char* finalColumns;
     const char* workColumns = nullptr;
 

@@ -2,7 +2,6 @@
 
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/repository/repositoryformat.h"
-#include "platform/database/sqliterepeats.h"
 #include "platform/database/tablink.h"
 #include "platform/messages.h"
 
@@ -20,12 +19,11 @@ String prefixed(const char* table) {
     return String(marker, 1) + table;
 }
 
-// "IdCat integer NOT NULL, CatNam text" gives "IdCat, CatNam"; with a `count`, only that
-// many of the first names.
-String columnNames(const char* definitions, int count = -1) {
+// "IdCat integer NOT NULL, CatNam text" gives "IdCat, CatNam".
+String columnNames(const char* definitions) {
     String names;
     String all(definitions);
-    for (size_t start = 0; start < all.size() && count-- != 0;) {
+    for (size_t start = 0; start < all.size();) {
         size_t end = all.find(',', start);
         if (end == String::npos)
             end = all.size();
@@ -47,40 +45,11 @@ String createTableStatement(int tableIndex, bool workTable) {
            " (" + (workTable ? table.workTableColumns() : table.finalColumns) + ")";
 }
 
-// Exact duplicates arise from repeated declarations in the documents; they are dropped here,
-// with NULLs counting as equal, which is what DISTINCT and GROUP BY do on both servers. A
-// set that passed validation has none, so each table is first only screened, and rewritten
-// only when it may hold two equal rows: a rewrite of every row would cost more than the rest
-// of the procedure. The screen is the server's aggregate `repeatScreen` where it has one (a
-// hashing pass over the key columns only: equal rows have equal keys, and a valid set repeats
-// no key), else a search for a key held by two rows, which the server answers by hashing the
-// key columns as well. Where the server names its rows (`rowIdentity`), only the later copies
-// are deleted; elsewhere the distinct rows replace the table's when there are fewer of them.
-String flushDataBody(const String& rowIdentity, const String& repeatScreen) {
-    String body;
-    for (const RepositoryTable& table : repositoryTables()) {
-        const String work = prefixed(table.workName);
-        const String columns = columnNames(table.workTableColumns());
-        const String keys = columnNames(table.workTableColumns(), table.keyColumns);
-        const String mayHaveDuplicates =
-            repeatScreen.empty()
-                ? "EXISTS (SELECT 1 FROM " + work + " GROUP BY " + keys + " HAVING count(*) > 1)"
-                : "(SELECT " + repeatScreen + "(" + keys + ") FROM " + work + ") = 1";
-        if (!rowIdentity.empty()) {
-            body += "DELETE FROM " + work + " WHERE " + mayHaveDuplicates + " AND " + rowIdentity +
-                    " NOT IN (SELECT min(" + rowIdentity + ") FROM " + work + " GROUP BY " +
-                    columns + ");\n";
-            continue;
-        }
-        body += "CREATE TEMPORARY TABLE flushed_rows AS SELECT DISTINCT * FROM " + work + ";\n";
-        body += "DELETE FROM " + work +
-                " WHERE (SELECT count(*) FROM flushed_rows) < (SELECT count(*) FROM " + work +
-                ");\n";
-        body += "INSERT INTO " + work +
-                " SELECT * FROM flushed_rows WHERE NOT EXISTS (SELECT 1 FROM " + work + ");\n";
-        body += "DROP TABLE flushed_rows;\n";
-    }
-    return body;
+// Every row of the work tables goes to the final tables as it is, repeats included: the rows
+// stay in their tables until FINAL_METAMODEL hands the tables over, so there is nothing to
+// flush first.
+String flushDataBody() {
+    return String();
 }
 
 // Every category a type reaches through inheritance, as rows with IsCatProp 0 beside the
@@ -204,14 +173,11 @@ void CreateRepository(void* connection) {
             }
         refused(connection, script);
     }
-    // The servers' own names of a row, for deleting one of two equal rows.
     const int serverKind = TABLINK::dbgetconnectiontype(connection, nullptr, nullptr);
-    const String rowIdentity = serverKind == 1 ? "rowid" : serverKind == 5 ? "ctid" : "";
-    const String repeatScreen = serverKind == 1 ? TABLINK::repeatScreenFunction : "";
     // Both servers rename in one transaction; the others copy.
     const bool renameWorkTables = serverKind == 1 || serverKind == 5;
     const std::pair<const char*, String> procedures[] = {
-        {"METAMODEL_FLUSHDATA", Repository::flushDataBody(rowIdentity, repeatScreen)},
+        {"METAMODEL_FLUSHDATA", Repository::flushDataBody()},
         {"CAT_BUILD_DEPENDENCIES", Repository::buildDependenciesBody(serverKind == 5)},
         {"FINAL_METAMODEL", Repository::finalMetaModelBody(renameWorkTables)},
     };

@@ -13,13 +13,11 @@ void CreateRepository(void* connection);
 
 namespace Repository {
 
-// The texts behind CreateRepository, with the table-prefix marker in them. `rowIdentity` is
-// the server's hidden column that tells two equal rows apart, empty when it has none;
-// `repeatScreen` an aggregate of the server that tells cheaply whether a table may hold two
-// equal rows, empty when it has none. `renameWorkTables` lets the last procedure hand the work
-// tables over as the final ones where the server can rename tables inside a transaction.
+// The texts behind CreateRepository, with the table-prefix marker in them.
+// `renameWorkTables` lets the last procedure hand the work tables over as the final ones where
+// the server can rename tables inside a transaction.
 ORLO::String createTableStatement(int tableIndex, bool workTable);
-ORLO::String flushDataBody(const ORLO::String& rowIdentity, const ORLO::String& repeatScreen);
+ORLO::String flushDataBody();
 ORLO::String buildDependenciesBody(bool procedural);
 ORLO::String finalMetaModelBody(bool renameWorkTables);
 

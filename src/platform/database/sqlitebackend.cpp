@@ -1,5 +1,4 @@
 #include "platform/database/connection.h"
-#include "platform/database/sqliterepeats.h"
 
 #include <sqlite3.h>
 
@@ -363,11 +362,6 @@ std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mo
     // with: the journal is synced before and after each commit.
     if (sqlite3_exec(database.get(), "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr) !=
         SQLITE_OK) {
-        error = sqlite3_errmsg(database.get());
-        return nullptr;
-    }
-    // The procedures stored in the repository call it.
-    if (!registerRepeatScreen(database.get())) {
         error = sqlite3_errmsg(database.get());
         return nullptr;
     }

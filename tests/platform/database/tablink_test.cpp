@@ -1,7 +1,6 @@
 #include "platform/database/connection.h"
 #include "platform/database/databaseexceptions.h"
 #include "platform/database/rowvault.h"
-#include "platform/database/sqliterepeats.h"
 #include "platform/database/tablink.h"
 #include "platform/database/uniqueconnection.h"
 
@@ -353,38 +352,5 @@ TEST_P(Connectivity, TheServerKindAndTheDefaultSchemaAreTheServers) {
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(Connectivity);
-
-// The embedded server's repeat screen must never say 0 where DISTINCT sees a repeat.
-TEST(Connection, TheEmbeddedRepeatScreenSeesEveryRepeatThatDistinctSees) {
-    TestSupport::TempFolder folder;
-    IUniqueConnection connection(folder.file("x.sqlite"), "", TABLINK::OpenMode::Create);
-    void* handle = connection.GetHandle();
-    const std::pair<const char*, int> cases[] = {
-        {"(1, 'a'), (2, 'a'), (1, 'b')", 0},
-        {"(1, 'a'), (2, 'b'), (1, 'a')", 1},
-        {"(1, NULL), (1, NULL)", 1},
-        {"(1, NULL), (1, '')", 0},
-        {"(1, 'x'), ('1', 'x')", 0},
-        {"(1, 'x'), (1.0, 'x')", 1},
-        {"(1.5, 'x'), (1.5, 'x'), (2, 'y')", 1},
-        {"('ab', 'c'), ('a', 'bc')", 0},
-        {"(X'00', 'x'), ('', 'x')", 0},
-    };
-    for (const auto& [values, repeats] : cases) {
-        const std::string rows = "(VALUES " + std::string(values) + ")";
-        int screen = -1, all = 0, distinct = 0;
-        ASSERT_TRUE(TABLINK::dbcallrequest(
-            handle,
-            ("select " + std::string(TABLINK::repeatScreenFunction) +
-             "(column1, column2), count(*), (select count(*) from (select distinct * from " + rows +
-             ")) from " + rows)
-                .c_str()))
-            << TABLINK::dblasterror(handle);
-        ASSERT_TRUE(TABLINK::dbscanf(handle, nullptr, "%d%d%d", &screen, &all, &distinct));
-        TABLINK::dbendrequest(handle);
-        EXPECT_EQ(distinct < all, repeats == 1) << values;
-        EXPECT_EQ(screen, repeats) << values;
-    }
-}
 
 } // namespace
