@@ -75,7 +75,10 @@ const OptionSpec* takeOption(const std::vector<OptionSpec>& specs,
     return spec;
 }
 
-void applyGlobal(GlobalOptions& global, const std::string& name, const std::string& value) {
+// `command`: the command the option came after, whose usage a refused value shows; empty
+// before the command.
+void applyGlobal(GlobalOptions& global, const std::string& name, const std::string& value,
+                 const std::string& command) {
     AppDataManager::AppDataOverrides& folders = global.folders;
     if (name == "app-dir")
         folders.appDir = value;
@@ -89,7 +92,7 @@ void applyGlobal(GlobalOptions& global, const std::string& name, const std::stri
         folders.extensionDir = value;
     else if (name == "production-mode") {
         if (value != "0" && value != "1")
-            throw UsageError("--production-mode takes 0 or 1, not '" + value + "'", "");
+            throw UsageError("--production-mode takes 0 or 1, not '" + value + "'", command);
         folders.hasProductionMode = true;
         folders.productionMode = value == "1";
     } else if (name == "format") {
@@ -98,13 +101,13 @@ void applyGlobal(GlobalOptions& global, const std::string& name, const std::stri
         else if (value == "json")
             global.format = DiagnosticFormat::Json;
         else
-            throw UsageError("--format takes text or json, not '" + value + "'", "");
+            throw UsageError("--format takes text or json, not '" + value + "'", command);
     } else if (name == "jobs") {
         const bool digits =
             !value.empty() && value.size() <= 4 &&
             std::all_of(value.begin(), value.end(), [](char c) { return c >= '0' && c <= '9'; });
         if (!digits || std::stoi(value) < 1)
-            throw UsageError("--jobs takes a number from 1 to 9999, not '" + value + "'", "");
+            throw UsageError("--jobs takes a number from 1 to 9999, not '" + value + "'", command);
         global.jobs = std::stoi(value);
     } else if (name == "quiet")
         global.quiet = true;
@@ -174,7 +177,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
         const OptionSpec* spec = takeOption(globalOptionSpecs(), words, index, value, "");
         if (!spec)
             throw UsageError("unknown option '" + words[index] + "'", "");
-        applyGlobal(line.global, spec->longName, value);
+        applyGlobal(line.global, spec->longName, value, "");
     }
     if (line.global.help || line.global.version)
         return line;
@@ -209,7 +212,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
                 takeOption(globalOptionSpecs(), words, index, value, line.command);
             if (!global)
                 throw UsageError("unknown option '" + word + "'", line.command);
-            applyGlobal(line.global, global->longName, value);
+            applyGlobal(line.global, global->longName, value, line.command);
             continue;
         }
         if (std::string(spec->longName) == "help") {

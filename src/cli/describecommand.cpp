@@ -326,9 +326,10 @@ int describe(const CommandArguments& arguments) {
     const QEL::IMetaModel& model = keepUntilExit(builder);
     const auto found = arguments.values.find("element");
     Selection selection;
-    if (!select(model, found == arguments.values.end() ? std::vector<std::string>{} : found->second,
-                selection))
-        return exitFailure;
+    // The elements that are there are printed all the same; an unknown name fails the run.
+    const bool allKnown =
+        select(model, found == arguments.values.end() ? std::vector<std::string>{} : found->second,
+               selection);
 
     const bool json = arguments.has("json");
     bool first = true;
@@ -344,7 +345,7 @@ int describe(const CommandArguments& arguments) {
         emit(json ? categoryJson(*category) : "", categoryText, *category);
     for (const QEL::IProperty* property : selection.properties)
         emit(json ? propertyJson(*property) : "", propertyText, *property);
-    return std::fflush(stdout) == 0 ? exitSuccess : exitFailure;
+    return std::fflush(stdout) == 0 && allKnown ? exitSuccess : exitFailure;
 }
 
 const CommandRegistration describeCommand({

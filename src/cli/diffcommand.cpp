@@ -184,6 +184,8 @@ std::string changeJson(const ModelChange& change) {
 
 int diff(const GlobalOptions& global, const CommandArguments& arguments) {
     const bool fromRepository = arguments.has("db");
+    if (arguments.operands.empty())
+        throw UsageError("diff needs the documents to compare: PATH...", "diff");
     if (fromRepository == arguments.has("against"))
         throw UsageError("give either --against PATH or --db URI", "diff");
     if (!fromRepository && arguments.has("schema"))
@@ -242,7 +244,7 @@ const CommandRegistration diffCommand({
         databaseOption,
         schemaOption,
     },
-    "[PATH...]",
+    "PATH...",
     75,
     [](const GlobalOptions& global, const CommandArguments& arguments) {
         return diff(global, arguments);

@@ -17,10 +17,10 @@ namespace {
 constexpr const char* version = "0.1.0";
 constexpr int exitUsage = 2;
 
+// The message on one line, then the usage of the command it concerns.
 int usageFailure(const Cli::UsageError& problem) {
-    std::fprintf(stderr, "metamodel: %s\n%s\nTry 'metamodel %s--help' for more.\n", problem.what(),
-                 Cli::usageLine(problem.command()).c_str(),
-                 problem.command().empty() ? "" : (problem.command() + " ").c_str());
+    std::fprintf(stderr, "metamodel: %s\n%s\n", problem.what(),
+                 Cli::usageLine(problem.command()).c_str());
     return exitUsage;
 }
 

@@ -25,15 +25,72 @@ namespace {
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
 
+// The database file a run makes, and takes away again when the run fails: a first transfer
+// that fails while writing, or an init or transfer refused on opening (a schema the file
+// cannot have, say), leaves nothing behind, as one refused before does. Only
+// the file this run made goes, by device and inode: one that was there when the connection
+// was opened, or that has been put in its place since, stays.
+class MadeDatabaseFile {
+public:
+    explicit MadeDatabaseFile(const std::string& connectionString)
+        : path_(TABLINK::embeddedDatabaseFile(connectionString)) {}
+    // Right before the connection is opened, and right after.
+    void opening() {
+        struct stat status {};
+        existed_ = !path_ || lstat(path_->c_str(), &status) == 0;
+    }
+    void opened() {
+        struct stat status {};
+        if (!existed_ && stat(path_->c_str(), &status) == 0)
+            made_ = Identity{status.st_dev, status.st_ino};
+    }
+    // After the connection is closed.
+    void removeIfMade() const {
+        struct stat status {};
+        if (!made_ || stat(path_->c_str(), &status) != 0 || status.st_dev != made_->device ||
+            status.st_ino != made_->inode)
+            return;
+        unlink(path_->c_str());
+        unlink((*path_ + "-journal").c_str());
+    }
+
+private:
+    struct Identity {
+        dev_t device;
+        ino_t inode;
+    };
+    std::optional<std::string> path_;
+    bool existed_ = true;
+    std::optional<Identity> made_;
+};
+
+// Opens the connection, noting whether it made the database file, also when opening fails
+// after the file was made.
+std::unique_ptr<IUniqueConnection>
+openNoting(MadeDatabaseFile& madeFile, const CommandArguments& arguments, TABLINK::OpenMode mode) {
+    madeFile.opening();
+    try {
+        auto connection = std::make_unique<IUniqueConnection>(arguments.value("db", ""),
+                                                              arguments.value("schema", ""), mode);
+        madeFile.opened();
+        return connection;
+    } catch (...) {
+        madeFile.opened();
+        throw;
+    }
+}
+
 int initialise(const GlobalOptions& global, const CommandArguments& arguments) {
     if (!arguments.operands.empty())
         throw UsageError("init takes no PATH", "init");
     const std::string schema = arguments.value("schema", "");
+    MadeDatabaseFile madeFile(arguments.value("db", ""));
     try {
-        IUniqueConnection connection(arguments.value("db", ""), schema, TABLINK::OpenMode::Create);
-        MetaModel::CreateRepository(connection.GetHandle());
+        const auto connection = openNoting(madeFile, arguments, TABLINK::OpenMode::Create);
+        MetaModel::CreateRepository(connection->GetHandle());
     } catch (const CppLanguage::CRuntimeException& failure) {
         CppLanguage::reportException(failure);
+        madeFile.removeIfMade();
         return exitFailure;
     }
     if (!global.quiet)
@@ -76,44 +133,6 @@ std::string finalTableCounts(void* connection) {
     return counts;
 }
 
-// The database file a transfer makes, and takes away again when the transfer fails: a first
-// transfer that fails while writing leaves nothing behind, as one refused before does. Only
-// the file this run made goes, by device and inode: one that was there when the connection
-// was opened, or that has been put in its place since, stays.
-class MadeDatabaseFile {
-public:
-    explicit MadeDatabaseFile(const std::string& connectionString)
-        : path_(TABLINK::embeddedDatabaseFile(connectionString)) {}
-    // Right before the connection is opened, and right after.
-    void opening() {
-        struct stat status {};
-        existed_ = !path_ || lstat(path_->c_str(), &status) == 0;
-    }
-    void opened() {
-        struct stat status {};
-        if (!existed_ && stat(path_->c_str(), &status) == 0)
-            made_ = Identity{status.st_dev, status.st_ino};
-    }
-    // After the connection is closed.
-    void removeIfMade() const {
-        struct stat status {};
-        if (!made_ || stat(path_->c_str(), &status) != 0 || status.st_dev != made_->device ||
-            status.st_ino != made_->inode)
-            return;
-        unlink(path_->c_str());
-        unlink((*path_ + "-journal").c_str());
-    }
-
-private:
-    struct Identity {
-        dev_t device;
-        ino_t inode;
-    };
-    std::optional<std::string> path_;
-    bool existed_ = true;
-    std::optional<Identity> made_;
-};
-
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
     if (!documentPathsReadable(arguments.operands))
@@ -124,12 +143,9 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     std::unique_ptr<IUniqueConnection> connection;
     MadeDatabaseFile madeFile(arguments.value("db", ""));
     const auto open = [&]() -> IUniqueConnection& {
-        madeFile.opening();
-        connection = std::make_unique<IUniqueConnection>(
-            arguments.value("db", ""), arguments.value("schema", ""),
-            arguments.has("create-schema") ? TABLINK::OpenMode::Create
-                                           : TABLINK::OpenMode::CreateFile);
-        madeFile.opened();
+        connection = openNoting(madeFile, arguments,
+                                arguments.has("create-schema") ? TABLINK::OpenMode::Create
+                                                               : TABLINK::OpenMode::CreateFile);
         MetaModel::CreateRepository(connection->GetHandle());
         return *connection;
     };

@@ -79,7 +79,7 @@ constexpr MessageDefinition catalogue[] = {
      "The document '{FILE}' is named twice, as '{FIRST}' and as '{SECOND}'; name each document "
      "once."},
     {"QEL_MM_DUMP_FILE_ERR", SeverityError,
-     "The output file '{FILE}' cannot be opened for writing."},
+     "The output file '{FILE}' cannot be opened for writing[: {REASON}]."},
     {"QEL_MM_DUPLICATE_ATTRIBUTE", SeverityError,
      "Attribute '{NAME}' is given more than once on '{CTXT}'; the first value is kept."},
     {"QEL_MM_EMPTY_ID", SeverityError, "An element has an empty 'id' or 'rid' attribute."},
@@ -178,7 +178,7 @@ constexpr MessageDefinition catalogue[] = {
      "Transferring the meta-model documents into the repository failed."},
     {"QEL_MM_XML_FILE_ERR", SeverityError, "The meta-model document '{FILE}' cannot be read."},
     {"QEL_MM_XML_OUTPUT_FILE_ERR", SeverityError,
-     "The XML output file '{FILE}' cannot be opened for writing."},
+     "The XML output file '{FILE}' cannot be opened for writing[: {REASON}]."},
     {"QEL_NULL_PTR", SeverityError, "The argument '{NULL_ARG}' must not be null."},
 };
 

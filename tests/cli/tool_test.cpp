@@ -83,13 +83,22 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
         {"dump", "--db", "a", "--db", "b"},
         {"transfer", METAMODEL_SOURCE_DIR "/examples"},
+        {"diff", "--against", METAMODEL_SOURCE_DIR "/examples"},
     };
     for (const auto& call : wrongCalls) {
         const auto run = runTool(call);
         EXPECT_EQ(run.exitCode, 2) << testing::PrintToString(call);
         EXPECT_EQ(run.out, "");
-        EXPECT_NE(run.err.find("usage: metamodel"), std::string::npos) << run.err;
+        // One line that says what is wrong, then the usage.
+        const auto said = lines(run.err);
+        ASSERT_EQ(said.size(), 2u) << run.err;
+        EXPECT_TRUE(said[0].starts_with("metamodel: ")) << run.err;
+        EXPECT_TRUE(said[1].starts_with("usage: metamodel")) << run.err;
     }
+    // A global option's refused value after the command shows that command's usage.
+    const auto run = runTool({"check", "--format", "xml"});
+    EXPECT_NE(run.err.find("usage: metamodel [GLOBAL OPTIONS] check"), std::string::npos)
+        << run.err;
 }
 
 TEST(Tool, HelpDescribesEveryOption) {

@@ -215,6 +215,16 @@ TEST(TransferCommandOnSqlite, MissingTablesAreMadeAndMissingInputsAreFailures) {
     EXPECT_NE(output.find("QEL_MM_XML2DB_ERR"), std::string::npos) << output;
     EXPECT_FALSE(std::filesystem::exists(unmade));
     EXPECT_FALSE(std::filesystem::exists(unmade + "-journal"));
+
+    // A schema a new file cannot have: init and transfer fail and take the file away again.
+    for (const std::vector<std::string>& call :
+         {std::vector<std::string>{"init", "--db", unmade, "--schema", "s"},
+          {"transfer", "--db", unmade, "--schema", "s", "--create-schema", documents}}) {
+        run = runTool(call);
+        EXPECT_EQ(run.exitCode, 1) << run.err;
+        EXPECT_EQ(messageIds(run.err).at(0), "QEL_DB_CONNECT_ERR") << run.err;
+        EXPECT_FALSE(std::filesystem::exists(unmade)) << call[0];
+    }
 }
 
 TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {
