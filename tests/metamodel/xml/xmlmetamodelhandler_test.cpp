@@ -123,6 +123,8 @@ TEST(XmlHandler, ShapeFailuresCarryTheirIdArgumentsAndPosition) {
          "QEL_MM_EXCLUSIVE_ATTR@2(TAG=<type name=\"T\" id=\"1\" rid=\"2\">,ATTR2=rid,ATTR1=id,)"},
         {"id on a partial", document("<partial_category name=\"C\" id=\"4\"/>"),
          "QEL_MM_UNEXPECTED_ATTR@2(TAG=<partial_category name=\"C\" id=\"4\">,ATTR=id,)"},
+        {"rid first on a partial", document("<partial_type rid=\"4\" name=\"T\"/>"),
+         "QEL_MM_UNEXPECTED_ATTR@2(TAG=<partial_type rid=\"4\" name=\"T\">,ATTR=rid,)"},
         {"description in a partial",
          document("<partial_type name=\"T\">\n<description/></partial_type>"),
          "QEL_MM_UNEXPECTED_TAG@3(PARENT=partial_type,TAG=<description>,)"},

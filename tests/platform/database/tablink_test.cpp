@@ -339,6 +339,7 @@ TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
         << TABLINK::dblasterror(handle_);
     EXPECT_FALSE(TABLINK::DBConnectivity::callProc(handle_, "AZ_az_09(); DROP TABLE log"));
     EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(handle_, "bad name", body.c_str()));
+    EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(nullptr, "AZ_az_09", body.c_str()));
 }
 
 TEST_P(Connectivity, TheServerKindAndTheDefaultSchemaAreTheServers) {
