@@ -56,8 +56,7 @@ public:
 
 class FileIOHelper {
 public:
-    // Neither touches the disk before open(). A writer's open truncates; the path "-" stands
-    // for standard output.
+    // Neither touches the disk before open(). A writer's open truncates.
     static std::unique_ptr<IFileWriter> getWriter(const String& path);
     static std::unique_ptr<IFileReader> getReader(const String& path);
 };

@@ -9,7 +9,7 @@
 // id, in stream order.
 class CDumpMetaModelEvents : public MetaModel::CMetaModelEvents {
 public:
-    // Touches nothing on disk before the stream starts; "-" writes to standard output.
+    // Touches nothing on disk before the stream starts.
     explicit CDumpMetaModelEvents(const ORLO::String& fileName);
 
 protected:

@@ -12,7 +12,7 @@ namespace MetaModel {
 // ids are absolute, the root carries no file number, descriptions go raw into CDATA.
 class CXMLMetaModelEvents : public CMetaModelEvents {
 public:
-    // Opens the file at once ("-" is standard output); a failure shows at the stream's start.
+    // Opens the file at once; a failure shows at the stream's start.
     explicit CXMLMetaModelEvents(const String& fileName);
 
 protected:
