@@ -46,6 +46,11 @@ TEST(Graph, DotHoldsExactlyTheModelsNodesAndEdges) {
     const auto expected = TestSupport::lines(readFile(data + "crafted-read.txt"));
     EXPECT_EQ(std::set(read.begin(), read.end()), std::set(expected.begin(), expected.end()))
         << readFile(dot);
+    // A status other than active is named under the name, and only then.
+    const std::string text = readFile(dot);
+    EXPECT_NE(text.find("\\n(deprecated)\""), std::string::npos) << text;
+    EXPECT_NE(text.find("\\n(obsolete)\""), std::string::npos) << text;
+    EXPECT_EQ(text.find("(active)"), std::string::npos) << text;
     // The same model gives the same text, whatever the order of the hash tables.
     EXPECT_EQ(runTool({"graph", "--trees", document}).out, readFile(dot));
 

@@ -19,6 +19,7 @@ TEST(File, ParentAndBaseNameIgnoreATrailingSeparator) {
         EXPECT_EQ(file.getBaseName(), "Core") << path;
     }
     EXPECT_EQ(ORLO::File(ORLO::String("/")).getBaseName(), "");
+    EXPECT_EQ(ORLO::File(ORLO::String("/")).getParent(), "/");
 }
 
 // Readers and writers answer their failures; "-" is a file like any other.

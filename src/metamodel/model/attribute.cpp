@@ -106,8 +106,18 @@ CAttribute* CAttributedItem::AddAttribute(const ORLO::String& name, int value) {
 }
 
 void CAttributedItem::AddAttribute(IAttribute* attribute) {
-    if (!attribute || attributes_.contains(attribute))
+    if (!attribute)
         return;
+    if (attributes_.contains(attribute)) {
+        // Listed already: it stays where it is, and becomes again the one its name answers.
+        if (!byName_) {
+            byName_ = std::make_unique<NameIndex>();
+            for (const IAttribute* each : attributes_)
+                byName_->insert_or_assign(std::string_view(each->GetName()), each);
+        }
+        byName_->insert_or_assign(std::string_view(attribute->GetName()), attribute);
+        return;
+    }
     if (arena_)
         arena_->adopt(std::unique_ptr<IAttribute>(attribute));
     attributes_.append(attribute);

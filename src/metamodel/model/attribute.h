@@ -69,7 +69,8 @@ public:
     // The caller sets the status of the new attribute.
     CAttribute* AddAttribute(const ORLO::String& name, const ORLO::String& value);
     CAttribute* AddAttribute(const ORLO::String& name, int value);
-    // Takes over an attribute made elsewhere; one already listed stays as it is.
+    // Takes over an attribute made elsewhere; one already listed stays in its place and becomes
+    // again the one its name answers.
     void AddAttribute(IAttribute* attribute);
     void AddAttribute(std::unique_ptr<IAttribute> attribute) { AddAttribute(attribute.release()); }
 

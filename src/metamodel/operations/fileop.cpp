@@ -229,9 +229,12 @@ int FileOp::performOp(unsigned int code, const char* from, const char* to) {
         return error.value();
     }
     const fs::path destination = nativePath(to);
-    const bool intoFolder = isPattern(source) || fs::is_directory(destination);
+    // A destination that cannot even be looked at (a name too long, a loop of links) counts as
+    // no folder: the transfer into it then fails with the system's reason.
+    std::error_code unseen;
+    const bool intoFolder = isPattern(source) || fs::is_directory(destination, unseen);
     const fs::path folder = intoFolder ? destination : destination.parent_path();
-    if (!folder.empty() && !fs::is_directory(folder))
+    if (!folder.empty() && !fs::is_directory(folder, unseen))
         fs::create_directories(folder, error);
     if (error)
         return error.value();

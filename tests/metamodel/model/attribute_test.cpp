@@ -59,6 +59,10 @@ TEST(AttributedItem, AModelPropertyKeepsItsAttributesAndACopyOwnsItsOwn) {
     EXPECT_EQ(copy->GetAttributes()[0]->GetStringValue(), "a text that is long enough");
     copy->AddAttribute("LATE", 1);
     EXPECT_EQ(copy->GetAttribute("LATE")->GetIntegerValue(), 1);
+    // An attribute given again is the one its name answers, and is listed once.
+    copy->AddAttribute(const_cast<QEL::IAttribute*>(copy->GetAttributes()[0]));
+    EXPECT_EQ(copy->GetAttribute("NOTE")->GetStringValue(), "a text that is long enough");
+    EXPECT_EQ(copy->GetAttributes().size(), 13u);
 }
 
 TEST(AttributedItem, AskingForTheWrongKindOfValueWarnsAndAnswersNothing) {

@@ -149,6 +149,13 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
         {"copy a pattern: the source stays", "s/a=a s/d/b=b t/d/c=c",
          [](const std::string& b) { return FileOp::copyFiles(b + "/s/*.*", b + "/t"); },
          "s/ s/a=a s/d/ s/d/b=b t/ t/a=a t/d/ t/d/b=b t/d/c=c"},
+        {"copy to a name too long for the file system",
+         "f=1",
+         [](const std::string& b) {
+             return FileOp::copyFiles(b + "/f", b + "/" + std::string(300, 'L'));
+         },
+         "f=1",
+         {"FILEOP_CANNOT_COPY@0(DST=~/" + std::string(300, 'L') + ",SRC=~/f,)"}},
         {"copy a folder into itself",
          "d/a=a",
          [](const std::string& b) { return FileOp::copyFiles(b + "/d", b + "/d/inner"); },
