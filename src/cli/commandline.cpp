@@ -1,7 +1,9 @@
 #include "cli/commandline.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
-#include <optional>
+#include <iterator>
 #include <sstream>
 
 namespace Cli {
@@ -26,54 +28,6 @@ const std::vector<OptionSpec>& globalOptionSpecs() {
 }
 
 const OptionSpec helpOption{"help", 'h', nullptr, "describe this command and exit"};
-
-const OptionSpec* findOption(const std::vector<OptionSpec>& specs, const std::string& word) {
-    for (const OptionSpec& spec : specs) {
-        if (word.size() > 2 && word.compare(0, 2, "--") == 0 && word.substr(2) == spec.longName)
-            return &spec;
-        if (word.size() == 2 && word[0] == '-' && spec.shortName && word[1] == spec.shortName)
-            return &spec;
-    }
-    return nullptr;
-}
-
-// Reads one option at `index` (with "--name=value", "-xvalue" or a following word as its
-// value) and moves index past it. Answers null when the word is no option of `specs`.
-const OptionSpec* takeOption(const std::vector<OptionSpec>& specs,
-                             const std::vector<std::string>& words, size_t& index,
-                             std::string& value, const std::string& command) {
-    std::string word = words[index];
-    std::optional<std::string> inlineValue;
-    if (const size_t equals = word.find('='); word.rfind("--", 0) == 0 && equals != word.npos) {
-        inlineValue = word.substr(equals + 1);
-        word.resize(equals);
-    }
-    if (!inlineValue && word.size() > 2 && word[0] == '-' && word[1] != '-') {
-        // "-j2", "-oFILE": a short option with its value joined to it, as getopt takes them.
-        const std::string letter = word.substr(0, 2);
-        if (const OptionSpec* joined = findOption(specs, letter); joined && joined->valueName) {
-            inlineValue = word.substr(2);
-            word = letter;
-        }
-    }
-    const OptionSpec* spec = findOption(specs, word);
-    if (!spec)
-        return nullptr;
-    ++index;
-    if (!spec->valueName) {
-        if (inlineValue)
-            throw UsageError("option '" + word + "' takes no value", command);
-        return spec;
-    }
-    if (inlineValue) {
-        value = *inlineValue;
-    } else {
-        if (index >= words.size())
-            throw UsageError("option '" + word + "' needs a value " + spec->valueName, command);
-        value = words[index++];
-    }
-    return spec;
-}
 
 // `command`: the command the option came after, whose usage a refused value shows; empty
 // before the command.
@@ -169,69 +123,121 @@ const CommandSpec* findCommand(const std::string& name) {
     return nullptr;
 }
 
+namespace {
+
+// CLI11's names of an option: "-j,--jobs", "--app-dir".
+std::string optionNames(const OptionSpec& spec) {
+    std::string names;
+    if (spec.shortName)
+        names = std::string("-") + spec.shortName + ",";
+    return names + "--" + spec.longName;
+}
+
+// The options of `specs` on `app`, each value kept in `values` under its long name in the
+// order given; flags keep one empty value per use.
+void declareOptions(CLI::App& app, const std::vector<OptionSpec>& specs,
+                    std::map<std::string, std::vector<std::string>>& values) {
+    for (const OptionSpec& spec : specs) {
+        std::vector<std::string>& kept = values[spec.longName];
+        if (!spec.valueName) {
+            // "--json=yes" is a mistake, not a way of saying yes.
+            app.add_flag_callback(optionNames(spec), [&kept] { kept.emplace_back(); })
+                ->disable_flag_override();
+            continue;
+        }
+        app.add_option(optionNames(spec), kept)
+            ->type_name(spec.valueName)
+            ->expected(1)
+            ->allow_extra_args(false)
+            ->multi_option_policy(spec.repeatable ? CLI::MultiOptionPolicy::TakeAll
+                                                  : CLI::MultiOptionPolicy::Throw);
+    }
+}
+
+// Leaves out the options that were not given.
+void dropUnused(std::map<std::string, std::vector<std::string>>& values) {
+    for (auto it = values.begin(); it != values.end();)
+        it = it->second.empty() ? values.erase(it) : std::next(it);
+}
+
+} // namespace
+
 CommandLine parseCommandLine(const std::vector<std::string>& words) {
     CommandLine line;
-    size_t index = 0;
-    while (index < words.size() && words[index].size() > 1 && words[index][0] == '-') {
-        std::string value;
-        const OptionSpec* spec = takeOption(globalOptionSpecs(), words, index, value, "");
-        if (!spec)
-            throw UsageError("unknown option '" + words[index] + "'", "");
-        applyGlobal(line.global, spec->longName, value, "");
+    CLI::App app("metamodel");
+    // Help is the tool's own text; the parser only takes the flags.
+    app.set_help_flag();
+    app.require_subcommand(0, 1);
+    std::map<std::string, std::vector<std::string>> globals;
+    declareOptions(app, globalOptionSpecs(), globals);
+
+    struct Command {
+        CLI::App* app;
+        std::map<std::string, std::vector<std::string>> values;
+        std::vector<std::string> operands;
+    };
+    std::map<std::string, Command> commands;
+    for (const CommandSpec* spec : commandSpecs()) {
+        Command& command = commands[spec->name];
+        command.app = app.add_subcommand(spec->name);
+        command.app->set_help_flag();
+        // Global options may follow the command too (`metamodel check -q DIR`); the command's
+        // own options come first where a name is both.
+        command.app->fallthrough();
+        std::vector<OptionSpec> specs = spec->options;
+        specs.push_back(helpOption);
+        declareOptions(*command.app, specs, command.values);
+        command.app->add_option("operands", command.operands)->expected(0, -1);
     }
+
+    // The command the words name, for the usage a refusal shows.
+    const auto named = [&]() -> std::string {
+        for (const std::string& word : words)
+            if (commands.count(word) != 0)
+                return word;
+        return "";
+    };
+    // After "--" every word is an operand, even one that starts with "-".
+    const auto separator = std::find(words.begin(), words.end(), "--");
+    std::vector<std::string> reversed(std::make_reverse_iterator(separator), words.rend());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::ParseError& refused) {
+        throw UsageError(refused.what(), named());
+    }
+
+    dropUnused(globals);
+    for (const auto& [name, values] : globals)
+        for (const std::string& value : values)
+            applyGlobal(line.global, name, value, named());
     if (line.global.help || line.global.version)
         return line;
-    if (index >= words.size())
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    if (chosen.empty())
         throw UsageError("no command given", "");
-    line.command = words[index++];
-    const CommandSpec* command = findCommand(line.command);
-    if (!command)
-        throw UsageError("unknown command '" + line.command + "'", "");
-
-    std::vector<OptionSpec> specs = command->options;
-    specs.push_back(helpOption);
-    bool operandsOnly = false;
-    while (index < words.size()) {
-        const std::string& word = words[index];
-        if (operandsOnly || word == "-" || word.empty() || word[0] != '-') {
-            line.arguments.operands.push_back(word);
-            ++index;
+    line.command = chosen.front()->get_name();
+    Command& command = commands[line.command];
+    dropUnused(command.values);
+    line.arguments.operands = command.operands;
+    if (separator != words.end())
+        line.arguments.operands.insert(line.arguments.operands.end(), std::next(separator),
+                                       words.end());
+    line.arguments.help = command.values.erase("help") != 0;
+    const CommandSpec* spec = findCommand(line.command);
+    for (const OptionSpec& option : spec->options) {
+        const auto given = command.values.find(option.longName);
+        if (given == command.values.end()) {
+            if (option.required && !line.arguments.help)
+                throw UsageError(line.command + " needs --" + option.longName +
+                                     (option.valueName ? std::string(" ") + option.valueName : ""),
+                                 line.command);
             continue;
         }
-        if (word == "--") {
-            operandsOnly = true;
-            ++index;
-            continue;
-        }
-        std::string value;
-        const OptionSpec* spec = takeOption(specs, words, index, value, line.command);
-        if (!spec) {
-            // Global options may follow the command too (`metamodel check -q DIR`); the
-            // command's own options come first where a name is both.
-            const OptionSpec* global =
-                takeOption(globalOptionSpecs(), words, index, value, line.command);
-            if (!global)
-                throw UsageError("unknown option '" + word + "'", line.command);
-            applyGlobal(line.global, global->longName, value, line.command);
-            continue;
-        }
-        if (std::string(spec->longName) == "help") {
-            line.arguments.help = true;
-            continue;
-        }
-        auto& values = line.arguments.values[spec->longName];
-        if (!values.empty() && !spec->repeatable)
-            throw UsageError("option '--" + std::string(spec->longName) + "' given twice",
-                             line.command);
-        if (spec->checkValue)
-            spec->checkValue(value, line.command);
-        values.push_back(value);
+        if (option.checkValue)
+            for (const std::string& value : given->second)
+                option.checkValue(value, line.command);
     }
-    for (const OptionSpec& option : command->options)
-        if (option.required && !line.arguments.help && !line.arguments.has(option.longName))
-            throw UsageError(line.command + " needs --" + option.longName +
-                                 (option.valueName ? std::string(" ") + option.valueName : ""),
-                             line.command);
+    line.arguments.values = std::move(command.values);
     return line;
 }
 
