@@ -29,8 +29,8 @@ const std::vector<OptionSpec>& globalOptionSpecs() {
 
 const OptionSpec helpOption{"help", 'h', nullptr, "describe this command and exit"};
 
-// `command`: the command the option came after, whose usage a refused value shows; empty
-// before the command.
+// `command`: the command named on the line, whose usage a refused value shows; empty when
+// there is none.
 void applyGlobal(GlobalOptions& global, const std::string& name, const std::string& value,
                  const std::string& command) {
     AppDataManager::AppDataOverrides& folders = global.folders;
