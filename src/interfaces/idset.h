@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metamodel/model/positionindex.h"
+#include "interfaces/positionindex.h"
 
 #include <cstdint>
 #include <vector>

@@ -2,8 +2,8 @@
 
 #include "interfaces/iattribute.h"
 #include "interfaces/iproperty.h"
+#include "interfaces/positionindex.h"
 #include "metamodel/metamodelexceptions.h"
-#include "metamodel/model/positionindex.h"
 #include "platform/messages.h"
 
 #include <cstdint>
