@@ -210,9 +210,13 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     for (const auto& [name, values] : globals)
         for (const std::string& value : values)
             applyGlobal(line.global, name, value, named());
-    if (line.global.help || line.global.version)
-        return line;
     const std::vector<CLI::App*> chosen = app.get_subcommands();
+    // "metamodel --help dump" asks for dump's help as "metamodel dump --help" does.
+    if (line.global.help || line.global.version) {
+        if (!chosen.empty())
+            line.command = chosen.front()->get_name();
+        return line;
+    }
     if (chosen.empty())
         throw UsageError("no command given", "");
     line.command = chosen.front()->get_name();

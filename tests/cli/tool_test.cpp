@@ -113,6 +113,8 @@ TEST(Tool, HelpDescribesEveryOption) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.out.find("-o, --output FILE"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("--db URI"), std::string::npos) << run.out;
+    // The global option before the command asks for the same help.
+    EXPECT_EQ(runTool({"--help", "dump"}).out, run.out);
 
     run = runTool({"--version"});
     EXPECT_EQ(run.exitCode, 0);
