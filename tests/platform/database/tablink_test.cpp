@@ -309,11 +309,13 @@ TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
     database_->execute("CREATE TABLE log (n integer NOT NULL)");
     const std::string body = std::string("INSERT INTO ") + marker + "log VALUES (1);\n" +
                              "INSERT INTO " + marker + "log VALUES (2);\n";
-    ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", body.c_str()))
+    const std::string former = std::string("INSERT INTO ") + marker + "log VALUES (9);\n";
+    ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", former.c_str()))
         << TABLINK::dblasterror(handle_);
-    // Defined again: replaced, not refused.
-    ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", body.c_str()))
-        << TABLINK::dblasterror(handle_);
+    // Defined again: replaced, not refused, and the same body a third time changes nothing.
+    for (int time = 0; time < 2; ++time)
+        ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", body.c_str()))
+            << TABLINK::dblasterror(handle_);
     const std::string failing = std::string("INSERT INTO ") + marker + "log VALUES (3);\n" +
                                 "INSERT INTO " + marker + "log VALUES (NULL);\n";
     ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "FAILS_HALF_WAY", failing.c_str()))
