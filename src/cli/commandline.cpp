@@ -172,44 +172,41 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     declareOptions(app, globalOptionSpecs(), globals);
 
     struct Command {
-        CLI::App* app;
         std::map<std::string, std::vector<std::string>> values;
         std::vector<std::string> operands;
     };
     std::map<std::string, Command> commands;
     for (const CommandSpec* spec : commandSpecs()) {
         Command& command = commands[spec->name];
-        command.app = app.add_subcommand(spec->name);
-        command.app->set_help_flag();
+        CLI::App* sub = app.add_subcommand(spec->name);
+        sub->set_help_flag();
         // Global options may follow the command too (`metamodel check -q DIR`); the command's
         // own options come first where a name is both.
-        command.app->fallthrough();
+        sub->fallthrough();
         std::vector<OptionSpec> specs = spec->options;
         specs.push_back(helpOption);
-        declareOptions(*command.app, specs, command.values);
-        command.app->add_option("operands", command.operands)->expected(0, -1);
+        declareOptions(*sub, specs, command.values);
+        sub->add_option("operands", command.operands)->expected(0, -1);
     }
 
     // The command the words name, for the usage a refusal shows.
-    const auto named = [&]() -> std::string {
-        for (const std::string& word : words)
-            if (commands.count(word) != 0)
-                return word;
-        return "";
-    };
+    std::string named;
+    for (const std::string& word : words)
+        if (named.empty() && commands.count(word) != 0)
+            named = word;
     // After "--" every word is an operand, even one that starts with "-".
     const auto separator = std::find(words.begin(), words.end(), "--");
     std::vector<std::string> reversed(std::make_reverse_iterator(separator), words.rend());
     try {
         app.parse(reversed);
     } catch (const CLI::ParseError& refused) {
-        throw UsageError(refused.what(), named());
+        throw UsageError(refused.what(), named);
     }
 
     dropUnused(globals);
     for (const auto& [name, values] : globals)
         for (const std::string& value : values)
-            applyGlobal(line.global, name, value, named());
+            applyGlobal(line.global, name, value, named);
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     // "metamodel --help dump" asks for dump's help as "metamodel dump --help" does.
     if (line.global.help || line.global.version) {

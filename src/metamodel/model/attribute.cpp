@@ -109,13 +109,9 @@ void CAttributedItem::AddAttribute(IAttribute* attribute) {
     if (!attribute)
         return;
     if (attributes_.contains(attribute)) {
-        // Listed already: it stays where it is, and becomes again the one its name answers.
-        if (!byName_) {
-            byName_ = std::make_unique<NameIndex>();
-            for (const IAttribute* each : attributes_)
-                byName_->insert_or_assign(std::string_view(each->GetName()), each);
-        }
-        byName_->insert_or_assign(std::string_view(attribute->GetName()), attribute);
+        // Listed already: it stays where it is, and becomes again the one its name answers,
+        // which only the name index can say of an attribute before the last of its name.
+        index(attribute, true);
         return;
     }
     if (arena_)
@@ -124,14 +120,15 @@ void CAttributedItem::AddAttribute(IAttribute* attribute) {
     index(attribute);
 }
 
-void CAttributedItem::index(const IAttribute* added) {
-    if (byName_) {
-        byName_->insert_or_assign(std::string_view(added->GetName()), added);
-    } else if (attributes_.size() > indexFrom) {
+void CAttributedItem::index(const IAttribute* latest, bool always) {
+    if (!byName_) {
+        if (!always && attributes_.size() <= indexFrom)
+            return;
         byName_ = std::make_unique<NameIndex>();
         for (const IAttribute* each : attributes_)
             byName_->insert_or_assign(std::string_view(each->GetName()), each);
     }
+    byName_->insert_or_assign(std::string_view(latest->GetName()), latest);
 }
 
 } // namespace QEL

@@ -86,8 +86,9 @@ private:
     void copyFrom(const CAttributedItem& other);
 
     template <class Made, class... Args> CAttribute* make(Args&&... args);
-    // Keeps the name index up to date with a newly listed attribute.
-    void index(const IAttribute* added);
+    // Makes `latest` the attribute its name answers: in the name index, which is made once
+    // the item has many attributes, or at once when `always`.
+    void index(const IAttribute* latest, bool always = false);
 
     AttributeSet attributes_;
     CArena* arena_ = nullptr;
