@@ -91,9 +91,10 @@ void CDBMetaModelEvents::startElement(TableIndex table, const String& name, bool
                                       const String& description, int id,
                                       const ElementStatus& status) {
     currentName_ = name;
+    currentSlot_ = slotOf(name);
     if (partial)
         return;
-    RegisterCategoryOrType(name, id);
+    *currentSlot_ = id;
     currentId_ = id;
     const String& shownDescription = description.empty() ? name : description;
     const String statusWord = statusText(status);
@@ -115,11 +116,13 @@ void CDBMetaModelEvents::OnStartType(const String& name, bool partial, const Str
 
 void CDBMetaModelEvents::OnEndCategory(bool) {
     currentName_.clear();
+    currentSlot_ = nullptr;
     currentId_ = NoId;
 }
 
 void CDBMetaModelEvents::OnEndType(bool) {
     currentName_.clear();
+    currentSlot_ = nullptr;
     currentId_ = NoId;
 }
 
@@ -129,10 +132,12 @@ void CDBMetaModelEvents::OnStartProperty(const String& name, const String& descr
                                          const ElementStatus& status) {
     currentPropertyId_ = id;
     const String statusWord = statusText(status);
-    properties_.addLast({id, name, description.empty() ? name : description, type, mergeCode(merge),
-                         minimalCardinality, maximalCardinality, statusWord});
+    properties_.addLast({id, keep(name), keep(description.empty() ? name : description), keep(type),
+                         mergeCode(merge), minimalCardinality, maximalCardinality, statusWord});
+    if (!currentSlot_)
+        currentSlot_ = slotOf(currentName_);
     (IsInCategory() ? categoryProperties_ : typeProperties_)
-        .addLast({currentName_, id, statusWord});
+        .addLast({currentSlot_, id, statusWord});
 }
 
 void CDBMetaModelEvents::OnEndProperty() {
@@ -202,16 +207,21 @@ void CDBMetaModelEvents::rowAdded() {
         rowObserver_(rows_);
 }
 
-void CDBMetaModelEvents::RegisterCategoryOrType(const String& name, int id) {
-    names_[name] = id;
+int* CDBMetaModelEvents::slotOf(const String& name) {
+    return &names_.try_emplace(name, NoId).first->second;
 }
 
-int CDBMetaModelEvents::idOf(const String& name) const {
+std::string_view CDBMetaModelEvents::keep(const String& text) {
+    const std::string_view kept = texts_.keep({text.c_str(), text.size() + 1});
+    return kept.substr(0, text.size());
+}
+
+int CDBMetaModelEvents::idOf(std::string_view name) const {
     const auto found = names_.find(name);
     return found == names_.end() ? NoId : found->second;
 }
 
-int CDBMetaModelEvents::getPrimitiveTypeId(const String& name) const {
+int CDBMetaModelEvents::getPrimitiveTypeId(std::string_view name) const {
     if (const std::optional<int> primitive = primitiveTypeId(name))
         return *primitive;
     return idOf(name);
@@ -219,12 +229,12 @@ int CDBMetaModelEvents::getPrimitiveTypeId(const String& name) const {
 
 void CDBMetaModelEvents::OnEnd() {
     forEach(categoryProperties_, [&](const SPropSuspension& link) {
-        const int owner = idOf(link.name);
+        const int owner = *link.owner;
         inserters_[PropCatTable]->AddRow("%d%d%s", &link.id, &owner, link.status.c_str());
         rowAdded();
     });
     forEach(typeProperties_, [&](const SPropSuspension& link) {
-        const int owner = idOf(link.name);
+        const int owner = *link.owner;
         inserters_[TypPropTable]->AddRow("%d%d%s", &owner, &link.id, link.status.c_str());
         rowAdded();
     });
@@ -261,8 +271,8 @@ void CDBMetaModelEvents::OnEnd() {
     });
     forEach(properties_, [&](const SPropertySuspension& property) {
         const int type = getPrimitiveTypeId(property.type);
-        inserters_[PropTable]->AddRow("%d%s%s%d%s%d%d%s", &property.id, property.name.c_str(),
-                                      property.description.c_str(), &type, property.merge.c_str(),
+        inserters_[PropTable]->AddRow("%d%s%s%d%s%d%d%s", &property.id, property.name.data(),
+                                      property.description.data(), &type, property.merge.c_str(),
                                       &property.cardMin, &property.cardMax,
                                       property.status.c_str());
         rowAdded();
@@ -279,7 +289,8 @@ void CDBMetaModelEvents::OnEnd() {
                   "CAT_BUILD_DEPENDENCIES");
     CallProcedure("?\x0F"
                   "FINAL_METAMODEL");
-    names_.clear();
+    for (auto& [name, id] : names_)
+        id = NoId;
 }
 
 void CDBMetaModelEvents::CallRequest(const String& statement) {

@@ -3,12 +3,14 @@
 #include "collections/list.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "metamodel/stream/metamodelevents.h"
+#include "metamodel/textstore.h"
 #include "platform/database/rowvault.h"
 
 #include <array>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -67,17 +69,22 @@ private:
         String status;
         bool operator==(const STreeSuspension&) const = default;
     };
+    // The owner by the entry of its name in the name table: that entry holds, at the end,
+    // the id of the last full declaration of the name, as a lookup by name would give.
     struct SPropSuspension {
-        String name;
+        const int* owner;
         int id;
         String status;
         bool operator==(const SPropSuspension&) const = default;
     };
+    // The texts are kept in `texts_`, each followed by its terminating zero: a large schema
+    // suspends hundreds of thousands of properties, and a string object for each text would
+    // cost an allocation apiece.
     struct SPropertySuspension {
         int id;
-        String name;
-        String description;
-        String type;
+        std::string_view name;
+        std::string_view description;
+        std::string_view type;
         String merge;
         int cardMin;
         int cardMax;
@@ -87,29 +94,44 @@ private:
 
     RowVault::IBlocInsert* GetCurrentAttributeBloc() const;
     int GetCurrentAttributeIdRef() const;
-    void RegisterCategoryOrType(const String& name, int id);
+    // The entry of a name in the name table; one that no full declaration has reached (yet)
+    // holds the id of an unknown name.
+    int* slotOf(const String& name);
     void CallRequest(const String& statement);
     void CallProcedure(const String& call);
-    int getPrimitiveTypeId(const String& name) const;
+    int getPrimitiveTypeId(std::string_view name) const;
     void startElement(Repository::TableIndex table, const String& name, bool partial,
                       const String& description, int id, const ElementStatus& status);
-    int idOf(const String& name) const;
+    int idOf(std::string_view name) const;
+    // A view of a kept copy of `text`, with the zero behind it that the inserters' "%s" wants.
+    std::string_view keep(const String& text);
     void rowAdded();
 
     void* connection_;
     std::array<std::unique_ptr<RowVault::IBlocInsert>, Repository::TableCount> inserters_;
     int currentId_ = NoId;
     String currentName_;
+    // The entry of the current element's name, while there is one.
+    int* currentSlot_ = nullptr;
     int currentPropertyId_ = NoId;
     // Full categories and types by name. A hash map rather than the fixed-bucket table: at the
-    // end of a large stream every link is resolved through it.
-    std::unordered_map<std::string, int> names_;
+    // end of a large stream every link is resolved through it. Its entries stay in place, so
+    // that the suspended properties can point at their owner's; emptying it at the end resets
+    // their ids instead of removing them.
+    struct NameHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view name) const {
+            return std::hash<std::string_view>()(name);
+        }
+    };
+    std::unordered_map<std::string, int, NameHash, std::equal_to<>> names_;
     Collections::List<SInheritSuspension> typeInheritance_;
     Collections::List<SInheritSuspension> categoryInheritance_;
     Collections::List<STreeSuspension> trees_;
     Collections::List<SPropSuspension> categoryProperties_;
     Collections::List<SPropSuspension> typeProperties_;
     Collections::List<SPropertySuspension> properties_;
+    TextStore texts_;
     // What the two link lists and the tree list hold, so that a repeated link is dropped
     // without a scan of the list.
     std::unordered_set<std::string> suspendedLinks_;

@@ -18,7 +18,7 @@ constexpr PrimitiveType primitiveTypes[] = {
 
 } // namespace
 
-std::optional<int> primitiveTypeId(const String& name) {
+std::optional<int> primitiveTypeId(std::string_view name) {
     for (const PrimitiveType& type : primitiveTypes)
         if (name == type.name)
             return type.id;

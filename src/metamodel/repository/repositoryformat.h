@@ -4,6 +4,7 @@
 
 #include <array>
 #include <optional>
+#include <string_view>
 
 namespace MetaModel::Repository {
 
@@ -15,7 +16,7 @@ constexpr int BookmarkTypeId = 137477;
 constexpr int DateTimeTypeId = 137478;
 constexpr int ReferenceTypeId = 1028;
 
-std::optional<int> primitiveTypeId(const String& name);
+std::optional<int> primitiveTypeId(std::string_view name);
 // Null for an id that is no primitive.
 const char* primitiveTypeName(int id);
 

@@ -8,11 +8,13 @@
 namespace TABLINK {
 
 // One value of a bulk row.
+// A value of a row waiting in a block. A text is a view: the inserter keeps the bytes of its
+// block's texts together until the block is written.
 struct BulkValue {
     enum class Kind { Null, Integer, Text };
     Kind kind = Kind::Null;
     int integer = 0;
-    std::string text;
+    std::string_view text;
 };
 
 // The destination of a bulk inserter: one table, its statement made once and used for every

@@ -5,6 +5,7 @@
 #include "platform/messages.h"
 
 #include <cstdarg>
+#include <cstring>
 
 namespace RowVault {
 
@@ -38,6 +39,7 @@ public:
         if (!target_)
             fail("INSERT INTO " + qualifiedTable(), "the inserter is not prepared");
         queued_.clear();
+        texts_.clear();
         rows_ = 0;
     }
 
@@ -60,7 +62,7 @@ public:
             } else if (letter[1] == 's') {
                 if (const char* text = va_arg(arguments, const char*)) {
                     value.kind = BulkValue::Kind::Text;
-                    value.text = text;
+                    value.text = keep(text);
                 }
             } else {
                 fault = std::string("the row format '") + format + "' is not made of %d and %s";
@@ -86,12 +88,31 @@ public:
             return;
         const bool written = target_->write(queued_);
         queued_.clear();
+        texts_.clear();
         rows_ = 0;
         if (!written)
             fail(target_->statement(), target_->lastError());
     }
 
 private:
+    // A copy of `text` among the block's texts: one buffer, kept from block to block, instead
+    // of an allocation per value. When the buffer has to grow, the views already handed out
+    // follow it.
+    std::string_view keep(const char* text) {
+        const size_t size = std::strlen(text);
+        if (size == 0)
+            return std::string_view("", 0);
+        const char* before = texts_.data();
+        const size_t at = texts_.size();
+        texts_.append(text, size);
+        if (texts_.data() != before)
+            for (BulkValue& queued : queued_)
+                if (queued.kind == BulkValue::Kind::Text && !queued.text.empty())
+                    queued.text = {texts_.data() + (queued.text.data() - before),
+                                   queued.text.size()};
+        return {texts_.data() + at, size};
+    }
+
     std::string qualifiedTable() const {
         const std::string prefix = !schema_.empty()
                                        ? TABLINK::quoteIdentifier(schema_) + "."
@@ -109,6 +130,7 @@ private:
     int blockSize_ = 1000;
     std::unique_ptr<TABLINK::IBulkTarget> target_;
     std::vector<BulkValue> queued_;
+    std::string texts_;
     int rows_ = 0;
 };
 

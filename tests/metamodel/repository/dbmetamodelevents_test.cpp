@@ -100,10 +100,21 @@ TEST_P(RepositoryWriter, EveryEventLandsInItsTableWithNamesResolvedAtTheEnd) {
     sink.StartType("File", true, "", NoId, Active);
     sink.InheritedCategory("Base", Active);
     sink.EndType(true);
+    // A property's owner is the last full declaration of its element's name; a name only
+    // ever declared partially gives none.
+    sink.StartCategory("Twice", false, "T", 50, Active);
+    property(sink, "early", "Early", "integer", 0, 1, "no", 106);
+    sink.EndCategory(false);
+    sink.StartCategory("Twice", false, "T", 60, Active);
+    sink.EndCategory(false);
+    sink.StartType("Phantom", true, "", NoId, Active);
+    property(sink, "lost", "Lost", "integer", 0, 1, "no", 107);
+    sink.EndType(true);
     sink.End();
 
     EXPECT_EQ(rows("Cat", "IdCat, CatNam, CatDsc, Status"),
-              (Rows{"5|Later|L|ACTIVE", "10|Base|Root|ACTIVE", "40|Containment|C|ACTIVE"}));
+              (Rows{"5|Later|L|ACTIVE", "10|Base|Root|ACTIVE", "40|Containment|C|ACTIVE",
+                    "50|Twice|T|ACTIVE", "60|Twice|T|ACTIVE"}));
     EXPECT_EQ(rows("Typ", "IdTyp, TypNam, TypDsc, Status"),
               (Rows{"20|File|File|OBSOLETE", "30|Folder|F|ACTIVE"}))
         << "an empty description is stored as the name";
@@ -126,16 +137,19 @@ TEST_P(RepositoryWriter, EveryEventLandsInItsTableWithNamesResolvedAtTheEnd) {
               (Rows{"100|size|Size|137475|SUM|0|1|ACTIVE", "101|owner|owner|30|CDA|0|-1|ACTIVE",
                     "102|tags|Tags|-2147483648|BOR|0|-1|INACTIVE",
                     "103|extra|Extra|137477|NON|1|1|ACTIVE", "104|kind|Kind|137478||1|1|ACTIVE",
-                    "105|link|Link|1028|NON|0|1|ACTIVE"}));
+                    "105|link|Link|1028|NON|0|1|ACTIVE", "106|early|Early|137475|NON|0|1|ACTIVE",
+                    "107|lost|Lost|137475|NON|0|1|ACTIVE"}));
     // Properties of partial elements belong to the element their name completes. The work
     // table takes the owner first, the reverse of IN_PROPCAT; the final tables put the property
     // first in both.
     EXPECT_EQ(repository_->database.rows("select * from IN_TYPPROP order by 1, 2"),
-              (Rows{"20|101|ACTIVE", "20|102|INACTIVE", "30|104|ACTIVE", "30|105|ACTIVE"}));
+              (Rows{"-2147483648|107|ACTIVE", "20|101|ACTIVE", "20|102|INACTIVE", "30|104|ACTIVE",
+                    "30|105|ACTIVE"}));
     EXPECT_EQ(repository_->database.rows("select * from TypProp order by 1, 2"),
-              (Rows{"101|20|ACTIVE", "102|20|INACTIVE", "104|30|ACTIVE", "105|30|ACTIVE"}));
+              (Rows{"101|20|ACTIVE", "102|20|INACTIVE", "104|30|ACTIVE", "105|30|ACTIVE",
+                    "107|-2147483648|ACTIVE"}));
     EXPECT_EQ(repository_->database.rows("select * from PropCat order by 1, 2"),
-              (Rows{"100|10|ACTIVE", "103|10|ACTIVE"}));
+              (Rows{"100|10|ACTIVE", "103|10|ACTIVE", "106|60|ACTIVE"}));
 }
 
 // Refused statements, the failure of the final step and a meta-model replacing another are
