@@ -7,7 +7,6 @@
 
 namespace TABLINK {
 
-// One value of a bulk row.
 // A value of a row waiting in a block. A text is a view: the inserter keeps the bytes of its
 // block's texts together until the block is written.
 struct BulkValue {
