@@ -151,6 +151,13 @@ TEST(Tool, ASuccessfulRunReplacesAnOutputAndALinkIsWrittenThrough) {
               std::filesystem::status(plain).permissions());
     // No scratch file is left beside them.
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 4);
+    // Read from a database, only the database itself is an input the output may not be.
+    const std::string database = "sqlite:" + folder.file("repository.db");
+    ASSERT_EQ(runTool({"-q", "transfer", "--db", database, sample}).exitCode, 0);
+    const std::string fromDatabase = folder.write("db.dump", "the old dump\n");
+    const auto overwrite = runTool({"-q", "dump", "--db", database, "-o", fromDatabase});
+    EXPECT_EQ(overwrite.exitCode, 0) << overwrite.err;
+    EXPECT_EQ(TestSupport::readFile(fromDatabase), runTool({"dump", "--db", database}).out);
 }
 
 // In the JSON form every line on standard error is one object: the messages, then the
