@@ -194,7 +194,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     for (const std::string& word : words)
         if (named.empty() && commands.count(word) != 0)
             named = word;
-    // After "--" every word is an operand, even one that starts with "-".
+    // After "--" every word is an operand, even one that starts with "-": those are kept out
+    // of the parse and added after it. CLI11 takes a vector of words last word first.
     const auto separator = std::find(words.begin(), words.end(), "--");
     std::vector<std::string> reversed(std::make_reverse_iterator(separator), words.rend());
     try {
