@@ -29,6 +29,24 @@ TEST(Diff, EveryKindOfChangeAsTextAndAsJson) {
     EXPECT_EQ(json.err, "");
 }
 
+// A maximum of 0 is no bound that a later maximum could narrow; documents may carry it, the
+// repository refuses it, so the fixture above cannot.
+TEST(Diff, AMaximumRaisedFromZeroIsCompatible) {
+    const TestSupport::TempFolder folder;
+    const auto document = [&](const char* side, const char* maximum) {
+        return folder.write(std::string(side) + "/MetaModel.xml",
+                            std::string(R"(<metaModel file_no="1"><category name="C" rid="1">)"
+                                        R"(<description/><property name="p" rid="2" type="string" )"
+                                        R"(maximalCardinality=")") +
+                                maximum + R"("><description/></property></category></metaModel>)");
+    };
+    const auto run =
+        runTool({"-q", "diff", "--against", document("old", "0"), document("new", "3")});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "breaking: property C.p: type string -> stringList\n"
+                       "compatible: property C.p: maximal cardinality 0 -> 3\n");
+}
+
 TEST(Diff, ExitStatusAndUsage) {
     const std::string document = oldSet + "/MetaModel.xml";
     const TestSupport::TempFolder empty;

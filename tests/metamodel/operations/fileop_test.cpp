@@ -146,9 +146,10 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
          [](const std::string& b) { return FileOp::moveFiles(b + "/s/*", b + "/t"); },
          "s/ s/d/ s/d/x=x t/ t/d=file",
          {"FILEOP_CANNOT_MOVE@0(DST=~/t,SRC=~/s/*,)"}},
-        {"copy a pattern: the source stays", "s/a=a s/d/b=b t/d/c=c",
+        {"copy a pattern: the source stays, in folders old and new at the target",
+         "s/a=a s/d/b=b s/e/c=c t/d/c=c",
          [](const std::string& b) { return FileOp::copyFiles(b + "/s/*.*", b + "/t"); },
-         "s/ s/a=a s/d/ s/d/b=b t/ t/a=a t/d/ t/d/b=b t/d/c=c"},
+         "s/ s/a=a s/d/ s/d/b=b s/e/ s/e/c=c t/ t/a=a t/d/ t/d/b=b t/d/c=c t/e/ t/e/c=c"},
         {"copy to a name too long for the file system",
          "f=1",
          [](const std::string& b) {
