@@ -41,6 +41,12 @@ private:
 } // namespace
 
 CMetaModel::CMetaModel() : version_(next_version++), elements_(std::make_shared<Elements>()) {
+    // Every category and property sits at its local id in these lists, so membership needs
+    // no index of its own; a foreign element fails the position check.
+    categories_.delegateMembership(
+        [](const void*, const ICategory* member) { return member->LocalId(); }, nullptr);
+    properties_.delegateMembership(
+        [](const void*, const IProperty* member) { return member->LocalId(); }, nullptr);
     // Sized so that a typical schema loads without a rehash.
     categoryNames_.reserve(997);
     typeNames_.reserve(509);
@@ -181,7 +187,7 @@ void CMetaModel::addCategoryObject(std::unique_ptr<CCategory> category) {
     added->SetLocalId(int(elements_->categories.size()));
     elements_->categories.push_back(std::move(category));
     categoryNames_.assign(added->GetName(), added);
-    categories_.insert(added);
+    categories_.append(added);
 }
 
 CCategory* CMetaModel::AddCategory(const ORLO::String& name) {
