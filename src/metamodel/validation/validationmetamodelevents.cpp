@@ -296,7 +296,8 @@ void CValidationMetaModelEvents::checkInheritance(const TypeOrCategory& item) {
                    {"LOCATION", sourceOf(link.location)}});
 }
 
-void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
+void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item, Verdicts& types,
+                                                 Verdicts& merges) {
     std::vector<const PropertyRecord*> byId;
     byId.reserve(item.properties.size());
     for (const PropertyRecord& property : item.properties)
@@ -304,15 +305,23 @@ void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item) {
     std::sort(byId.begin(), byId.end(),
               [](const PropertyRecord* a, const PropertyRecord* b) { return a->id < b->id; });
     for (const PropertyRecord* property : byId) {
-        CPropertyTypeValidator type;
-        type.Classify(*property->type);
-        if (!type.recognized() && categories_.count(*property->type) == 0 &&
-            types_.count(*property->type) == 0)
+        const auto [type, newType] = types.try_emplace(property->type, false);
+        if (newType) {
+            CPropertyTypeValidator classifier;
+            classifier.Classify(*property->type);
+            type->second = classifier.recognized() || categories_.count(*property->type) != 0 ||
+                           types_.count(*property->type) != 0;
+        }
+        if (!type->second)
             error(property->location, "QEL_MM_INVALID_PROP_TYP",
                   {{"CTXT", item.name}, {"PROP_NAM", property->name}});
-        CPropertyMergeValidator merge;
-        merge.Classify(*property->merge);
-        if (!merge.recognized())
+        const auto [merge, newMerge] = merges.try_emplace(property->merge, false);
+        if (newMerge) {
+            CPropertyMergeValidator classifier;
+            classifier.Classify(*property->merge);
+            merge->second = classifier.recognized();
+        }
+        if (!merge->second)
             error(property->location, "QEL_MM_INVALID_PROP_MERGE",
                   {{"CTXT", item.name},
                    {"PROP_MRG", *property->merge},
@@ -355,14 +364,16 @@ CValidationMetaModelEvents::byName(const Records& records) {
 
 void CValidationMetaModelEvents::OnEnd() {
     // Trees are judged on types only and partial-only declarations on categories only.
+    Verdicts types;
+    Verdicts merges;
     for (const TypeOrCategory* item : byName(types_)) {
         checkInheritance(*item);
-        checkProperties(*item);
+        checkProperties(*item, types, merges);
         checkTrees(*item);
     }
     for (const TypeOrCategory* item : byName(categories_)) {
         checkInheritance(*item);
-        checkProperties(*item);
+        checkProperties(*item, types, merges);
         checkCategory(*item);
     }
     // The records stay until the next start: a second end repeats every message.

@@ -106,6 +106,9 @@ private:
         size_t operator()(const String& name) const { return std::hash<std::string_view>()(name); }
     };
     using Records = std::unordered_map<String, TypeOrCategory, NameHash>;
+    // Whether a type or merge text is known. The texts are interned, so each distinct one is
+    // judged once per end of stream, however many properties name it.
+    using Verdicts = std::unordered_map<const String*, bool>;
 
     // Answers whether the declaration was accepted.
     bool startElement(Records& own, const Records& other, const char* nameConflict,
@@ -116,7 +119,7 @@ private:
     // The records of a map in ascending name order, as the end-of-stream checks report.
     static std::vector<const TypeOrCategory*> byName(const Records& records);
     void checkInheritance(const TypeOrCategory& item);
-    void checkProperties(const TypeOrCategory& item);
+    void checkProperties(const TypeOrCategory& item, Verdicts& types, Verdicts& merges);
     void checkTrees(const TypeOrCategory& item);
     void checkCategory(const TypeOrCategory& item);
 
