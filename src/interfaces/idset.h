@@ -7,10 +7,14 @@
 
 namespace QEL {
 
-// Mixes an id into a hash that PositionIndex can use: ids of a schema are dense runs, which
-// would cluster without it.
+// A hash for PositionIndex. Ids of a schema come in dense runs, numbered by document, and
+// are mostly added and sought in that order: sixteen neighbouring ids keep neighbouring slots,
+// so that a run walks through the index instead of missing the cache once per id, while the
+// rest of the id is mixed so that the runs spread.
 inline std::uint32_t hashId(int id) {
-    return std::uint32_t((std::uint64_t(std::uint32_t(id)) * 0x9E3779B97F4A7C15ULL) >> 32);
+    const auto bits = std::uint32_t(id);
+    const auto run = std::uint32_t((std::uint64_t(bits >> 4) * 0x9E3779B97F4A7C15ULL) >> 32);
+    return (run << 4) | (bits & 15);
 }
 
 // A set of ids in two flat arrays: the ids in arrival order and an open-addressing index over

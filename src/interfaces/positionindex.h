@@ -8,9 +8,10 @@
 namespace QEL {
 
 // An open-addressing hash index over the positions of a vector that its user holds: the
-// index keeps a position and the key's 32-bit hash per slot, the user compares keys. The hash
-// must be well mixed in all its bits. Linear probing keeps a lookup within one or two cache
-// lines; the load stays at most one half.
+// index keeps a position and the key's 32-bit hash per slot, the user compares keys. A key's
+// first slot is the low bits of its hash, which must therefore spread the keys; keys that
+// arrive in runs may keep short runs of neighbouring slots, as ids do. Linear probing keeps a
+// lookup within one or two cache lines; the load stays at most one half.
 class PositionIndex {
 public:
     static constexpr std::uint32_t none = ~std::uint32_t(0);
@@ -33,7 +34,7 @@ public:
         if (slots_.empty())
             return none;
         const std::size_t mask = slots_.size() - 1;
-        for (std::size_t slot = start(hash) & mask;; slot = (slot + 1) & mask) {
+        for (std::size_t slot = hash & mask;; slot = (slot + 1) & mask) {
             const Slot& probe = slots_[slot];
             if (probe.position == none)
                 return none;
@@ -56,14 +57,10 @@ private:
         std::uint32_t position;
     };
 
-    // The first slot to probe; derived from the stored hash alone, so a rehash needs no key.
-    static std::size_t start(std::uint32_t hash) {
-        return std::size_t((std::uint64_t(hash) * 0x9E3779B97F4A7C15ULL) >> 32);
-    }
-
     void place(Slot entry) {
         const std::size_t mask = slots_.size() - 1;
-        std::size_t slot = start(entry.hash) & mask;
+        // From the stored hash alone, so that a rehash needs no key.
+        std::size_t slot = entry.hash & mask;
         while (slots_[slot].position != none)
             slot = (slot + 1) & mask;
         slots_[slot] = entry;
