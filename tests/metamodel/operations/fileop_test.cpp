@@ -175,6 +175,22 @@ TEST(FileOp, DeleteMoveAndCopyWithPathsAndPatterns) {
     }
 }
 
+// A bare file name has no folder to make: the copy and the move stay in the working folder.
+TEST(FileOp, BareNamesAreTakenInTheWorkingFolder) {
+    TestSupport::TempFolder root;
+    TestSupport::plantTree(root.path().string(), TestSupport::parseTree("f=1"));
+    const fs::path before = fs::current_path();
+    fs::current_path(root.path());
+    TestSupport::MessageCapture capture;
+    const int copied = FileOp::copyFiles("f", "g");
+    const int moved = FileOp::moveFiles("g", "h");
+    fs::current_path(before);
+    EXPECT_EQ(copied, 0);
+    EXPECT_EQ(moved, 0);
+    EXPECT_EQ(capture.summaries(), std::vector<std::string>{});
+    EXPECT_EQ(TestSupport::treeOf(root.path().string()), TestSupport::parseTree("f=1 h=1"));
+}
+
 TEST(FileOp, MergeKeepsIdenticalFilesWithTheirDatesAndTellsWhatItDoes) {
     TestSupport::TempFolder root;
     const std::string target = root.file("target"), source = root.file("source");
