@@ -92,7 +92,9 @@ public:
     std::size_t memoryUsed() const { return members_.capacity() * sizeof(T) + index_.memoryUsed(); }
 
 private:
-    static constexpr size_type linearLimit = 8;
+    // Sixteen pointers are two cache lines: a scan of them costs less than a hash index's
+    // memory and its making, which a type of a dozen properties paid for nothing.
+    static constexpr size_type linearLimit = 16;
 
     static std::uint32_t hash(T member) {
         const auto bits = std::uint64_t(reinterpret_cast<std::uintptr_t>(member));
