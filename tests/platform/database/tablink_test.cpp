@@ -97,6 +97,8 @@ TEST(Connection, TheSchemaIsAQuotedIdentifierInEveryExpandedStatement) {
     EXPECT_EQ(TABLINK::dbsetrepositoryname(handle, "elsewhere", -1, nullptr), 0);
     EXPECT_NE(std::string(TABLINK::dblasterror(handle)).find("elsewhere"), std::string::npos);
     EXPECT_EQ(inner.prefix(), "\"main\".") << "a refused schema leaves the one before";
+    EXPECT_EQ(TABLINK::dbsetrepositoryname(handle, nullptr, -1, nullptr), 0);
+    EXPECT_EQ(inner.prefix(), "\"main\".");
 
     // Too long for the buffer: cut, terminated, and answered as not done.
     const std::string longStatement = std::string(300, 'x') + marker + "Cat";
