@@ -21,8 +21,8 @@ TEST(Tool, FoldersGivenWithAPlaceholderAreReadAndKeepIt) {
     folder.write("app/extra/MetaModel.xml", document);
     folder.write("user/x/MetaModel.xml", document);
     for (const std::string placeholder : {"<app dir>/extra", "<user dir>/x"}) {
-        // The largest number of jobs as well, its value joined to the letter.
-        const auto run = runTool({"-j9999", "--app-dir", folder.file("app"), "--user-dir",
+        // A four-digit number of jobs as well, its value joined to the letter.
+        const auto run = runTool({"-j1000", "--app-dir", folder.file("app"), "--user-dir",
                                   folder.file("user"), "export", placeholder},
                                  folder.file("app"));
         EXPECT_EQ(run.exitCode, 0) << placeholder << ": " << run.err;
@@ -72,6 +72,7 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         {"--format", "xml", "dump"},
         {"--production-mode", "2", "dump"},
         {"--jobs", "x1", "dump"},
+        {"--jobs", "0", "dump"},
         {"--jobs", "12345", "dump"},
         {"dump", "-o", "a", "-o", "b"},
         {"init"},
