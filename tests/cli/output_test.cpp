@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -85,6 +86,19 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
         {"dump over a document named", {"dump", "-o", document, document}, isInput, "", document},
         {"dump over its database", {"dump", "--db", db, "-o", database}, isInput, "", database},
     };
+    // A folder so deep that the scratch file's name beside the output is one byte too long.
+    const std::size_t deepLength = PATH_MAX - std::string("/.metamodel-XXXXXX").size();
+    std::string deep = folder.file("deep");
+    while (deep.size() < deepLength)
+        deep += "/" + std::string(std::min<std::size_t>(200, deepLength - deep.size() - 1), 'd');
+    std::filesystem::create_directories(deep);
+    const std::string atLimit = deep + "/out";
+    std::ofstream(atLimit) << "the old output\n";
+    cases.push_back({"dump beside a name at the length limit",
+                     {"dump", "-o", atLimit, sample},
+                     "File name too long. [QEL_MM_DUMP_FILE_ERR]",
+                     "",
+                     atLimit});
     for (const std::string command : {"dump", "export"}) {
         if (!small.mounted)
             break;
@@ -107,10 +121,27 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
     }
 }
 
-// A reader that is gone before the first byte ends the run without a word, and the content
-// kept aside for standard output does not stay in the temporary folder.
-TEST(Output, StandardOutputClosedEarlyEndsTheRunQuietlyWithNothingLeft) {
+// A pipe cannot be synced, which is no failure: its reader gets the whole dump. A reader that
+// is gone before the first byte ends the run without a word, and the content kept aside for
+// standard output does not stay in the temporary folder.
+TEST(Output, StandardOutputIntoAPipeIsWholeOrEndsQuietlyWhenClosed) {
     TempFolder folder;
+    int open[2];
+    ASSERT_EQ(pipe(open), 0);
+    std::string piped;
+    std::thread drain([&] {
+        char buffer[4096];
+        for (ssize_t count; (count = read(open[0], buffer, sizeof buffer)) > 0;)
+            piped.append(buffer, size_t(count));
+    });
+    const auto whole = runTool({"dump", sample}, "", "/dev/fd/" + std::to_string(open[1]));
+    close(open[1]);
+    drain.join();
+    close(open[0]);
+    EXPECT_EQ(whole.exitCode, 0) << whole.err;
+    EXPECT_EQ(runTool({"dump", sample}).out, piped);
+    EXPECT_NE(piped, "");
+
     const std::string temporary = folder.file("tmp");
     std::filesystem::create_directory(temporary);
     int reader[2];
