@@ -269,7 +269,9 @@ std::string helpText(const std::string& command) {
         out << spec->summary << ".\n\n";
         if (std::string(spec->operands).find("PATH") != std::string::npos)
             out << "A PATH ending in MetaModel.xml is one document, any other PATH a folder whose\n"
-                   "documents are all read. The installation's own documents are read first.\n\n";
+                   "documents are all read. "
+                << (spec->readsInstallation ? "The installation's own documents are read first.\n\n"
+                                            : "Only the documents of the PATHs are read.\n\n");
         out << "Options:\n";
         std::vector<OptionSpec> specs = spec->options;
         specs.push_back(helpOption);

@@ -46,6 +46,8 @@ struct CommandSpec {
     int order = 0;
     // Runs the command; answers the exit status.
     std::function<int(const GlobalOptions&, const CommandArguments&)> run;
+    // Whether the installation's documents come before those of its PATHs.
+    bool readsInstallation = true;
 };
 
 // Each command registers itself from its own source file with a static object of this type.

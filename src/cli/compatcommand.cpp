@@ -291,6 +291,7 @@ const CommandRegistration compat({
     "PATH...",
     70,
     runCompat,
+    false,
 });
 
 } // namespace

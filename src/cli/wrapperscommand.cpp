@@ -336,8 +336,8 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
 
 const CommandRegistration wrappers({
     "wrappers",
-    "generate the wrapper headers of the model, one per category below id 1001000, into a "
-    "folder; unchanged files keep their dates",
+    "generate the wrapper headers of the model, one per category and type below id 1001000, "
+    "into a folder; unchanged files keep their dates",
     {
         {"output", 'o', "DIR", "the folder of the generated tree", false, true},
         {"root", 0, "DIR",

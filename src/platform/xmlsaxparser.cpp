@@ -43,8 +43,11 @@ std::string inOwnWords(std::string_view message) {
         return message.find(piece) != std::string_view::npos;
     };
     const std::string fixed = ", the parser's fixed limit";
+    // libxml2 refuses an element only once that many are open around it: the root and that
+    // many levels below it pass.
     if (says("Excessive depth in document"))
-        return "elements nest deeper than " + std::to_string(xmlParserMaxDepth) + " levels" + fixed;
+        return "elements nest deeper than " + std::to_string(xmlParserMaxDepth + 1) + " levels" +
+               fixed;
     if (says("too deep, use XML_PARSE_HUGE"))
         return "a content declaration nests deeper than the parser's fixed limit";
     if (says("Name too long"))

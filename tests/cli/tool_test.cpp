@@ -116,6 +116,11 @@ TEST(Tool, HelpDescribesEveryOption) {
     EXPECT_NE(run.out.find("--db URI"), std::string::npos) << run.out;
     // The global option before the command asks for the same help.
     EXPECT_EQ(runTool({"--help", "dump"}).out, run.out);
+    EXPECT_NE(run.out.find("installation's own documents are read first"), std::string::npos);
+    // compat compares what it is given, never the installation.
+    run = runTool({"compat", "--help"});
+    EXPECT_NE(run.out.find("Only the documents of the PATHs are read"), std::string::npos)
+        << run.out;
 
     run = runTool({"--version"});
     EXPECT_EQ(run.exitCode, 0);
