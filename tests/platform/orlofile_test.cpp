@@ -22,6 +22,29 @@ TEST(File, ParentAndBaseNameIgnoreATrailingSeparator) {
     EXPECT_EQ(ORLO::File(ORLO::String("/")).getParent(), "/");
 }
 
+// A listing gives the direct children in name order, and with recursion what lies under each
+// child folder right after it, however deep; a missing folder lists nothing and says so.
+TEST(File, ListingsGoAsDeepAsAsked) {
+    TestSupport::TempFolder folder;
+    folder.write("top/b/c/d/MetaModel.xml", "");
+    folder.write("top/a.txt", "");
+    const auto listed = [&](const std::string& path, bool recursive, bool& done) {
+        std::vector<ORLO::File> entries;
+        done = ORLO::File(ORLO::String(path))
+                   .listFiles(entries, ORLO::IFileFilter::getMatchAllFileFilter(), recursive);
+        std::string names;
+        for (const ORLO::File& entry : entries)
+            names += entry.getBaseName() + " ";
+        return names;
+    };
+    bool done = false;
+    EXPECT_EQ(listed(folder.file("top"), false, done), "a.txt b ");
+    EXPECT_TRUE(done);
+    EXPECT_EQ(listed(folder.file("top"), true, done), "a.txt b c d MetaModel.xml ");
+    EXPECT_EQ(listed(folder.file("missing"), true, done), "");
+    EXPECT_FALSE(done);
+}
+
 // Readers and writers answer their failures; "-" is a file like any other.
 TEST(FileIOHelper, ReadersAnswerEveryFailureAndWritersMakeTheFileNamed) {
     TestSupport::TempFolder folder;

@@ -232,6 +232,17 @@ TEST_P(Connectivity, ARefusedStatementAnswersZeroWithTheServersReason) {
     EXPECT_EQ(TABLINK::dbcallrequest(handle_, "delete from t;\n\r\t "), 1);
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
     EXPECT_STREQ(TABLINK::dblasterror(handle_), "");
+    // A query that fails on a later row is no success: where the rows come one at a time, the
+    // end of the request answers the failure.
+    const char* failsLater = "select abs(v) from (select 1 as v union all "
+                             "select -9223372036854775807 - 1) as r";
+    if (TABLINK::dbcallrequest(handle_, failsLater)) {
+        int value = 0;
+        while (TABLINK::dbscanf(handle_, nullptr, "%d", &value)) {
+        }
+        EXPECT_EQ(TABLINK::dbendrequest(handle_), 0);
+    }
+    EXPECT_STRNE(TABLINK::dblasterror(handle_), "");
 }
 
 TEST_P(Connectivity, BulkRowsArriveExactlyInBlocks) {
