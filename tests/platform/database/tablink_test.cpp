@@ -204,7 +204,9 @@ TEST_P(Connectivity, RowsArriveInTheirColumnsWithNullsAsZeroAndEmptyAndBuffersCu
     EXPECT_EQ(s[1024], '#');
     EXPECT_EQ(m, 2147483647);
     EXPECT_STREQ(u, "y");
-    EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%s%d%s", &n, s, &m, u), 0);
+    // Past the last row a request stays at its end: it never starts over.
+    for (int again = 0; again < 2; ++again)
+        EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%s%d%s", &n, s, &m, u), 0);
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
     EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d", &n), 0) << "no request is open";
 
