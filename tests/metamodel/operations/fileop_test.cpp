@@ -9,6 +9,7 @@
 #include <functional>
 #include <iostream>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -189,6 +190,29 @@ TEST(FileOp, BareNamesAreTakenInTheWorkingFolder) {
     EXPECT_EQ(moved, 0);
     EXPECT_EQ(capture.summaries(), std::vector<std::string>{});
     EXPECT_EQ(TestSupport::treeOf(root.path().string()), TestSupport::parseTree("f=1 h=1"));
+}
+
+// Between two file systems nothing can be renamed: a folder and a file arrive whole as copies,
+// and their sources go.
+TEST(FileOp, MovesReachAnotherFileSystemWhole) {
+    TestSupport::TempFolder here;
+    const char* saved = std::getenv("TMPDIR");
+    const std::string savedValue = saved ? saved : "";
+    setenv("TMPDIR", "/dev/shm", 1);
+    const TestSupport::TempFolder there;
+    saved ? setenv("TMPDIR", savedValue.c_str(), 1) : unsetenv("TMPDIR");
+    struct stat hereStatus {
+    }, thereStatus{};
+    ASSERT_EQ(stat(here.path().c_str(), &hereStatus), 0);
+    ASSERT_EQ(stat(there.path().c_str(), &thereStatus), 0);
+    if (hereStatus.st_dev == thereStatus.st_dev)
+        GTEST_SKIP() << "/dev/shm is on the temporary folder's file system here";
+    TestSupport::plantTree(here.path().string(), TestSupport::parseTree("s/a=1 s/d/b=2 f=3"));
+    EXPECT_EQ(FileOp::moveFiles(here.file("s"), there.file("s")), 0);
+    EXPECT_EQ(FileOp::moveFiles(here.file("f"), there.file("g")), 0);
+    EXPECT_EQ(TestSupport::treeOf(here.path().string()), TestSupport::parseTree(""));
+    EXPECT_EQ(TestSupport::treeOf(there.path().string()),
+              TestSupport::parseTree("g=3 s/ s/a=1 s/d/ s/d/b=2"));
 }
 
 TEST(FileOp, MergeKeepsIdenticalFilesWithTheirDatesAndTellsWhatItDoes) {
