@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <libpq-fe.h>
 
+#include <cctype>
 #include <charconv>
 
 namespace TABLINK {
@@ -84,9 +85,22 @@ using ResultHandle = std::unique_ptr<PGresult, ResultClearer>;
 // not failures and must not reach the terminal.
 void ignoreNotice(void*, const char*) {}
 
-std::string trimmed(const char* text) {
-    std::string result = text ? text : "";
-    while (!result.empty() && (result.back() == '\n' || result.back() == ' '))
+// The client library's own texts run over several indented lines and end in a full stop; a
+// diagnostic is one line, and the message that carries the text ends it itself.
+std::string oneLine(const char* text) {
+    std::string result;
+    bool gap = false;
+    for (const char* at = text ? text : ""; *at; ++at) {
+        if (std::isspace(static_cast<unsigned char>(*at))) {
+            gap = !result.empty();
+            continue;
+        }
+        if (gap)
+            result += ' ';
+        gap = false;
+        result += *at;
+    }
+    if (!result.empty() && result.back() == '.')
         result.pop_back();
     return result;
 }
@@ -95,7 +109,7 @@ std::string errorOf(PGconn* connection, const PGresult* result) {
     if (result)
         if (const char* primary = pq().PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY))
             return primary;
-    return trimmed(pq().PQerrorMessage(connection));
+    return oneLine(pq().PQerrorMessage(connection));
 }
 
 bool succeeded(const PGresult* result) {
@@ -338,7 +352,7 @@ std::unique_ptr<IBackend> openPostgresBackend(const std::string& connectionInfo,
         return nullptr;
     }
     if (pq().PQstatus(connection.get()) != CONNECTION_OK) {
-        error = trimmed(pq().PQerrorMessage(connection.get()));
+        error = oneLine(pq().PQerrorMessage(connection.get()));
         return nullptr;
     }
     pq().PQsetNoticeProcessor(connection.get(), ignoreNotice, nullptr);

@@ -245,6 +245,20 @@ TEST_P(Connectivity, ARefusedStatementAnswersZeroWithTheServersReason) {
         EXPECT_EQ(TABLINK::dbendrequest(handle_), 0);
     }
     EXPECT_STRNE(TABLINK::dblasterror(handle_), "");
+
+    if (GetParam() != TestSupport::Backend::Postgres)
+        return;
+    // A connection the server ends is told in one line, which the message around it ends.
+    int pid = 0;
+    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select pg_backend_pid()"), 1);
+    ASSERT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d", &pid), 1);
+    TABLINK::dbendrequest(handle_);
+    database_->execute("select pg_terminate_backend(" + std::to_string(pid) + ")");
+    EXPECT_EQ(TABLINK::dbcallrequest(handle_, "select 1"), 0);
+    const std::string lost = TABLINK::dblasterror(handle_);
+    EXPECT_NE(lost.find("server closed the connection"), std::string::npos) << lost;
+    EXPECT_EQ(lost.find_first_of("\n\t"), std::string::npos) << lost;
+    EXPECT_NE(lost.back(), '.') << lost;
 }
 
 TEST_P(Connectivity, BulkRowsArriveExactlyInBlocks) {
