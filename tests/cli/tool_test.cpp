@@ -197,6 +197,16 @@ TEST(Tool, InJsonFormSummariesAndMessagesAreObjectsOnStandardError) {
         for (const std::string& line : err)
             EXPECT_TRUE(line.front() == '{' && line.back() == '}') << name << ": " << line;
     }
+    // Arguments are the members of one object, in the order the message gives them.
+    const std::string twice = folder.write(
+        "twice/MetaModel.xml",
+        "<metaModel file_no=\"1\"><category name=\"A\" rid=\"1\"><description>a</description>"
+        "<property name=\"p\" rid=\"2\" type=\"string\"><description>x</description></property>"
+        "<property name=\"p\" rid=\"3\" type=\"string\"><description>x</description></property>"
+        "</category></metaModel>");
+    const auto run = runTool({"--format", "json", "check", twice});
+    EXPECT_NE(run.err.find(R"("args":{"ID":"2001003","NAM":"p"},"text":)"), std::string::npos)
+        << run.err;
 }
 
 } // namespace
