@@ -220,6 +220,12 @@ TEST_P(Connectivity, RowsArriveInTheirColumnsWithNullsAsZeroAndEmptyAndBuffersCu
     EXPECT_EQ(none, "");
     EXPECT_EQ(whole, "one");
     EXPECT_EQ(TABLINK::dbendrequest(handle_), 1);
+
+    // A format with another conversion fills nothing it cannot and says which format it was.
+    ASSERT_EQ(TABLINK::dbcallrequest(handle_, "select n from t"), 1);
+    EXPECT_EQ(TABLINK::dbscanf(handle_, nullptr, "%d%x", &n, &m), 0);
+    EXPECT_NE(std::string(TABLINK::dblasterror(handle_)).find("'%d%x'"), std::string::npos);
+    TABLINK::dbendrequest(handle_);
 }
 
 TEST_P(Connectivity, ARefusedStatementAnswersZeroWithTheServersReason) {
@@ -371,6 +377,15 @@ TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
     EXPECT_FALSE(TABLINK::DBConnectivity::callProc(handle_, "AZ_az_09(); DROP TABLE log"));
     EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(handle_, "bad name", body.c_str()));
     EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(nullptr, "AZ_az_09", body.c_str()));
+    if (GetParam() == TestSupport::Backend::Postgres) {
+        // A body cannot end the quoting around it and run statements of its own.
+        const std::string escaping = std::string("NULL;\nEND $procedure_body$;\nDROP TABLE ") +
+                                     marker + "log;\nDO $procedure_body$ BEGIN\n";
+        EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(handle_, "ESCAPES", escaping.c_str()));
+        EXPECT_NE(std::string(TABLINK::dblasterror(handle_)).find("$procedure_body$"),
+                  std::string::npos);
+        EXPECT_EQ(database_->rows("select count(*) from log"), std::vector<std::string>{"4"});
+    }
 }
 
 TEST_P(Connectivity, TheServerKindAndTheDefaultSchemaAreTheServers) {
