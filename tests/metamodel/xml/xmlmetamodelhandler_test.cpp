@@ -52,9 +52,10 @@ TEST(XmlHandler, IdsFollowTheFileBlocksAndTheBaseDetectingConversion) {
         {R"(file_no="3")", R"(id="99999999999")", 2147483647},
         {R"(file_no="0x2" file_level="builtin")", R"(rid="1")", 1002001},
     };
+    // The id comes first here: elsewhere the name does.
     for (const IdCase& c : cases) {
-        const Lines body = bodyOf(document(std::string("<category name=\"C\" ") + c.idAttribute +
-                                               "><description/></category>",
+        const Lines body = bodyOf(document(std::string("<category ") + c.idAttribute +
+                                               " name=\"C\"><description/></category>",
                                            c.header));
         ASSERT_FALSE(body.empty()) << c.header << " " << c.idAttribute;
         EXPECT_EQ(body.front(), "StartCategory C full '' " + std::to_string(c.expected) + " active")
