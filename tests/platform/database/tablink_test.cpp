@@ -377,7 +377,15 @@ TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
     EXPECT_FALSE(TABLINK::DBConnectivity::callProc(handle_, "AZ_az_09(); DROP TABLE log"));
     EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(handle_, "bad name", body.c_str()));
     EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(nullptr, "AZ_az_09", body.c_str()));
-    if (GetParam() == TestSupport::Backend::Postgres) {
+    if (GetParam() == TestSupport::Backend::Sqlite) {
+        // A body the database refuses to store is a failure with the database's reason.
+        database_->execute("CREATE TRIGGER refuse BEFORE INSERT ON STORED_PROCEDURES"
+                           " BEGIN SELECT RAISE(ABORT, 'no new procedures'); END");
+        EXPECT_FALSE(TABLINK::DBConnectivity::defineProc(handle_, "NEW_ONE", body.c_str()));
+        EXPECT_NE(std::string(TABLINK::dblasterror(handle_)).find("no new procedures"),
+                  std::string::npos)
+            << TABLINK::dblasterror(handle_);
+    } else {
         // A body cannot end the quoting around it and run statements of its own.
         const std::string escaping = std::string("NULL;\nEND $procedure_body$;\nDROP TABLE ") +
                                      marker + "log;\nDO $procedure_body$ BEGIN\n";
