@@ -42,7 +42,9 @@ void play(IMetaModelEvents& sink, const String& longText) {
     for (int index = 0; index < 120000; ++index)
         sink.Attribute("A" + std::to_string(index % 97), index - 60000, active);
     sink.EndType(true);
-    sink.End();
+    // Events of one byte for more than a block: one of them is the last byte of a block.
+    for (int index = 0; index <= 1 << 20; ++index)
+        sink.End();
 }
 
 TEST(EventLog, AReplayTellsEveryEventAndMarkAsItWasKept) {
