@@ -264,7 +264,7 @@ TEST_P(Connectivity, ARefusedStatementAnswersZeroWithTheServersReason) {
     const std::string lost = TABLINK::dblasterror(handle_);
     EXPECT_NE(lost.find("server closed the connection"), std::string::npos) << lost;
     EXPECT_EQ(lost.find_first_of("\n\t"), std::string::npos) << lost;
-    EXPECT_NE(lost.back(), '.') << lost;
+    EXPECT_TRUE(lost.front() != ' ' && lost.back() != '.') << lost;
 }
 
 TEST_P(Connectivity, BulkRowsArriveExactlyInBlocks) {
