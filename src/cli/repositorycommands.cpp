@@ -5,6 +5,7 @@
 #include "cli/repositoryaccess.h"
 
 #include "metamodel/operations/transferoperation.h"
+#include "metamodel/repository/concurrentaccess.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "metamodel/repository/repositoryschema.h"
 #include "platform/database/connection.h"
@@ -113,6 +114,8 @@ const CommandRegistration init({
 // "Cat 12, CatAttr 30, ...": what the final tables hold now; empty when a count is refused,
 // since the summary is no place for a second failure.
 std::string finalTableCounts(void* connection) {
+    // Counted at one moment: another transfer may hand its tables over meanwhile.
+    const MetaModel::Repository::CConsistentRead oneMoment(connection);
     std::string counts;
     for (const MetaModel::Repository::RepositoryTable& table :
          MetaModel::Repository::repositoryTables()) {

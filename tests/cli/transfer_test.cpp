@@ -1,3 +1,6 @@
+#include "platform/database/tablink.h"
+#include "platform/database/uniqueconnection.h"
+
 #include "support/generatedset.h"
 #include "support/repositorysnapshot.h"
 #include "support/runtool.h"
@@ -6,8 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <future>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -161,6 +167,32 @@ TEST_P(TransferCommand, RefusedSetsStatementsAndProceduresLeaveTheOldMetaModel) 
     allow("TypProp");
 
     run = transfer({other});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(finalTables().at("Typ"), std::vector<std::string>{"2009002|Single|Single|ACTIVE"});
+}
+
+// Two transfers at once would mix their rows in the work tables that they share: a second
+// writer waits for the first, and then writes its set whole.
+TEST_P(TransferCommand, ASecondWriterWaitsForTheFirstAndThenWritesItsWholeSet) {
+    const auto before = transferTheDocuments();
+    const std::string other = copyDocument(folder_, "single", "other");
+    IUniqueConnection first(uri_, schema());
+    ASSERT_EQ(TABLINK::dblockwriters(first.GetHandle()), 1);
+    auto second = std::async(std::launch::async, [&] { return transfer({other}); });
+    if (GetParam() == Backend::Postgres) {
+        // Until the server shows the second one waiting for the lock.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (database_->rows("SELECT count(*) FROM pg_locks WHERE locktype = 'advisory' "
+                               "AND NOT granted") != std::vector<std::string>{"1"} &&
+               std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    } else {
+        // The embedded database does not show a waiting writer; it waits up to 5 s.
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    }
+    EXPECT_EQ(finalTables(), before) << "nothing is handed over while the first one writes";
+    ASSERT_EQ(TABLINK::dbunlockwriters(first.GetHandle()), 1);
+    const auto run = second.get();
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(finalTables().at("Typ"), std::vector<std::string>{"2009002|Single|Single|ACTIVE"});
 }

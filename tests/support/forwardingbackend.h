@@ -38,6 +38,14 @@ public:
     std::unique_ptr<TABLINK::IBulkTarget> openBulkTarget(const std::string& table) override {
         return real_->openBulkTarget(table);
     }
+    bool beginSnapshot(const std::vector<std::string>& tables) override {
+        return real_->beginSnapshot(tables);
+    }
+    void endSnapshot() override { real_->endSnapshot(); }
+    bool lockWriters(const std::string& repositoryName) override {
+        return real_->lockWriters(repositoryName);
+    }
+    bool unlockWriters() override { return real_->unlockWriters(); }
     const std::string& lastError() const override { return real_->lastError(); }
 
 private:

@@ -1,6 +1,7 @@
 #include "metamodel/operations/transferoperation.h"
 
 #include "metamodel/operations/operationreading.h"
+#include "metamodel/repository/concurrentaccess.h"
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "platform/database/uniqueconnection.h"
 #include "platform/messages.h"
@@ -18,15 +19,21 @@ void transfer(const ConnectionOpener& openConnection, const std::vector<std::str
     IUniqueConnection& connection = openConnection();
     String schema;
     connection.GetSettings()->GetValue(IUniqueConnection::SchemaSetting, schema, 0, false);
-    CDBMetaModelEvents repository(connection.GetHandle(), schema);
-    repository.SetRowObserver(rowObserver);
-    // Parsed again only now, beside the repository's work rather than beside the checks:
-    // the parsing runs ahead on the other cores while this thread writes the rows, and the
-    // checks had every core to themselves.
-    COperationReader reader(paths);
-    reader.SetEvents(&repository);
-    observePass(reader, 2, passObserver);
-    reader.Read();
+    // A second transfer into the same repository waits until this one has handed its work
+    // tables over.
+    Repository::CWriterLock lock(connection.GetHandle());
+    {
+        CDBMetaModelEvents repository(connection.GetHandle(), schema);
+        repository.SetRowObserver(rowObserver);
+        // Parsed again only now, beside the repository's work rather than beside the checks:
+        // the parsing runs ahead on the other cores while this thread writes the rows, and the
+        // checks had every core to themselves.
+        COperationReader reader(paths);
+        reader.SetEvents(&repository);
+        observePass(reader, 2, passObserver);
+        reader.Read();
+    }
+    lock.release();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "metamodel/repository/dbmetamodelreader.h"
 
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/repository/concurrentaccess.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "platform/database/tablink.h"
 #include "platform/messages.h"
@@ -55,6 +56,7 @@ void CDBMetaModelReader::UnsafeRead() {
 }
 
 void CDBMetaModelReader::ReadDB() {
+    const Repository::CConsistentRead oneMoment(connection_);
     ReadCategories();
     ReadAttributes("select IdCat,AttrNam,AttrTyp,IntVal,StrVal,Status from \x0F"
                    "CatAttr order by IdCat, AttrNam",

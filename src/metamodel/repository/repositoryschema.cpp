@@ -1,6 +1,7 @@
 #include "metamodel/repository/repositoryschema.h"
 
 #include "metamodel/metamodelexceptions.h"
+#include "metamodel/repository/concurrentaccess.h"
 #include "metamodel/repository/repositoryformat.h"
 #include "platform/database/tablink.h"
 #include "platform/messages.h"
@@ -158,6 +159,9 @@ void CreateRepository(void* connection) {
         TABLINK::dbgetrepositoryname(connection, schema, nullptr, nullptr);
         refused(connection, "CREATE SCHEMA IF NOT EXISTS " + schema);
     }
+    // Two set-ups at once, or a set-up beside a transfer, would each make what the other
+    // makes: one at a time.
+    Repository::CWriterLock lock(connection);
     // All tables in one transaction; only when that is refused, one by one to find the
     // statement to blame (each leaves what is there, so running it again does no harm).
     String script;
@@ -184,6 +188,7 @@ void CreateRepository(void* connection) {
     for (const auto& [name, body] : procedures)
         if (!DBConnectivity::defineProc(connection, name, body.c_str()))
             refused(connection, "CREATE PROCEDURE \x0F" + String(name));
+    lock.release();
 }
 
 } // namespace MetaModel

@@ -69,6 +69,18 @@ public:
     // Null when the table is not there or cannot take rows.
     virtual std::unique_ptr<IBulkTarget> openBulkTarget(const std::string& qualifiedTable) = 0;
 
+    // The queries up to endSnapshot see the tables as they were at one moment, whatever other
+    // connections commit meanwhile. `qualifiedTables` are all the tables they will read, in the
+    // order in which a writer takes them. Answers false, with nothing begun, inside a
+    // transaction of the caller's or when the server refuses (a table that is not there, say):
+    // the queries then run each on its own, as they would without.
+    virtual bool beginSnapshot(const std::vector<std::string>& qualifiedTables) = 0;
+    virtual void endSnapshot() = 0;
+    // Until unlockWriters, every other connection that asks for the repository's writer lock
+    // waits. Inside a transaction of the caller's, the caller's transaction stands for it.
+    virtual bool lockWriters(const std::string& repositoryName) = 0;
+    virtual bool unlockWriters() = 0;
+
     virtual const std::string& lastError() const = 0;
 };
 

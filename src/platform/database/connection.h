@@ -48,6 +48,8 @@ public:
 
     bool requestOpen = false;
     bool callPending = false;
+    // How deep the writer lock is taken: only the outermost lock and unlock reach the server.
+    int writerLocks = 0;
     int callResult = 0;
 
     // Failures found before the server is reached; otherwise the server's text.

@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <utility>
 
 namespace TABLINK {
 
@@ -33,7 +34,8 @@ namespace {
     X(PQputCopyData)                                                                               \
     X(PQputCopyEnd)                                                                                \
     X(PQgetResult)                                                                                 \
-    X(PQserverVersion)
+    X(PQserverVersion)                                                                             \
+    X(PQtransactionStatus)
 
 struct ClientLibrary {
 #define METAMODEL_CLIENT_POINTER(name) decltype(&::name) name = nullptr;
@@ -217,6 +219,21 @@ private:
     std::string error_;
 };
 
+// Takes the writer lock of the schema named by $1 and answers its key. The key's high half
+// keeps it apart from the advisory locks of other programs on the same database; the low half
+// is the schema's oid.
+constexpr const char* writerLockQuery =
+    "SELECT key, pg_catalog.pg_advisory_lock(key) FROM (SELECT (1296913490::bigint << 32) | "
+    "coalesce((SELECT oid FROM pg_catalog.pg_namespace WHERE nspname = $1), 0)::bigint) AS "
+    "lock(key)";
+
+// Whether the procedure $2 of the schema that the prefix $1 names (the current one when it is
+// empty) has the body $3.
+constexpr const char* sameProcedureQuery =
+    "SELECT prosrc = $3 FROM pg_catalog.pg_proc WHERE oid = pg_catalog.to_regprocedure(CASE WHEN "
+    "$1 = '' THEN pg_catalog.quote_ident(pg_catalog.current_schema()) || '.' ELSE $1 END || $2 "
+    "|| '(integer)')";
+
 class PostgresBackend : public IBackend {
 public:
     explicit PostgresBackend(ConnectionHandle connection) : connection_(std::move(connection)) {}
@@ -279,14 +296,23 @@ public:
     // CREATE SCHEMA asks for the right to make schemas even when the schema is there already:
     // a role that may only use an existing one must still get through.
     bool createSchema(const std::string& quotedSchema) override {
-        const char* values[] = {quotedSchema.c_str()};
-        ResultHandle found(pq().PQexecParams(connection_.get(),
-                                             "SELECT to_regnamespace($1) IS NOT NULL", 1, nullptr,
-                                             values, nullptr, nullptr, 0));
-        if (succeeded(found.get()) && pq().PQntuples(found.get()) == 1 &&
-            std::string_view(pq().PQgetvalue(found.get(), 0, 0)) == "t")
+        const auto exists = [&] {
+            const char* values[] = {quotedSchema.c_str()};
+            ResultHandle found(pq().PQexecParams(connection_.get(),
+                                                 "SELECT to_regnamespace($1) IS NOT NULL", 1,
+                                                 nullptr, values, nullptr, nullptr, 0));
+            return succeeded(found.get()) && pq().PQntuples(found.get()) == 1 &&
+                   std::string_view(pq().PQgetvalue(found.get(), 0, 0)) == "t";
+        };
+        if (exists() || runChecked("CREATE SCHEMA IF NOT EXISTS " + quotedSchema))
             return true;
-        return runChecked("CREATE SCHEMA IF NOT EXISTS " + quotedSchema);
+        // Another connection made it in the meantime: IF NOT EXISTS does not cover a schema
+        // that is being made.
+        const std::string cause = error_;
+        if (exists())
+            return true;
+        error_ = cause;
+        return false;
     }
     bool defineProcedure(const std::string& prefix, const std::string& name,
                          const std::string& body) override {
@@ -296,9 +322,18 @@ public:
             error_ = "the body of " + name + " holds " + quote;
             return false;
         }
+        const std::string source = "\nBEGIN\n" + statements + "\nresult := 0;\nEND\n";
+        // The same body stays as it is: replacing it would take the right to own the
+        // procedure, and two set-ups on other connections would collide in the catalogue.
+        const char* values[] = {prefix.c_str(), name.c_str(), source.c_str()};
+        ResultHandle same(pq().PQexecParams(connection_.get(), sameProcedureQuery, 3, nullptr,
+                                            values, nullptr, nullptr, 0));
+        if (succeeded(same.get()) && pq().PQntuples(same.get()) == 1 &&
+            std::string_view(pq().PQgetvalue(same.get(), 0, 0)) == "t")
+            return true;
         return runChecked("CREATE OR REPLACE PROCEDURE " + prefix + name +
-                          "(INOUT result integer DEFAULT 0) LANGUAGE plpgsql AS " + quote +
-                          "\nBEGIN\n" + statements + "\nresult := 0;\nEND\n" + quote);
+                          "(INOUT result integer DEFAULT 0) LANGUAGE plpgsql AS " + quote + source +
+                          quote);
     }
     // A procedure call is a statement of its own, and so one transaction.
     bool callProcedure(const std::string& prefix, const std::string& name, bool wantResult,
@@ -326,6 +361,55 @@ public:
                                                     pq().PQnfields(probe.get()));
     }
 
+    // A repeatable read holds one snapshot of the rows, but the tables themselves are looked
+    // up afresh: a transfer that replaces them after the snapshot was taken would show its new,
+    // and to the snapshot empty, tables. The locks keep the transfer's replacement waiting, or
+    // wait for it to end; both sides take the tables in the same order, so neither waits for
+    // the other in a circle.
+    bool beginSnapshot(const std::vector<std::string>& tables) override {
+        endQuery();
+        if (pq().PQtransactionStatus(connection_.get()) != PQTRANS_IDLE ||
+            !runChecked("BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY"))
+            return false;
+        std::string lock;
+        for (const std::string& table : tables)
+            lock += (lock.empty() ? "LOCK TABLE " : ", ") + table;
+        if (lock.empty() || runChecked(lock + " IN ACCESS SHARE MODE")) {
+            snapshot_ = true;
+            return true;
+        }
+        const std::string cause = error_;
+        runChecked("ROLLBACK");
+        error_ = cause;
+        return false;
+    }
+    void endSnapshot() override {
+        if (std::exchange(snapshot_, false))
+            runChecked("ROLLBACK");
+    }
+    // A lock of the session, not of a transaction: the writer's blocks and procedures are
+    // transactions of their own. The server lets it go with the connection, however that ends.
+    bool lockWriters(const std::string& repositoryName) override {
+        endQuery();
+        if (pq().PQtransactionStatus(connection_.get()) != PQTRANS_IDLE)
+            return true;
+        const char* values[] = {repositoryName.c_str()};
+        ResultHandle locked(pq().PQexecParams(connection_.get(), writerLockQuery, 1, nullptr,
+                                              values, nullptr, nullptr, 0));
+        if (!succeeded(locked.get()) || pq().PQntuples(locked.get()) != 1) {
+            error_ = errorOf(connection_.get(), locked.get());
+            return false;
+        }
+        writerLock_ = pq().PQgetvalue(locked.get(), 0, 0);
+        return true;
+    }
+    bool unlockWriters() override {
+        if (writerLock_.empty())
+            return true;
+        const std::string key = std::exchange(writerLock_, std::string());
+        return runChecked("SELECT pg_catalog.pg_advisory_unlock(" + key + ")");
+    }
+
     const std::string& lastError() const override { return error_; }
 
 private:
@@ -345,6 +429,9 @@ private:
     ResultHandle current_;
     int row_ = -1;
     std::string error_;
+    bool snapshot_ = false;
+    // The key of the writer lock held, in decimal; empty when none is.
+    std::string writerLock_;
 };
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 namespace TABLINK {
 
@@ -56,6 +57,8 @@ public:
     explicit SqliteBackend(DatabaseHandle database) : database_(std::move(database)) {}
     ~SqliteBackend() override {
         current_.reset();
+        endSnapshot();
+        unlockWriters();
         finishBulk();
     }
 
@@ -202,6 +205,43 @@ public:
         return std::make_unique<SqliteBulkTarget>(*this, std::move(insert), text, columns);
     }
 
+    // One read transaction: from its first query on it holds the database's shared lock, and no
+    // writer can commit until it ends.
+    bool beginSnapshot(const std::vector<std::string>&) override {
+        current_.reset();
+        if (!finishBulk() || sqlite3_get_autocommit(database_.get()) == 0 || !execute("BEGIN"))
+            return false;
+        snapshot_ = true;
+        return true;
+    }
+    void endSnapshot() override {
+        if (!std::exchange(snapshot_, false))
+            return;
+        current_.reset();
+        if (sqlite3_get_autocommit(database_.get()) == 0)
+            execute("COMMIT");
+    }
+    // The writer's whole work is one transaction that holds the reserved lock from its start:
+    // a second writer waits for it, readers go on reading what was committed before. What runs
+    // inside nests as savepoints.
+    bool lockWriters(const std::string&) override {
+        current_.reset();
+        if (!finishBulk())
+            return false;
+        if (sqlite3_get_autocommit(database_.get()) == 0)
+            return true;
+        if (!execute("BEGIN IMMEDIATE"))
+            return false;
+        writersLocked_ = true;
+        return true;
+    }
+    bool unlockWriters() override {
+        if (!std::exchange(writersLocked_, false))
+            return true;
+        current_.reset();
+        return commitOrRollBack();
+    }
+
     const std::string& lastError() const override { return error_; }
 
     // Blocks of rows share one transaction, opened by the first of them: a commit per block
@@ -220,6 +260,11 @@ public:
         if (!bulkOpen_)
             return true;
         bulkOpen_ = false;
+        return commitOrRollBack();
+    }
+    // Ends the open transaction, undone when its commit fails. A failure that SQLite answers
+    // by rolling back has ended it already.
+    bool commitOrRollBack() {
         if (sqlite3_get_autocommit(database_.get()) != 0 || execute("COMMIT"))
             return true;
         const std::string cause = error_;
@@ -275,6 +320,8 @@ private:
     DatabaseHandle database_;
     StatementHandle current_;
     bool bulkOpen_ = false;
+    bool snapshot_ = false;
+    bool writersLocked_ = false;
     bool rowWaiting_ = false;
     bool finished_ = true;
     bool failed_ = false;

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace TABLINK {
 
@@ -112,6 +114,52 @@ int dbendrequest(void* handle) {
     if (!connection)
         return 0;
     return closeRequest(*connection) ? 1 : 0;
+}
+
+int dbbeginread(void* handle, const char* const* tables, int count) {
+    CConnection* connection = connectionOf(handle);
+    if (!connection || count < 0 || (count > 0 && !tables))
+        return 0;
+    closeRequest(*connection);
+    std::vector<std::string> qualified;
+    for (int index = 0; index < count; ++index)
+        qualified.push_back(expandPrefixMarker(tables[index], connection->prefix()));
+    return connection->backend().beginSnapshot(qualified) ? 1 : 0;
+}
+
+int dbendread(void* handle) {
+    CConnection* connection = connectionOf(handle);
+    if (!connection)
+        return 0;
+    closeRequest(*connection);
+    connection->backend().endSnapshot();
+    return 1;
+}
+
+int dblockwriters(void* handle) {
+    CConnection* connection = connectionOf(handle);
+    if (!connection)
+        return 0;
+    closeRequest(*connection);
+    if (connection->writerLocks > 0 ||
+        connection->backend().lockWriters(connection->repositoryName())) {
+        ++connection->writerLocks;
+        return 1;
+    }
+    connection->setError(connection->backend().lastError());
+    return 0;
+}
+
+int dbunlockwriters(void* handle) {
+    CConnection* connection = connectionOf(handle);
+    if (!connection)
+        return 0;
+    closeRequest(*connection);
+    if (connection->writerLocks == 0 || --connection->writerLocks > 0 ||
+        connection->backend().unlockWriters())
+        return 1;
+    connection->setError(connection->backend().lastError());
+    return 0;
 }
 
 int dbgetconnectiontype(void* handle, void*, void*) {

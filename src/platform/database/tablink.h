@@ -17,6 +17,18 @@ int dbcallrequest(void* connection, const char* statement);
 int dbscanf(void* connection, int* status, const char* format, ...);
 // Ends the request; answers zero when it failed on the way (while fetching rows).
 int dbendrequest(void* connection);
+// The requests up to dbendread see the repository at one moment: a writer's commit shows in
+// all of them or in none. `tables` names every table they read (with prefix markers), in the
+// order of the final tables. Answers zero when no such moment is held (inside a transaction
+// of the caller's, or when the server refuses): the requests then run each on its own.
+int dbbeginread(void* connection, const char* const* tables, int count);
+int dbendread(void* connection);
+// Until dbunlockwriters, any other connection that asks for the lock of the same repository
+// waits: two writers would mix their rows in the shared work tables. On the embedded database
+// everything in between is one transaction, committed by dbunlockwriters. Locks nest: only the
+// outermost pair counts.
+int dblockwriters(void* connection);
+int dbunlockwriters(void* connection);
 // 1 embedded (autocommit), 5 server (autocommit).
 int dbgetconnectiontype(void* connection, void* reserved1, void* reserved2);
 int dbcommit(void* connection);

@@ -3,6 +3,7 @@
 #include "metamodel/repository/dbmetamodelevents.h"
 #include "metamodel/repository/dbmetamodelreader.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/database/tablink.h"
 
 #include "repositorytesting.h"
 #include "support/recordingevents.h"
@@ -12,8 +13,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -169,5 +173,40 @@ TEST_P(RepositoryRoundTrip, LongTextsComeBackCutAt1023Bytes) {
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(RepositoryRoundTrip);
+
+// A transfer hands its final tables over in one transaction, while a reading takes them one
+// statement after the other. Here the other side holds the last table of the reading, with a
+// new category already in place: the reading waits for it and then sees only the new
+// repository. Without one moment held over all its statements it would read the old category
+// and the new trees.
+TEST(RepositoryReaderOnTheServer, AReadingSeesTheTablesBeforeOrAfterAHandOverNeverBoth) {
+    Repository repository(Backend::Postgres);
+    ASSERT_TRUE(repository.database.ready()) << repository.database.problem();
+    repository.database.execute("INSERT INTO Cat VALUES (1, 'Old', 'Old', 'ACTIVE')");
+    IUniqueConnection other(repository.database.connectionString());
+    for (const char* statement :
+         {"BEGIN", "DELETE FROM Cat", "INSERT INTO Cat VALUES (2, 'New', 'New', 'ACTIVE')",
+          "LOCK TABLE TreeCat IN ACCESS EXCLUSIVE MODE"}) {
+        ASSERT_EQ(TABLINK::dbcallrequest(other.GetHandle(), statement), 1)
+            << TABLINK::dblasterror(other.GetHandle());
+        TABLINK::dbendrequest(other.GetHandle());
+    }
+    auto reading = std::async(std::launch::async, [&] { return readBack(repository.handle()); });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (repository.database.rows("SELECT count(*) FROM pg_locks WHERE NOT granted") ==
+               Lines{"0"} &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ASSERT_EQ(TABLINK::dbcallrequest(other.GetHandle(), "COMMIT"), 1);
+    TABLINK::dbendrequest(other.GetHandle());
+    const Lines events = reading.get();
+    const auto mentions = [&](const std::string& name) {
+        return std::any_of(events.begin(), events.end(), [&](const std::string& event) {
+            return event.find("StartCategory " + name + " ") == 0;
+        });
+    };
+    EXPECT_TRUE(mentions("New"));
+    EXPECT_FALSE(mentions("Old"));
+}
 
 } // namespace

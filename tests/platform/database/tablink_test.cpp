@@ -347,10 +347,20 @@ TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
     const std::string former = std::string("INSERT INTO ") + marker + "log VALUES (9);\n";
     ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", former.c_str()))
         << TABLINK::dblasterror(handle_);
-    // Defined again: replaced, not refused, and the same body a third time changes nothing.
-    for (int time = 0; time < 2; ++time)
-        ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", body.c_str()))
-            << TABLINK::dblasterror(handle_);
+    // Defined again: replaced, not refused, and the same body a third time changes nothing (on
+    // the server, not even the catalogue's row: two set-ups at once would collide there).
+    const auto catalogueRow = [&] {
+        return GetParam() == Backend::Sqlite
+                   ? database_->rows("select rowid, ProcBody from STORED_PROCEDURES where "
+                                     "ProcName = 'AZ_az_09'")
+                   : database_->rows("select xmin, prosrc from pg_proc where proname = 'az_az_09'");
+    };
+    ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", body.c_str()))
+        << TABLINK::dblasterror(handle_);
+    const std::vector<std::string> defined = catalogueRow();
+    ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "AZ_az_09", body.c_str()))
+        << TABLINK::dblasterror(handle_);
+    EXPECT_EQ(catalogueRow(), defined);
     const std::string failing = std::string("INSERT INTO ") + marker + "log VALUES (3);\n" +
                                 "INSERT INTO " + marker + "log VALUES (NULL);\n";
     ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(handle_, "FAILS_HALF_WAY", failing.c_str()))
@@ -404,6 +414,73 @@ TEST_P(Connectivity, TheServerKindAndTheDefaultSchemaAreTheServers) {
     EXPECT_EQ(name, embedded ? "main" : "public");
     // Both run in autocommit: committing is allowed and changes nothing.
     EXPECT_EQ(TABLINK::dbcommit(handle_), 1);
+}
+
+// Runs one statement on its own connection, as another program would.
+void runOn(void* handle, const std::string& statement) {
+    ASSERT_EQ(TABLINK::dbcallrequest(handle, statement.c_str()), 1)
+        << statement << ": " << TABLINK::dblasterror(handle);
+    TABLINK::dbendrequest(handle);
+}
+
+TEST_P(Connectivity, AHeldReadSeesOneMomentOfTheTablesItNames) {
+    const bool embedded = GetParam() == Backend::Sqlite;
+    database_->execute("CREATE TABLE a (n integer); CREATE TABLE b (n integer);"
+                       "INSERT INTO a VALUES (1); INSERT INTO b VALUES (1)");
+    const std::string a = std::string(1, marker) + "a", b = std::string(1, marker) + "b";
+    const char* tables[] = {a.c_str(), b.c_str()};
+    ASSERT_EQ(TABLINK::dbbeginread(handle_, tables, 2), 1) << TABLINK::dblasterror(handle_);
+    EXPECT_EQ(countThrough(handle_, "a"), 1);
+    if (embedded) {
+        // No other connection commits while the read is held.
+        EXPECT_THROW(database_->execute("INSERT INTO b VALUES (2)"), std::runtime_error);
+    } else {
+        // Committed beside the read, and not seen by it; nor can a table that it names be
+        // replaced before it is read.
+        database_->execute("INSERT INTO b VALUES (2)");
+        EXPECT_THROW(database_->execute("SET lock_timeout TO 100; DROP TABLE b"),
+                     std::runtime_error);
+    }
+    EXPECT_EQ(countThrough(handle_, "b"), 1);
+    EXPECT_EQ(TABLINK::dbendread(handle_), 1);
+    if (embedded)
+        database_->execute("INSERT INTO b VALUES (2)");
+    EXPECT_EQ(countThrough(handle_, "b"), 2);
+
+    // Inside the caller's own transaction there is nothing to hold.
+    runOn(handle_, "BEGIN");
+    EXPECT_EQ(TABLINK::dbbeginread(handle_, tables, 2), 0);
+    runOn(handle_, "COMMIT");
+    if (!embedded) {
+        // A table that is not there: the requests run on their own and tell the failure.
+        const std::string missing = std::string(1, marker) + "nowhere";
+        const char* absent[] = {a.c_str(), missing.c_str()};
+        EXPECT_EQ(TABLINK::dbbeginread(handle_, absent, 2), 0);
+        EXPECT_EQ(countThrough(handle_, "a"), 1);
+    }
+}
+
+TEST_P(Connectivity, TheWriterLockKeepsOtherWritersWaitingAndNests) {
+    IUniqueConnection other(uri_);
+    // Waits of 100 ms: a writer that cannot get in fails instead of waiting for long.
+    runOn(other.GetHandle(),
+          GetParam() == Backend::Sqlite ? "PRAGMA busy_timeout = 100" : "SET lock_timeout TO 100");
+    const auto otherGetsIn = [&] {
+        if (!TABLINK::dblockwriters(other.GetHandle()))
+            return false;
+        EXPECT_EQ(TABLINK::dbunlockwriters(other.GetHandle()), 1);
+        return true;
+    };
+    ASSERT_EQ(TABLINK::dblockwriters(handle_), 1) << TABLINK::dblasterror(handle_);
+    ASSERT_EQ(TABLINK::dblockwriters(handle_), 1);
+    EXPECT_EQ(TABLINK::dbunlockwriters(handle_), 1);
+    EXPECT_FALSE(otherGetsIn()) << "the outer lock still holds";
+    EXPECT_NE(std::string(TABLINK::dblasterror(other.GetHandle())), "");
+    EXPECT_EQ(TABLINK::dbunlockwriters(handle_), 1);
+    EXPECT_TRUE(otherGetsIn()) << TABLINK::dblasterror(other.GetHandle());
+    EXPECT_EQ(TABLINK::dbunlockwriters(handle_), 1) << "one unlock too many changes nothing";
+    EXPECT_TRUE(otherGetsIn());
+    EXPECT_EQ(TABLINK::dblockwriters(nullptr), 0);
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(Connectivity);
