@@ -96,8 +96,9 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         EXPECT_TRUE(said[0].starts_with("metamodel: ")) << run.err;
         EXPECT_TRUE(said[1].starts_with("usage: metamodel")) << run.err;
     }
-    // A global option's refused value after the command shows that command's usage.
-    const auto run = runTool({"check", "--format", "xml"});
+    // A global option's refused value after the command shows that command's usage, also
+    // when a PATH is named like another command.
+    const auto run = runTool({"check", "--format", "xml", "dump"});
     EXPECT_NE(run.err.find("usage: metamodel [GLOBAL OPTIONS] check"), std::string::npos)
         << run.err;
 }

@@ -60,6 +60,13 @@ TEST_F(Walks, TheTreeAttributeNamesTheItemsAndEveryBadOneIsReportedWhereTheCateg
     const size_t before = items.size();
     part.calculateLocalWalkable(items, "Walk");
     EXPECT_EQ(items.size(), before) << "everything is there already, and so reported";
+
+    // Every item good: the walk succeeds and says nothing.
+    const size_t reported = capture.ids().size();
+    items.clear();
+    EXPECT_TRUE(part.calculateLocalWalkable(items, "Clean"));
+    EXPECT_EQ(namesOf(items), (Names{"Piece", "Part.next"}));
+    EXPECT_EQ(capture.ids().size(), reported);
 }
 
 TEST_F(Walks, WithoutADefinitionTheWalkTakesTheParentsThenTheReferencesAndSucceeds) {

@@ -56,13 +56,14 @@ TEST(EventStream, HooksSeeTheNewPositionOnlyWhereTheContractSaysSo) {
     probe.Attribute("a", 1, active);
     probe.EndProperty();
     probe.EndCategory(true);
-    probe.StartType("T", false, "d", 6, active);
-    probe.EndType(false);
+    EXPECT_FALSE(probe.IsPartial()) << "once EndCategory has returned";
+    probe.StartType("T", true, "", IMetaModelEvents::NoId, active);
+    probe.EndType(true);
     probe.End();
     EXPECT_EQ(probe.seen,
               (std::vector<std::string>{"Start:-----", "StartCategory:SC-P-", "StartProperty:SC-P-",
                                         "Attribute:SC-PR", "EndProperty:SC-PR", "EndCategory:SC-P-",
-                                        "StartType:S-T--", "EndType:S-T--", "End:S----"}));
+                                        "StartType:S-TP-", "EndType:S-TP-", "End:S----"}));
     EXPECT_FALSE(probe.IsStarted() || probe.IsInCategory() || probe.IsInType() ||
                  probe.IsPartial() || probe.IsInProperty());
     EXPECT_TRUE(probe.invariant());
