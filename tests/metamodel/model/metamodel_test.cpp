@@ -142,6 +142,19 @@ TEST(IndexTables, AForeignParentTakesAPlaceAndAnUnnumberedCategoryIsNoMember) {
     EXPECT_FALSE(unnumbered.SupportsCategory(base));
 }
 
+// A category finished on its own, before its model has made the tables, closes its parents by
+// recursion; a circuit ends there, each member taking what the other had so far.
+TEST(IndexTables, ACircuitFinishedCategoryByCategoryEnds) {
+    HandModel hand;
+    QEL::CCategory* first = hand.category("First");
+    QEL::CCategory* second = hand.category("Second", {first});
+    first->AddInheritedCategory(second);
+    first->FinishBuilding();
+    EXPECT_TRUE(first->IsBuildingFinished() && second->IsBuildingFinished());
+    EXPECT_EQ(first->GetCategoryCount(), 2);
+    EXPECT_EQ(second->GetCategoryCount(), 2);
+}
+
 // The closed sets as the plain recursion over the parents makes them: a category lists itself,
 // then, parent after parent, what the parent lists; a parent still being closed (a circuit)
 // lends what it has so far. A category of another model lends its own set.

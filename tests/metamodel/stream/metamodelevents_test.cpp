@@ -74,6 +74,13 @@ TEST(EventStream, InvariantFlagsImpossiblePositionsButTheStreamGoesOn) {
     beforeStart.StartCategory("C", false, "", 1, active);
     EXPECT_FALSE(beforeStart.invariant());
 
+    // A property outside any category or type.
+    PositionProbe loose;
+    loose.Start();
+    const int zero = 0, one = 1;
+    loose.StartProperty("p", "", "integer", zero, one, "no", 5, active);
+    EXPECT_FALSE(loose.invariant());
+
     PositionProbe both;
     both.Start();
     both.StartCategory("C", false, "", 1, active);
