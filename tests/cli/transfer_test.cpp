@@ -273,6 +273,8 @@ TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {
           "\rtransfer: pass 2 of 2 (writing), document 1 of 3, 1000 rows written",
           "rows written; now Cat 4,"})
         EXPECT_NE(run.err.find(shown), std::string::npos) << shown << " in " << run.err;
+    // The progress line is blanked out before the summary takes its place.
+    EXPECT_NE(run.err.find(" \rtransfer: 3 documents"), std::string::npos) << run.err;
 
     run = TestSupport::runToolOnTerminal({"-q", "transfer", "--db", repository, documents});
     EXPECT_EQ(run.exitCode, 0) << run.err;
