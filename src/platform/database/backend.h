@@ -77,7 +77,8 @@ public:
     virtual bool beginSnapshot(const std::vector<std::string>& qualifiedTables) = 0;
     virtual void endSnapshot() = 0;
     // Until unlockWriters, every other connection that asks for the repository's writer lock
-    // waits. Inside a transaction of the caller's, the caller's transaction stands for it.
+    // waits. On the embedded database, inside a transaction of the caller's, that transaction
+    // stands for it: its first write keeps every other writer out until it ends.
     virtual bool lockWriters(const std::string& repositoryName) = 0;
     virtual bool unlockWriters() = 0;
 

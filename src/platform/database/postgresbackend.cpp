@@ -388,11 +388,10 @@ public:
             runChecked("ROLLBACK");
     }
     // A lock of the session, not of a transaction: the writer's blocks and procedures are
-    // transactions of their own. The server lets it go with the connection, however that ends.
+    // transactions of their own, and a caller's transaction keeps no other writer out. The
+    // server lets it go with the connection, however that ends.
     bool lockWriters(const std::string& repositoryName) override {
         endQuery();
-        if (pq().PQtransactionStatus(connection_.get()) != PQTRANS_IDLE)
-            return true;
         const char* values[] = {repositoryName.c_str()};
         ResultHandle locked(pq().PQexecParams(connection_.get(), writerLockQuery, 1, nullptr,
                                               values, nullptr, nullptr, 0));
