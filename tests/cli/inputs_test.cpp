@@ -60,6 +60,12 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     };
     const std::string overlong = "<metaModel file_no=\"1\"><category name=\"" +
                                  std::string(10'000'001, 'x') + "\"/></metaModel>";
+    // A link to nothing is passed over, as the reader passes over it; a link that cannot be
+    // followed at all could hide documents.
+    folder.write("links/MetaModel.xml", "<metaModel file_no=\"4\"/>");
+    std::filesystem::create_symlink(folder.file("nowhere"), folder.file("links/gone"));
+    folder.write("loops/MetaModel.xml", "<metaModel file_no=\"4\"/>");
+    std::filesystem::create_symlink(folder.file("loops/self"), folder.file("loops/self"));
     const std::string unparsable = "1 QEL_MM_SAX_PARSE_EXCEPTION QEL_MM_XML_FILE_ERR";
     const std::string unreadable = "1 QEL_MM_INPUT_UNREADABLE", s = folder.file("s");
     struct Case {
@@ -79,6 +85,8 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
          "1 QEL_MM_ROOT_NOT_FOUND"},
         {{"--extension-dir", folder.file("absent"), "dump"}, "1 QEL_MM_FOLDER_OPTION_NOT_FOUND"},
         {{"dump", "--", "-nowhere"}, "1 QEL_MM_ROOT_NOT_FOUND"}, // after "--" no option
+        {{"dump", folder.file("links")}, "0"},
+        {{"dump", folder.file("loops")}, unreadable, std::strerror(ELOOP)},
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"check", set, folder.file("set//MetaModel.xml")}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"export", folder.file("set/metamodel.xml")}, "1 QEL_MM_NOT_A_DOCUMENT_NAME"},

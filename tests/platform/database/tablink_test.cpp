@@ -335,6 +335,12 @@ TEST_P(Connectivity, InserterMisuseAndMissingTablesAreRowVaultFailures) {
     inserter->Flush();
     EXPECT_EQ(database_->rows("select count(*) from pair"), std::vector<std::string>{"0"});
 
+    // A table that goes after the inserter was prepared: its rows are refused, not lost.
+    inserter->Begin();
+    database_->execute("DROP TABLE pair");
+    inserter->AddRow("%d%s", &one, "x");
+    EXPECT_THROW(inserter->Flush(), RowVault::CRowVaultException);
+
     inserter->SetTable("absent");
     EXPECT_THAT(rowVaultFailure([&] { inserter->Prepare(); }),
                 MatchesRegex("QEL_DB_REQ_ERR .* CAUSE=.*absent.*"));
