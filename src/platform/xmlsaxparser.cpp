@@ -11,9 +11,11 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -98,23 +100,33 @@ public:
     };
 
     const Names& find(const xmlChar* prefix, const xmlChar* local) {
-        for (const Names& names : known_)
-            if (names.local == local && names.prefix == prefix)
-                return names;
+        // The keys apart from the strings, so that the search runs through a cache line or two.
+        for (size_t index = 0; index < known_.size(); ++index)
+            if (keys_[index].local == local && keys_[index].prefix == prefix)
+                return known_[index];
         // Reserved whole so that no entry moves while the parse runs.
         if (known_.capacity() < capacity)
             known_.reserve(capacity);
-        Names& names = known_.size() < capacity ? known_.emplace_back() : spare_;
-        names.prefix = prefix;
-        names.local = local;
-        names.localName.assign(view(local));
-        assignQualified(names.qualifiedName, prefix, local);
-        return names;
+        Names* names = &spare_;
+        if (known_.size() < capacity) {
+            keys_[known_.size()] = Key{prefix, local};
+            names = &known_.emplace_back();
+        }
+        names->prefix = prefix;
+        names->local = local;
+        names->localName.assign(view(local));
+        assignQualified(names->qualifiedName, prefix, local);
+        return *names;
     }
 
 private:
     // Past this many distinct names a linear search costs more than the copy it saves.
     static constexpr size_t capacity = 32;
+    struct Key {
+        const xmlChar* prefix;
+        const xmlChar* local;
+    };
+    std::array<Key, capacity> keys_{};
     std::vector<Names> known_;
     Names spare_;
 };
@@ -137,6 +149,27 @@ private:
 
 thread_local Locator threadLocator;
 
+// The length of a name out of libxml2's dictionary, which hands out one address per distinct
+// name for as long as the parse lasts: each address is measured once.
+class NameLengths {
+public:
+    uint32_t of(const xmlChar* name) {
+        Slot& slot = slots_[(reinterpret_cast<uintptr_t>(name) >> 3) % slots_.size()];
+        if (slot.name != name) {
+            slot.name = name;
+            slot.length = uint32_t(std::strlen(reinterpret_cast<const char*>(name)));
+        }
+        return slot.length;
+    }
+
+private:
+    struct Slot {
+        const xmlChar* name = nullptr;
+        uint32_t length = 0;
+    };
+    std::array<Slot, 64> slots_{};
+};
+
 // A view over the attribute tuples libxml2 hands to startElementNs. Values are borrowed from
 // libxml2 unless they held a reference that had to be expanded.
 class Attributes final : public IXmlAttributes {
@@ -149,18 +182,21 @@ public:
     void bind(xmlParserCtxtPtr ctxt, const xmlChar** tuples, int count) {
         tuples_ = tuples;
         count_ = count;
-        values_.clear();
-        locals_.clear();
-        prefixes_.clear();
+        entries_.clear();
         for (int i = 0; i < count; ++i) {
-            locals_.push_back(view(tuples[5 * i]));
-            prefixes_.push_back(view(tuples[5 * i + 1]));
+            const xmlChar* local = tuples[5 * i];
+            const xmlChar* prefix = tuples[5 * i + 1];
             const xmlChar* begin = tuples[5 * i + 3];
             const xmlChar* end = tuples[5 * i + 4];
+            Entry& entry = entries_.emplace_back();
+            entry.local = reinterpret_cast<const char*>(local);
+            entry.localSize = local ? lengths_.of(local) : 0;
+            entry.prefix = reinterpret_cast<const char*>(prefix);
+            entry.prefixSize = prefix ? lengths_.of(prefix) : 0;
             if (begin && std::memchr(begin, '&', size_t(end - begin)))
-                values_.push_back(expand(ctxt, begin, end));
+                entry.value = expand(ctxt, begin, end);
             else
-                values_.push_back(begin ? view(begin, end) : std::string_view());
+                entry.value = begin ? view(begin, end) : std::string_view();
         }
     }
 
@@ -186,25 +222,28 @@ public:
     String getValue(int index) const override {
         if (index < 0 || index >= count_)
             return String();
-        return String(values_[size_t(index)]);
+        return String(entries_[size_t(index)].value);
     }
 
     std::string_view getValueView(int index) const override {
-        return index < 0 || index >= count_ ? std::string_view() : values_[size_t(index)];
+        return index < 0 || index >= count_ ? std::string_view() : entries_[size_t(index)].value;
     }
 
     int getIndex(std::string_view wanted) const override {
+        if (wanted.empty())
+            return -1;
         for (int i = 0; i < count_; ++i) {
-            const std::string_view local = locals_[size_t(i)];
-            const std::string_view prefix = prefixes_[size_t(i)];
-            if (prefix.empty()) {
-                // The first byte rules out most names without a call to compare.
-                if (wanted.size() == local.size() && !wanted.empty() && wanted[0] == local[0] &&
-                    wanted == local)
+            const Entry& entry = entries_[size_t(i)];
+            if (entry.prefixSize == 0) {
+                // The length and the first byte rule out most names without a call to compare.
+                if (wanted.size() == entry.localSize && wanted[0] == entry.local[0] &&
+                    std::memcmp(wanted.data(), entry.local, wanted.size()) == 0)
                     return i;
-            } else if (wanted.size() == prefix.size() + 1 + local.size() &&
-                       wanted.starts_with(prefix) && wanted[prefix.size()] == ':' &&
-                       wanted.ends_with(local)) {
+            } else if (wanted.size() == entry.prefixSize + 1 + entry.localSize &&
+                       std::memcmp(wanted.data(), entry.prefix, entry.prefixSize) == 0 &&
+                       wanted[entry.prefixSize] == ':' &&
+                       std::memcmp(wanted.data() + entry.prefixSize + 1, entry.local,
+                                   entry.localSize) == 0) {
                 return i;
             }
         }
@@ -225,12 +264,19 @@ private:
         return view(expanded);
     }
 
+    // One attribute, measured once per element: handlers look names up many times.
+    struct Entry {
+        const char* local;
+        uint32_t localSize;
+        uint32_t prefixSize;
+        const char* prefix;
+        std::string_view value;
+    };
+
     const xmlChar** tuples_ = nullptr;
     int count_ = 0;
-    std::vector<std::string_view> values_;
-    // Measured once per element: handlers look names up many times.
-    std::vector<std::string_view> locals_;
-    std::vector<std::string_view> prefixes_;
+    std::vector<Entry> entries_;
+    NameLengths lengths_;
     std::vector<xmlChar*> owned_;
 };
 
@@ -323,6 +369,14 @@ public:
         ~Mute() { bridge_.muted_ = false; }
         Bridge& bridge_;
     };
+
+    // Documents without namespaces are the rule: their elements leave the text empty.
+    void setNameSpace(const xmlChar* uri) {
+        if (uri)
+            nameSpace_.assign(view(uri));
+        else
+            nameSpace_.clear();
+    }
 
     String text_;
     String pending_;
@@ -552,7 +606,7 @@ void onStartElementNs(void* data, const xmlChar* localName, const xmlChar* prefi
             Attributes& attributes;
             ~Release() { attributes.release(); }
         } release{b.attributes_};
-        b.nameSpace_.assign(view(uri));
+        b.setNameSpace(uri);
         const ElementNames::Names& names = b.elementNames_.find(prefix, localName);
         handler.startElement(b.nameSpace_, names.localName, names.qualifiedName, b.attributes_);
     });
@@ -563,7 +617,7 @@ void onEndElementNs(void* data, const xmlChar* localName, const xmlChar* prefix,
     Bridge& b = bridgeOf(data);
     b.guard([&] {
         b.flushText();
-        b.nameSpace_.assign(view(uri));
+        b.setNameSpace(uri);
         const ElementNames::Names& names = b.elementNames_.find(prefix, localName);
         b.handler().endElement(b.nameSpace_, names.localName, names.qualifiedName);
         if (b.declaredCounts_.empty())
