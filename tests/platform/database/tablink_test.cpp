@@ -401,6 +401,11 @@ TEST_P(Connectivity, AProcedureRunsAsOneTransaction) {
         EXPECT_NE(std::string(TABLINK::dblasterror(handle_)).find("no new procedures"),
                   std::string::npos)
             << TABLINK::dblasterror(handle_);
+        // Without the table of bodies no procedure runs, and none is taken for done.
+        database_->execute("DROP TABLE STORED_PROCEDURES");
+        EXPECT_FALSE(TABLINK::DBConnectivity::callProc(handle_, "AZ_az_09"));
+        EXPECT_NE(lastErrorInLowerCase(handle_).find("stored_procedures"), std::string::npos)
+            << TABLINK::dblasterror(handle_);
     } else {
         // A body cannot end the quoting around it and run statements of its own.
         const std::string escaping = std::string("NULL;\nEND $procedure_body$;\nDROP TABLE ") +
