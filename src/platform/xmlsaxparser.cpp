@@ -93,8 +93,6 @@ class Bridge;
 class ElementNames {
 public:
     struct Names {
-        const xmlChar* prefix;
-        const xmlChar* local;
         String localName;
         String qualifiedName;
     };
@@ -112,8 +110,6 @@ public:
             keys_[known_.size()] = Key{prefix, local};
             names = &known_.emplace_back();
         }
-        names->prefix = prefix;
-        names->local = local;
         names->localName.assign(view(local));
         assignQualified(names->qualifiedName, prefix, local);
         return *names;

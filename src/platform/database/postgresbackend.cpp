@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <initializer_list>
 #include <utility>
 
 namespace TABLINK {
@@ -297,12 +298,7 @@ public:
     // a role that may only use an existing one must still get through.
     bool createSchema(const std::string& quotedSchema) override {
         const auto exists = [&] {
-            const char* values[] = {quotedSchema.c_str()};
-            ResultHandle found(pq().PQexecParams(connection_.get(),
-                                                 "SELECT to_regnamespace($1) IS NOT NULL", 1,
-                                                 nullptr, values, nullptr, nullptr, 0));
-            return succeeded(found.get()) && pq().PQntuples(found.get()) == 1 &&
-                   std::string_view(pq().PQgetvalue(found.get(), 0, 0)) == "t";
+            return answersTrue("SELECT to_regnamespace($1) IS NOT NULL", {quotedSchema.c_str()});
         };
         if (exists() || runChecked("CREATE SCHEMA IF NOT EXISTS " + quotedSchema))
             return true;
@@ -325,11 +321,7 @@ public:
         const std::string source = "\nBEGIN\n" + statements + "\nresult := 0;\nEND\n";
         // The same body stays as it is: replacing it would take the right to own the
         // procedure, and two set-ups on other connections would collide in the catalogue.
-        const char* values[] = {prefix.c_str(), name.c_str(), source.c_str()};
-        ResultHandle same(pq().PQexecParams(connection_.get(), sameProcedureQuery, 3, nullptr,
-                                            values, nullptr, nullptr, 0));
-        if (succeeded(same.get()) && pq().PQntuples(same.get()) == 1 &&
-            std::string_view(pq().PQgetvalue(same.get(), 0, 0)) == "t")
+        if (answersTrue(sameProcedureQuery, {prefix.c_str(), name.c_str(), source.c_str()}))
             return true;
         return runChecked("CREATE OR REPLACE PROCEDURE " + prefix + name +
                           "(INOUT result integer DEFAULT 0) LANGUAGE plpgsql AS " + quote + source +
@@ -412,6 +404,14 @@ public:
     const std::string& lastError() const override { return error_; }
 
 private:
+    // Whether the query, given the parameters, answers one row whose first value is true.
+    bool answersTrue(const char* query, std::initializer_list<const char*> parameters) {
+        const std::vector<const char*> values(parameters);
+        ResultHandle answer(pq().PQexecParams(connection_.get(), query, int(values.size()), nullptr,
+                                              values.data(), nullptr, nullptr, 0));
+        return succeeded(answer.get()) && pq().PQntuples(answer.get()) == 1 &&
+               std::string_view(pq().PQgetvalue(answer.get(), 0, 0)) == "t";
+    }
     ResultHandle run(const std::string& sql) {
         return ResultHandle(pq().PQexec(connection_.get(), sql.c_str()));
     }
