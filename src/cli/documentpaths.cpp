@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <map>
 #include <memory>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -54,12 +55,20 @@ public:
     // Answers how many documents the folder holds; `root` is the folder as named.
     size_t walkRoot(const std::string& folder, const std::string& root) {
         std::vector<FileIdentity> ancestors;
-        return walkFolder(folder, root, ancestors);
+        return walkFolder(AT_FDCWD, folder.c_str(), folder, root, ancestors);
     }
 
     // `via` is how the document was named: the root folder it lies under or its own path.
     void checkDocument(const std::string& path, const std::string& via) {
-        const int descriptor = open(path.c_str(), O_RDONLY);
+        checkDocument(AT_FDCWD, path.c_str(), path, via);
+    }
+
+private:
+    // Each folder is opened by its name in its parent, held open, so that each step resolves
+    // one name instead of the whole path again; `path` is what messages say.
+    void checkDocument(int parent, const char* name, const std::string& path,
+                       const std::string& via) {
+        const int descriptor = openat(parent, name, O_RDONLY | O_CLOEXEC);
         if (descriptor < 0) {
             fail(path, errno);
             return;
@@ -76,46 +85,60 @@ public:
         }
     }
 
-private:
-    size_t walkFolder(const std::string& folder, const std::string& root,
-                      std::vector<FileIdentity>& ancestors) {
+    size_t walkFolder(int parent, const char* name, const std::string& folder,
+                      const std::string& root, std::vector<FileIdentity>& ancestors) {
+        const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (descriptor < 0)
+            return fail(folder, errno);
+        DIR* const opened = fdopendir(descriptor);
+        if (!opened) {
+            const int error = errno;
+            close(descriptor);
+            return fail(folder, error);
+        }
+        const std::unique_ptr<DIR, int (*)(DIR*)> listing(opened, closedir);
         struct stat folderStatus {};
-        if (stat(folder.c_str(), &folderStatus) != 0)
+        if (fstat(descriptor, &folderStatus) != 0)
             return fail(folder, errno);
         const FileIdentity identity{folderStatus.st_dev, folderStatus.st_ino};
         if (std::find(ancestors.begin(), ancestors.end(), identity) != ancestors.end())
             return fail(folder, ELOOP);
-        const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
-        if (!listing)
-            return fail(folder, errno);
-        std::vector<std::string> names;
+        // Each name with the type the listing gives, where it gives one.
+        std::vector<std::pair<std::string, unsigned char>> entries;
         errno = 0;
         while (const dirent* entry = readdir(listing.get())) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-                names.push_back(name);
+            const std::string_view entryName = entry->d_name;
+            if (entryName != "." && entryName != "..")
+                entries.emplace_back(entryName, entry->d_type);
         }
         if (errno != 0)
             return fail(folder, errno);
-        std::sort(names.begin(), names.end());
+        std::sort(entries.begin(), entries.end());
 
         ancestors.push_back(identity);
         size_t documents = 0;
-        for (const std::string& name : names) {
-            const std::string path = folder + "/" + name;
-            struct stat status {};
-            if (stat(path.c_str(), &status) != 0) {
-                // The reader skips a link to nothing as well; anything else could hide
-                // documents.
-                if (errno != ENOENT)
-                    fail(path, errno);
-                continue;
+        for (const auto& [entryName, type] : entries) {
+            const std::string path = folder + "/" + entryName;
+            bool isFolder = type == DT_DIR;
+            bool isFile = type == DT_REG;
+            // A link is followed; a file system that does not say is asked.
+            if (!isFolder && !isFile) {
+                struct stat status {};
+                if (fstatat(descriptor, entryName.c_str(), &status, 0) != 0) {
+                    // The reader skips a link to nothing as well; anything else could hide
+                    // documents.
+                    if (errno != ENOENT)
+                        fail(path, errno);
+                    continue;
+                }
+                isFolder = S_ISDIR(status.st_mode);
+                isFile = S_ISREG(status.st_mode);
             }
-            if (S_ISDIR(status.st_mode))
-                documents += walkFolder(path, root, ancestors);
-            else if (S_ISREG(status.st_mode) && MetaModel::namesDocument(path)) {
+            if (isFolder)
+                documents += walkFolder(descriptor, entryName.c_str(), path, root, ancestors);
+            else if (isFile && MetaModel::namesDocument(path)) {
                 ++documents;
-                checkDocument(path, root);
+                checkDocument(descriptor, entryName.c_str(), path, root);
             }
         }
         ancestors.pop_back();

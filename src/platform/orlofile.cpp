@@ -134,11 +134,15 @@ bool File::exists() const {
 }
 
 bool File::isFile() const {
+    if (kind_ != Kind::Unknown)
+        return kind_ == Kind::Regular;
     std::error_code ec;
     return fs::is_regular_file(toNativePath(path_), ec);
 }
 
 bool File::isDirectory() const {
+    if (kind_ != Kind::Unknown)
+        return kind_ == Kind::Directory;
     std::error_code ec;
     return fs::is_directory(toNativePath(path_), ec);
 }
@@ -161,17 +165,27 @@ String File::getBaseName() const {
 
 bool File::listFiles(std::vector<File>& entries, IFileFilter& filter, bool recursive) const {
     // Directory order on Linux is whatever the file system hashes to; sorting by name makes
-    // every read of the same tree play the same stream.
+    // every read of the same tree play the same stream. The listing's own entry types spare
+    // a status query per entry; a link is followed, as isFile and isDirectory follow it.
     std::error_code ec;
-    std::vector<fs::path> children;
+    std::vector<std::pair<fs::path, Kind>> listed;
     for (fs::directory_iterator it(toNativePath(path_), ec), end; !ec && it != end;
-         it.increment(ec))
-        children.push_back(it->path());
+         it.increment(ec)) {
+        std::error_code typeError;
+        const Kind kind = it->is_directory(typeError)      ? Kind::Directory
+                          : it->is_regular_file(typeError) ? Kind::Regular
+                                                           : Kind::Other;
+        listed.emplace_back(it->path(), kind);
+    }
     if (ec)
         return false;
-    std::sort(children.begin(), children.end());
-    for (const fs::path& child : children) {
-        File entry{String(child.string())};
+    std::sort(listed.begin(), listed.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<File> children;
+    children.reserve(listed.size());
+    for (const auto& [path, kind] : listed)
+        children.push_back(File(String(path.string()), kind));
+    for (const File& entry : children) {
         if (filter.accept(entry))
             entries.push_back(entry);
         if (recursive && entry.isDirectory())

@@ -31,11 +31,16 @@ public:
     const String& getPath() const { return path_; }
 
     // Appends the direct children that pass the filter; a folder that cannot be listed adds
-    // nothing. The order is the file system's own.
+    // nothing. The order is the file system's own. A listed entry answers isFile and
+    // isDirectory as the listing found it, without asking the disk again.
     bool listFiles(std::vector<File>& entries, IFileFilter& filter, bool recursive) const;
 
 private:
+    enum class Kind : unsigned char { Unknown, Regular, Directory, Other };
+    File(const String& path, Kind kind) : path_(path), kind_(kind) {}
+
     String path_;
+    Kind kind_ = Kind::Unknown;
 };
 
 class IFileWriter {

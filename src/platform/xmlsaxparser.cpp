@@ -24,7 +24,9 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace ORLO {
 namespace {
@@ -795,29 +797,60 @@ bool parseBuffer(IXmlHandler& handler, const char* data, size_t size, const Stri
     return wellFormed;
 }
 
-bool readFile(const String& path, std::string& content, String& failure) {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
-                                                         std::fclose);
-    if (!file) {
-        failure = "Cannot open file '" + path + "': " + std::strerror(errno);
+// A document's bytes, in memory that is kept from one document to the next and never
+// cleared: reading overwrites it, so a read of many documents neither maps fresh memory for
+// each nor fills it with zeros first.
+class ReadBuffer {
+public:
+    char* data() const { return data_.get(); }
+    size_t size() const { return size_; }
+
+    // Reads the whole file, which may be longer or shorter than its size said.
+    bool read(const String& path, String& failure) {
+        size_ = 0;
+        const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (descriptor < 0) {
+            failure = "Cannot open file '" + path + "': " + std::strerror(errno);
+            return false;
+        }
+        struct stat status {};
+        if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+            // One more byte, so that a file of the size it said ends with a short read.
+            reserve(size_t(status.st_size) + 1);
+        int error = 0;
+        for (;;) {
+            if (size_ == capacity_)
+                reserve(std::max<size_t>(2 * capacity_, 1 << 16));
+            const ssize_t got = ::read(descriptor, data_.get() + size_, capacity_ - size_);
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0) {
+                error = got < 0 ? errno : 0;
+                break;
+            }
+            size_ += size_t(got);
+        }
+        ::close(descriptor);
+        if (error == 0)
+            return true;
+        failure = "Cannot read file '" + path + "': " + std::strerror(error);
         return false;
     }
-    // Reading straight into the final buffer saves a copy on the large documents.
-    struct stat status;
-    if (fstat(fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
-        content.resize(size_t(status.st_size));
-        content.resize(std::fread(content.data(), 1, content.size(), file.get()));
+
+private:
+    void reserve(size_t capacity) {
+        if (capacity <= capacity_)
+            return;
+        std::unique_ptr<char[]> larger(new char[capacity]);
+        std::memcpy(larger.get(), data_.get(), size_);
+        data_ = std::move(larger);
+        capacity_ = capacity;
     }
-    char chunk[65536];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, file.get())) > 0)
-        content.append(chunk, got);
-    if (std::ferror(file.get())) {
-        failure = "Cannot read file '" + path + "': " + std::strerror(errno);
-        return false;
-    }
-    return true;
-}
+
+    std::unique_ptr<char[]> data_;
+    size_t size_ = 0;
+    size_t capacity_ = 0;
+};
 
 } // namespace
 
@@ -831,15 +864,13 @@ bool XmlSAXParser::parseFile(const String& path, const bool&, const bool&) {
     for (char& c : systemId)
         if (c == '\\')
             c = '/';
-    // One buffer per thread, kept from one document to the next: a read of many documents
-    // would otherwise map and unmap a fresh one for each. A parse started from a callback
-    // of another finds the buffer taken and uses one of its own.
-    thread_local std::string kept;
+    // One buffer per thread, kept from one document to the next. A parse started from a
+    // callback of another finds the buffer taken and uses one of its own.
+    thread_local ReadBuffer kept;
     thread_local bool keptInUse = false;
-    std::string own;
+    ReadBuffer own;
     const bool useKept = !keptInUse;
-    std::string& content = useKept ? kept : own;
-    content.clear();
+    ReadBuffer& content = useKept ? kept : own;
     keptInUse = keptInUse || useKept;
     struct Release {
         bool release;
@@ -849,7 +880,7 @@ bool XmlSAXParser::parseFile(const String& path, const bool&, const bool&) {
         }
     } release{useKept};
     String failure;
-    if (!readFile(systemId, content, failure))
+    if (!content.read(systemId, failure))
         return parseBuffer(handler, nullptr, 0, systemId, failure.c_str());
     return parseBuffer(handler, content.data(), content.size(), systemId);
 }
