@@ -187,8 +187,9 @@ TEST_P(TransferCommand, ASecondWriterWaitsForTheFirstAndThenWritesItsWholeSet) {
                std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
     } else {
-        // The embedded database does not show a waiting writer; it waits up to 5 s.
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        // The embedded database does not show a waiting writer: it is given longer than a
+        // statement ever waits for a lock.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5500));
     }
     EXPECT_EQ(finalTables(), before) << "nothing is handed over while the first one writes";
     ASSERT_EQ(TABLINK::dbunlockwriters(first.GetHandle()), 1);

@@ -2,8 +2,10 @@
 
 #include <sqlite3.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <limits>
 #include <utility>
 
 namespace TABLINK {
@@ -22,6 +24,9 @@ using StatementHandle = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 // Where the procedures live: SQLite has none of its own, so their bodies are rows of the
 // repository and a call runs the body.
 constexpr const char* procedureTable = "STORED_PROCEDURES";
+
+// How long a statement waits for another connection's lock before it fails.
+constexpr int statementWaitMs = 5000;
 
 bool onlyBlanks(const char* text) {
     for (; text && *text; ++text)
@@ -230,10 +235,30 @@ public:
             return false;
         if (sqlite3_get_autocommit(database_.get()) == 0)
             return true;
-        if (!execute("BEGIN IMMEDIATE"))
+        // A writer waits its turn as long as the one before it writes, as on a server: a
+        // transfer of a large set outlasts any wait fit for one statement. A wait that the
+        // caller set on the connection still holds.
+        const bool ownWait = busyTimeout() == statementWaitMs;
+        if (ownWait)
+            sqlite3_busy_timeout(database_.get(), std::numeric_limits<int>::max());
+        const bool begun = execute("BEGIN IMMEDIATE");
+        if (ownWait)
+            sqlite3_busy_timeout(database_.get(), statementWaitMs);
+        if (!begun)
             return false;
         writersLocked_ = true;
         return true;
+    }
+    int busyTimeout() {
+        int milliseconds = -1;
+        sqlite3_exec(
+            database_.get(), "PRAGMA busy_timeout",
+            [](void* out, int, char** values, char**) {
+                *static_cast<int*>(out) = values[0] ? std::atoi(values[0]) : -1;
+                return 0;
+            },
+            &milliseconds, nullptr);
+        return milliseconds;
     }
     bool unlockWriters() override {
         if (!std::exchange(writersLocked_, false))
@@ -395,7 +420,7 @@ std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mo
         error = opened ? sqlite3_errmsg(opened) : "out of memory";
         return nullptr;
     }
-    sqlite3_busy_timeout(database.get(), 5000);
+    sqlite3_busy_timeout(database.get(), statementWaitMs);
     sqlite3_extended_result_codes(database.get(), 1);
     // Opening succeeds on any file; the first read tells whether it is a database.
     char* message = nullptr;
