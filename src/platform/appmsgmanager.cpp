@@ -227,7 +227,12 @@ std::string formatMessageLine(const CppLanguage::IAppMsg& message) {
     line += message.GetText() ? message.GetText() : "";
     if (const char* id = message.GetId(); id && *id)
         line += std::string(" [") + id + "]";
-    return line;
+    // A diagnostic is one line, even when a path in it holds a line break.
+    std::string oneLine;
+    oneLine.reserve(line.size());
+    for (const char c : line)
+        oneLine += c == '\n' ? "\\n" : c == '\r' ? "\\r" : std::string_view(&c, 1);
+    return oneLine;
 }
 
 } // namespace AppMsgManager

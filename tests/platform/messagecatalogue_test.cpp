@@ -170,6 +170,11 @@ TEST(MessageManager, FillsTextSeverityArgumentsAndOriginAndTheLineLeavesOutWhatI
     plain.SetSeverity(CppLanguage::SeverityInfo);
     plain.SetText("text");
     EXPECT_EQ(AppMsgManager::formatMessageLine(plain), "info: text");
+    // A line break in a path would split the diagnostic in two.
+    plain.SetDocument("a\nb\r/MetaModel.xml");
+    plain.SetText("'a\nb' cannot be read");
+    EXPECT_EQ(AppMsgManager::formatMessageLine(plain),
+              "a\\nb\\r/MetaModel.xml: info: 'a\\nb' cannot be read");
 
     // An empty origin leaves the optional fields absent rather than empty.
     const CAppMsg bare = fill("QEL_MM_EMPTY_ID", {});
