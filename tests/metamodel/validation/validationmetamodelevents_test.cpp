@@ -101,6 +101,16 @@ TEST(StreamValidation, UserTypeNamesDrawWarningsThatLeaveTheSetValid) {
     EXPECT_STREQ(v.messages.messages()[0].GetSeverityText(), "warning");
     EXPECT_TRUE(v.events.isValid());
     EXPECT_EQ(v.events.errorCount(), 0);
+
+    // A declaration dropped for its name draws no name warning of its own; its derived
+    // attributes land on the first one.
+    const Validation twice({document(
+        type("has-hyphen", "id=\"2000002\"") + type("has-hyphen", "id=\"2000003\""), 1, "client")});
+    EXPECT_EQ(twice.messages.summaries(),
+              (Ids{"QEL_MM_INVALID_CHARCNAME@2(NAME=has-hyphen,)",
+                   "QEL_MM_CONFLICT_TYP_NAM@2(ID=2000003,NAM=has-hyphen,)",
+                   "QEL_MM_DUPLICATE_ATTRIBUTE@2(CTXT=has-hyphen,NAME=KEY_CLASS,)",
+                   "QEL_MM_DUPLICATE_ATTRIBUTE@2(CTXT=has-hyphen,NAME=ROOT_PATH,)"}));
 }
 
 TEST(StreamValidation, PropertyRulesNameReservedNamesCardinalitiesAndIds) {
