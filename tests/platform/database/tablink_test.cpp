@@ -458,10 +458,13 @@ TEST_P(Connectivity, AHeldReadSeesOneMomentOfTheTablesItNames) {
         database_->execute("INSERT INTO b VALUES (2)");
     EXPECT_EQ(countThrough(handle_, "b"), 2);
 
-    // Inside the caller's own transaction there is nothing to hold.
+    // Inside the caller's own transaction there is nothing to hold, and nothing to end.
     runOn(handle_, "BEGIN");
     EXPECT_EQ(TABLINK::dbbeginread(handle_, tables, 2), 0);
-    runOn(handle_, "COMMIT");
+    runOn(handle_, "INSERT INTO a VALUES (5)");
+    TABLINK::dbendread(handle_);
+    runOn(handle_, "ROLLBACK");
+    EXPECT_EQ(countThrough(handle_, "a"), 1);
     if (!embedded) {
         // A table that is not there: the requests run on their own and tell the failure.
         const std::string missing = std::string(1, marker) + "nowhere";
