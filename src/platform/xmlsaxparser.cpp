@@ -842,7 +842,8 @@ private:
         if (capacity <= capacity_)
             return;
         std::unique_ptr<char[]> larger(new char[capacity]);
-        std::memcpy(larger.get(), data_.get(), size_);
+        if (size_ > 0)
+            std::memcpy(larger.get(), data_.get(), size_);
         data_ = std::move(larger);
         capacity_ = capacity;
     }

@@ -12,6 +12,7 @@
 #include <libxml/tree.h>
 #include <libxml/xpath.h>
 
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -57,13 +58,19 @@ template <class Visit> void forEachNode(xmlXPathContextPtr context, const char* 
         visit(found->nodesetval->nodeTab[index]);
 }
 
+// Ids are 32-bit: a block or a "rid" beyond their range wraps around, as the stream reader's
+// ids do, rather than overflowing.
+int wrapped(long long id) {
+    return int(std::uint32_t(id));
+}
+
 // An absolute "id" wins; a "rid" counts from the document's block; an element with neither
 // keeps the id of the element before it.
 void advanceId(xmlNodePtr node, int base, int& id) {
     if (const std::optional<std::string> absolute = attribute(node, "id"))
         id = boost::lexical_cast<int>(*absolute);
     else if (const std::optional<std::string> relative = attribute(node, "rid"))
-        id = boost::lexical_cast<int>(*relative) + base;
+        id = wrapped((long long)boost::lexical_cast<int>(*relative) + base);
 }
 
 int levelBase(const std::string& level) {
@@ -123,7 +130,7 @@ void MetaModelFragment::readFromContent(std::string const& content, std::string 
         if (const std::optional<std::string> fileNumber = attribute(root, "file_no"))
             number = boost::lexical_cast<int>(*fileNumber);
     });
-    const int base = number * 1000 + levelBase(level);
+    const int base = wrapped(1000LL * number + levelBase(level));
 
     int id = std::numeric_limits<int>::min();
     forEachNode(context.get(), "/metaModel/type|/metaModel/category", [&](xmlNodePtr element) {

@@ -49,6 +49,8 @@ TEST(MetaModelFragment, IdsComeFromTheDocumentsBlockOrStandAsWritten) {
                                         "<property name='q'/></category><type name='B'/>"),
          "5 | 6"},
         {document(" file_no='-1'", "<type name='T' rid='+7' />"), "1999007 |"},
+        // Past the range of an id the block wraps around, as in the stream reader.
+        {document(" file_no='2147483'", "<type name='T' rid='2147483647'/>"), "1999351 |"},
         // Partial declarations and nested elements are not read.
         {document("", "<partial_type name='P' rid='1'><property name='x' rid='2'/></partial_type>"
                       "<type name='T' rid='3'><type name='U' rid='4'/></type>"),
