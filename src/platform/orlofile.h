@@ -30,9 +30,9 @@ public:
     String getBaseName() const;
     const String& getPath() const { return path_; }
 
-    // Appends the direct children that pass the filter; a folder that cannot be listed adds
-    // nothing. The order is the file system's own. A listed entry answers isFile and
-    // isDirectory as the listing found it, without asking the disk again.
+    // Appends the direct children that pass the filter, in name order; a folder that cannot
+    // be listed adds nothing. A listed entry answers isFile and isDirectory as the listing
+    // found it, without asking the disk again.
     bool listFiles(std::vector<File>& entries, IFileFilter& filter, bool recursive) const;
 
 private:

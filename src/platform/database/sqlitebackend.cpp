@@ -249,17 +249,6 @@ public:
         writersLocked_ = true;
         return true;
     }
-    int busyTimeout() {
-        int milliseconds = -1;
-        sqlite3_exec(
-            database_.get(), "PRAGMA busy_timeout",
-            [](void* out, int, char** values, char**) {
-                *static_cast<int*>(out) = values[0] ? std::atoi(values[0]) : -1;
-                return 0;
-            },
-            &milliseconds, nullptr);
-        return milliseconds;
-    }
     bool unlockWriters() override {
         if (!std::exchange(writersLocked_, false))
             return true;
@@ -312,6 +301,18 @@ public:
         return false;
     }
 
+    // How long a statement now waits for a lock, in milliseconds.
+    int busyTimeout() {
+        int milliseconds = -1;
+        sqlite3_exec(
+            database_.get(), "PRAGMA busy_timeout",
+            [](void* out, int, char** values, char**) {
+                *static_cast<int*>(out) = values[0] ? std::atoi(values[0]) : -1;
+                return 0;
+            },
+            &milliseconds, nullptr);
+        return milliseconds;
+    }
     bool execute(const std::string& sql) {
         char* message = nullptr;
         if (sqlite3_exec(database_.get(), sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK)
