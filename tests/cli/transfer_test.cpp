@@ -172,30 +172,48 @@ TEST_P(TransferCommand, RefusedSetsStatementsAndProceduresLeaveTheOldMetaModel) 
 }
 
 // Two transfers at once would mix their rows in the work tables that they share: a second
-// writer waits for the first, and then writes its set whole.
+// writer waits for the first, and then writes its set whole. On the embedded database a writer
+// whose changes outgrow memory holds the whole file: a reading waits for it too.
 TEST_P(TransferCommand, ASecondWriterWaitsForTheFirstAndThenWritesItsWholeSet) {
     const auto before = transferTheDocuments();
     const std::string other = copyDocument(folder_, "single", "other");
     IUniqueConnection first(uri_, schema());
-    ASSERT_EQ(TABLINK::dblockwriters(first.GetHandle()), 1);
+    const bool embedded = GetParam() == Backend::Sqlite;
+    const auto onFirst = [&](const char* statement) {
+        ASSERT_EQ(TABLINK::dbcallrequest(first.GetHandle(), statement), 1)
+            << TABLINK::dblasterror(first.GetHandle());
+        TABLINK::dbendrequest(first.GetHandle());
+    };
+    if (embedded)
+        onFirst("BEGIN EXCLUSIVE");
+    else
+        ASSERT_EQ(TABLINK::dblockwriters(first.GetHandle()), 1);
     auto second = std::async(std::launch::async, [&] { return transfer({other}); });
-    if (GetParam() == Backend::Postgres) {
+    auto reading = std::async(std::launch::async, [&] {
+        return runTool(withSchema({"-q", "dump", "--db", uri_}));
+    });
+    if (embedded) {
+        // The embedded database does not show who waits: longer than a lock was ever waited
+        // for before.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5500));
+        EXPECT_EQ(second.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+        EXPECT_EQ(reading.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+        onFirst("COMMIT");
+    } else {
         // Until the server shows the second one waiting for the lock.
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (database_->rows("SELECT count(*) FROM pg_locks WHERE locktype = 'advisory' "
                                "AND NOT granted") != std::vector<std::string>{"1"} &&
                std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    } else {
-        // The embedded database does not show a waiting writer: it is given longer than a
-        // statement ever waits for a lock.
-        std::this_thread::sleep_for(std::chrono::milliseconds(5500));
+        EXPECT_EQ(finalTables(), before) << "nothing is handed over while the first one writes";
+        ASSERT_EQ(TABLINK::dbunlockwriters(first.GetHandle()), 1);
     }
-    EXPECT_EQ(finalTables(), before) << "nothing is handed over while the first one writes";
-    ASSERT_EQ(TABLINK::dbunlockwriters(first.GetHandle()), 1);
     const auto run = second.get();
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(finalTables().at("Typ"), std::vector<std::string>{"2009002|Single|Single|ACTIVE"});
+    const auto read = reading.get();
+    EXPECT_EQ(read.exitCode, 0) << read.err;
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(TransferCommand);

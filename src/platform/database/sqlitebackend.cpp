@@ -2,7 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <limits>
@@ -24,9 +23,6 @@ using StatementHandle = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 // Where the procedures live: SQLite has none of its own, so their bodies are rows of the
 // repository and a call runs the body.
 constexpr const char* procedureTable = "STORED_PROCEDURES";
-
-// How long a statement waits for another connection's lock before it fails.
-constexpr int statementWaitMs = 5000;
 
 bool onlyBlanks(const char* text) {
     for (; text && *text; ++text)
@@ -227,24 +223,16 @@ public:
             execute("COMMIT");
     }
     // The writer's whole work is one transaction that holds the reserved lock from its start:
-    // a second writer waits for it, readers go on reading what was committed before. What runs
-    // inside nests as savepoints.
+    // a second writer waits for it. Readers go on reading what was committed before until the
+    // changes outgrow the page cache and the writer takes the file whole; then they wait for
+    // its commit. What runs inside nests as savepoints.
     bool lockWriters(const std::string&) override {
         current_.reset();
         if (!finishBulk())
             return false;
         if (sqlite3_get_autocommit(database_.get()) == 0)
             return true;
-        // A writer waits its turn as long as the one before it writes, as on a server: a
-        // transfer of a large set outlasts any wait fit for one statement. A wait that the
-        // caller set on the connection still holds.
-        const bool ownWait = busyTimeout() == statementWaitMs;
-        if (ownWait)
-            sqlite3_busy_timeout(database_.get(), std::numeric_limits<int>::max());
-        const bool begun = execute("BEGIN IMMEDIATE");
-        if (ownWait)
-            sqlite3_busy_timeout(database_.get(), statementWaitMs);
-        if (!begun)
+        if (!execute("BEGIN IMMEDIATE"))
             return false;
         writersLocked_ = true;
         return true;
@@ -301,18 +289,6 @@ public:
         return false;
     }
 
-    // How long a statement now waits for a lock, in milliseconds.
-    int busyTimeout() {
-        int milliseconds = -1;
-        sqlite3_exec(
-            database_.get(), "PRAGMA busy_timeout",
-            [](void* out, int, char** values, char**) {
-                *static_cast<int*>(out) = values[0] ? std::atoi(values[0]) : -1;
-                return 0;
-            },
-            &milliseconds, nullptr);
-        return milliseconds;
-    }
     bool execute(const std::string& sql) {
         char* message = nullptr;
         if (sqlite3_exec(database_.get(), sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK)
@@ -421,7 +397,10 @@ std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mo
         error = opened ? sqlite3_errmsg(opened) : "out of memory";
         return nullptr;
     }
-    sqlite3_busy_timeout(database.get(), statementWaitMs);
+    // A lock is waited for as long as another connection holds it, as on a server: a transfer
+    // keeps other writers out from its start, and readers too once its changes outgrow the
+    // page cache, until it commits. A caller may set a limit with PRAGMA busy_timeout.
+    sqlite3_busy_timeout(database.get(), std::numeric_limits<int>::max());
     sqlite3_extended_result_codes(database.get(), 1);
     // Opening succeeds on any file; the first read tells whether it is a database.
     char* message = nullptr;
