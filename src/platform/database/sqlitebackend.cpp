@@ -232,8 +232,18 @@ public:
             return false;
         if (sqlite3_get_autocommit(database_.get()) == 0)
             return true;
-        if (!execute("BEGIN IMMEDIATE"))
+        if (!execute("BEGIN IMMEDIATE")) {
+            // A first transfer that made the file and then failed takes it away again. SQLite
+            // refuses to fill a file that nobody can find, as a disk error: a writer that
+            // waited for it meanwhile says what happened.
+            int moved = 0;
+            if (sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
+                    SQLITE_OK &&
+                moved)
+                error_ = "the database file was removed or replaced while this connection "
+                         "waited for it";
             return false;
+        }
         writersLocked_ = true;
         return true;
     }

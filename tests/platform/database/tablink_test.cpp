@@ -14,6 +14,8 @@
 #include <cstring>
 #include <memory>
 
+#include <unistd.h>
+
 namespace {
 
 using ::testing::HasSubstr;
@@ -498,5 +500,16 @@ TEST_P(Connectivity, TheWriterLockKeepsOtherWritersWaitingAndNests) {
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(Connectivity);
+
+// A first transfer that fails removes the file it made; a writer that had opened the file
+// meanwhile must not fill it unseen.
+TEST(ConnectivityOnSqlite, AWriterWhoseFileWasTakenAwayWritesNothing) {
+    TestSupport::TestDatabase database(Backend::Sqlite);
+    ASSERT_TRUE(database.ready()) << database.problem();
+    IUniqueConnection waiting(database.connectionString());
+    ASSERT_EQ(unlink(database.connectionString().c_str()), 0);
+    EXPECT_EQ(TABLINK::dblockwriters(waiting.GetHandle()), 0);
+    EXPECT_THAT(TABLINK::dblasterror(waiting.GetHandle()), HasSubstr("removed or replaced"));
+}
 
 } // namespace
