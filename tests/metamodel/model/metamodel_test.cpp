@@ -149,10 +149,14 @@ TEST(IndexTables, ACircuitFinishedCategoryByCategoryEnds) {
     QEL::CCategory* first = hand.category("First");
     QEL::CCategory* second = hand.category("Second", {first});
     first->AddInheritedCategory(second);
+    const QEL::CProperty* inherited = hand.property(second, "s");
     first->FinishBuilding();
     EXPECT_TRUE(first->IsBuildingFinished() && second->IsBuildingFinished());
     EXPECT_EQ(first->GetCategoryCount(), 2);
     EXPECT_EQ(second->GetCategoryCount(), 2);
+    // Closed, so that it lists what it inherits.
+    ASSERT_EQ(first->GetAllProperties().size(), 1u);
+    EXPECT_EQ(*first->GetAllProperties().begin(), inherited);
 }
 
 // The closed sets as the plain recursion over the parents makes them: a category lists itself,
