@@ -1,11 +1,10 @@
 #include "cli/outputfile.h"
 
 #include "cli/diagnostics.h"
+#include "cli/interruption.h"
 #include "platform/messages.h"
 
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -22,64 +21,6 @@ namespace {
 
 constexpr int exitSuccess = 0;
 constexpr int exitFailure = 1;
-
-// What the signal handlers need, set up before they are installed: a handler may neither
-// allocate nor lock, so the scratch file's path lives in a fixed buffer and the flag says when
-// it names a file of ours.
-char scratchPath[PATH_MAX];
-volatile std::sig_atomic_t scratchNamed = 0;
-char interruptedLine[128];
-size_t interruptedLength = 0;
-
-extern "C" void onSignal(int signal) {
-    if (scratchNamed)
-        unlink(scratchPath);
-    if (signal == SIGPIPE) {
-        // The reader went away: the run ends as other tools in a pipeline end, by the signal
-        // itself and without a word. It is blocked while this runs and strikes on return.
-        std::signal(SIGPIPE, SIG_DFL);
-        raise(SIGPIPE);
-        return;
-    }
-    [[maybe_unused]] const ssize_t ignored =
-        write(STDERR_FILENO, interruptedLine, interruptedLength);
-    _exit(128 + signal);
-}
-
-constexpr int handledSignals[] = {SIGINT, SIGTERM, SIGPIPE};
-
-// The handlers stay in place while an output is written, and no longer: other commands keep
-// the default behaviour on which their own guarantees rest.
-class SignalGuard {
-public:
-    SignalGuard() {
-        const std::string line = diagnosticFormat() == DiagnosticFormat::Json
-                                     ? R"({"severity":"error","text":"interrupted"})"
-                                     : "metamodel: interrupted";
-        interruptedLength = std::min(line.size() + 1, sizeof interruptedLine);
-        std::memcpy(interruptedLine, (line + "\n").c_str(), interruptedLength);
-        struct sigaction action {};
-        action.sa_handler = onSignal;
-        sigemptyset(&action.sa_mask);
-        for (const int signal : handledSignals)
-            sigaddset(&action.sa_mask, signal);
-        for (size_t index = 0; index < std::size(handledSignals); ++index) {
-            sigaction(handledSignals[index], nullptr, &previous_[index]);
-            // A run started with interruptions ignored (in the background) keeps them so.
-            if (handledSignals[index] == SIGPIPE || previous_[index].sa_handler != SIG_IGN)
-                sigaction(handledSignals[index], &action, nullptr);
-        }
-    }
-    ~SignalGuard() {
-        for (size_t index = 0; index < std::size(handledSignals); ++index)
-            sigaction(handledSignals[index], &previous_[index], nullptr);
-    }
-    SignalGuard(const SignalGuard&) = delete;
-    SignalGuard& operator=(const SignalGuard&) = delete;
-
-private:
-    struct sigaction previous_[std::size(handledSignals)]{};
-};
 
 int writeAll(int descriptor, const char* data, size_t size) {
     while (size > 0) {
@@ -108,24 +49,24 @@ public:
                 return;
         }
         const std::string pattern = (folder / ".metamodel-XXXXXX").string();
-        if (pattern.size() >= sizeof scratchPath) {
+        char* const kept = removal_.name(pattern);
+        if (!kept) {
             error_ = ENAMETOOLONG;
             return;
         }
-        std::memcpy(scratchPath, pattern.c_str(), pattern.size() + 1);
-        scratchNamed = 1;
-        descriptor_ = mkostemp(scratchPath, O_CLOEXEC);
+        descriptor_ = mkostemp(kept, O_CLOEXEC);
         if (descriptor_ < 0) {
             error_ = errno;
-            scratchNamed = 0;
+            removal_.forget();
             return;
         }
-        path_ = scratchPath;
+        path_ = kept;
         if (!named) {
-            unlink(scratchPath);
-            scratchNamed = 0;
+            unlink(path_.c_str());
+            removal_.forget();
             return;
         }
+        ours_ = true;
         // It becomes the output: give it the mode a plain new file would get.
         const mode_t mask = umask(0);
         umask(mask);
@@ -134,9 +75,9 @@ public:
     ~ScratchFile() {
         if (descriptor_ >= 0)
             close(descriptor_);
-        if (scratchNamed) {
-            unlink(scratchPath);
-            scratchNamed = 0;
+        if (ours_) {
+            unlink(path_.c_str());
+            removal_.forget();
         }
     }
     ScratchFile(const ScratchFile&) = delete;
@@ -154,9 +95,15 @@ public:
         return error;
     }
     // Once renamed, the name is the output's and no longer ours to remove.
-    void renamed() { scratchNamed = 0; }
+    void renamed() {
+        removal_.forget();
+        ours_ = false;
+    }
 
 private:
+    RemoveOnInterruption removal_;
+    // A named scratch file that is still ours to remove.
+    bool ours_ = false;
     int descriptor_ = -1;
     int error_ = 0;
     std::string path_;
@@ -325,7 +272,7 @@ int writeOutputWhole(const std::string& output,
         folder = "/tmp";
     // Until the content is complete, a failure lies with the folder that holds it.
     const std::string holder = replaced ? shown : folder.string();
-    const SignalGuard signals;
+    const InterruptionGuard signals(true);
     ScratchFile scratch(folder, replaced);
     // The scratch file beside the output stands for it: where it cannot be made, the output
     // cannot be opened.

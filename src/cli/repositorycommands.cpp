@@ -1,6 +1,7 @@
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
 #include "cli/documentpaths.h"
+#include "cli/interruption.h"
 #include "cli/progress.h"
 #include "cli/repositoryaccess.h"
 
@@ -28,9 +29,10 @@ constexpr int exitFailure = 1;
 
 // The database file a run makes, and takes away again when the run fails: a first transfer
 // that fails while writing, or an init or transfer refused on opening (a schema the file
-// cannot have, say), leaves nothing behind, as one refused before does. Only
-// the file this run made goes, by device and inode: one that was there when the connection
-// was opened, or that has been put in its place since, stays.
+// cannot have, say), leaves nothing behind, as one refused before does; so does one that is
+// interrupted (SIGINT, SIGTERM) while it writes. Only the file this run made goes, by device
+// and inode: one that was there when the connection was opened, or that has been put in its
+// place since, stays.
 class MadeDatabaseFile {
 public:
     explicit MadeDatabaseFile(const std::string& connectionString)
@@ -39,20 +41,35 @@ public:
     void opening() {
         struct stat status {};
         existed_ = !path_ || lstat(path_->c_str(), &status) == 0;
+        if (existed_)
+            return;
+        // Named before the file exists: an interruption at any moment after takes it away.
+        interruption_.emplace(false);
+        database_.name(*path_);
+        journal_.name(*path_ + "-journal");
     }
     void opened() {
         struct stat status {};
         if (!existed_ && stat(path_->c_str(), &status) == 0)
             made_ = Identity{status.st_dev, status.st_ino};
+        else
+            keep();
+    }
+    // Once the run has succeeded: the file is the user's.
+    void keep() {
+        database_.forget();
+        journal_.forget();
+        interruption_.reset();
     }
     // After the connection is closed.
-    void removeIfMade() const {
+    void removeIfMade() {
         struct stat status {};
-        if (!made_ || stat(path_->c_str(), &status) != 0 || status.st_dev != made_->device ||
-            status.st_ino != made_->inode)
-            return;
-        unlink(path_->c_str());
-        unlink((*path_ + "-journal").c_str());
+        if (made_ && stat(path_->c_str(), &status) == 0 && status.st_dev == made_->device &&
+            status.st_ino == made_->inode) {
+            unlink(path_->c_str());
+            unlink((*path_ + "-journal").c_str());
+        }
+        keep();
     }
 
 private:
@@ -63,6 +80,9 @@ private:
     std::optional<std::string> path_;
     bool existed_ = true;
     std::optional<Identity> made_;
+    std::optional<InterruptionGuard> interruption_;
+    RemoveOnInterruption database_;
+    RemoveOnInterruption journal_;
 };
 
 // Opens the connection, noting whether it made the database file, also when opening fails
@@ -94,6 +114,7 @@ int initialise(const GlobalOptions& global, const CommandArguments& arguments) {
         madeFile.removeIfMade();
         return exitFailure;
     }
+    madeFile.keep();
     if (!global.quiet)
         writeSummary("init",
                      "the repository tables and procedures are ready" +
@@ -182,6 +203,8 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     if (result != 0) {
         connection.reset();
         madeFile.removeIfMade();
+    } else {
+        madeFile.keep();
     }
     if (!global.quiet) {
         if (result != 0) {

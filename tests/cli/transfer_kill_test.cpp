@@ -9,8 +9,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -109,6 +111,29 @@ TEST(TransferKilled, LeavesTheOldOrTheNewMetaModelNeverAMix) {
     EXPECT_GE(killedWithTheOld, 3);
     RecordProperty("killedWithTheOld", killedWithTheOld);
     RecordProperty("killedWithTheNew", killedWithTheNew);
+}
+
+// A first transfer interrupted while it writes leaves no database file behind, as a failed one
+// does: the database file and its journal go, from the moment the file is made.
+TEST(TransferKilled, AnInterruptedFirstTransferLeavesNoDatabaseFile) {
+    TempFolder folder;
+    const std::string set =
+        TestSupport::writeGeneratedSet(folder.file("set"), "Set", documents, properties);
+    std::filesystem::create_directory(folder.file("repository"));
+    const std::string database = folder.file("repository/new.sqlite");
+    for (const auto& [signal, code] : {std::pair{SIGINT, 130}, {SIGTERM, 143}}) {
+        const int errors = open(folder.file("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const pid_t child = TestSupport::startTool({"transfer", "--db", database, set}, "", errors);
+        close(errors);
+        const auto deadline = Clock::now() + std::chrono::seconds(20);
+        while (!std::filesystem::exists(database) && Clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_TRUE(std::filesystem::exists(database)) << "no database file appeared";
+        kill(child, signal);
+        EXPECT_EQ(TestSupport::exitCodeOf(child), code) << strsignal(signal);
+        EXPECT_EQ(TestSupport::readFile(folder.file("stderr")), "metamodel: interrupted\n");
+        EXPECT_TRUE(std::filesystem::is_empty(folder.file("repository"))) << strsignal(signal);
+    }
 }
 
 } // namespace
