@@ -53,14 +53,10 @@ public:
         if (!existed_ && stat(path_->c_str(), &status) == 0)
             made_ = Identity{status.st_dev, status.st_ino};
         else
-            keep();
+            forgetRemoval();
     }
     // Once the run has succeeded: the file is the user's.
-    void keep() {
-        database_.forget();
-        journal_.forget();
-        interruption_.reset();
-    }
+    void keep() { forgetRemoval(); }
     // After the connection is closed.
     void removeIfMade() {
         struct stat status {};
@@ -69,10 +65,16 @@ public:
             unlink(path_->c_str());
             unlink((*path_ + "-journal").c_str());
         }
-        keep();
+        forgetRemoval();
     }
 
 private:
+    void forgetRemoval() {
+        database_.forget();
+        journal_.forget();
+        interruption_.reset();
+    }
+
     struct Identity {
         dev_t device;
         ino_t inode;
