@@ -66,6 +66,8 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     std::filesystem::create_symlink(folder.file("nowhere"), folder.file("links/gone"));
     folder.write("loops/MetaModel.xml", "<metaModel file_no=\"4\"/>");
     std::filesystem::create_symlink(folder.file("loops/self"), folder.file("loops/self"));
+    const std::string installed =
+        folder.write("configuration/Core/MetaModel.xml", "<metaModel file_no=\"9\"/>");
     const std::string unparsable = "1 QEL_MM_SAX_PARSE_EXCEPTION QEL_MM_XML_FILE_ERR";
     const std::string unreadable = "1 QEL_MM_INPUT_UNREADABLE", s = folder.file("s");
     struct Case {
@@ -77,6 +79,8 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"check", s}, unreadable, locked},
         {{"transfer", "--db", "sqlite:" + database, s}, unreadable, locked},
         {{"compat", "--against", set, s}, unreadable, locked},
+        // compat reads its PATHs alone: an installation's document named as one is no repeat.
+        {{"--app-dir", folder.path().string(), "compat", "--against", set, installed}, "0"},
         {{"transfer", "--db", "sqlite:" + readOnly, faulty},
          "1 QEL_MM_DESC_TAG_NOT_FIRST QEL_MM_XML_FILE_ERR QEL_MM_XML2DB_ERR"},
         {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
