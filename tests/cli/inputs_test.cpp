@@ -68,6 +68,10 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     std::filesystem::create_symlink(folder.file("loops/self"), folder.file("loops/self"));
     const std::string installed =
         folder.write("configuration/Core/MetaModel.xml", "<metaModel file_no=\"9\"/>");
+    // An installation whose folders cannot even be looked into.
+    const std::string closed = folder.file("closed");
+    folder.write("closed/configuration/Core/MetaModel.xml", "<metaModel file_no=\"9\"/>");
+    ASSERT_EQ(chmod(folder.file("closed/configuration").c_str(), 0), 0);
     const std::string unparsable = "1 QEL_MM_SAX_PARSE_EXCEPTION QEL_MM_XML_FILE_ERR";
     const std::string unreadable = "1 QEL_MM_INPUT_UNREADABLE", s = folder.file("s");
     struct Case {
@@ -81,6 +85,10 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"compat", "--against", set, s}, unreadable, locked},
         // compat reads its PATHs alone: an installation's document named as one is no repeat.
         {{"--app-dir", folder.path().string(), "compat", "--against", set, installed}, "0"},
+        // Both folders of the installation, since neither can be told to be missing.
+        {{"--app-dir", closed, "check", set},
+         unreadable + " QEL_MM_INPUT_UNREADABLE",
+         "'" + closed + "/configuration/Core' cannot be read: " + std::strerror(EACCES)},
         {{"transfer", "--db", "sqlite:" + readOnly, faulty},
          "1 QEL_MM_DESC_TAG_NOT_FIRST QEL_MM_XML_FILE_ERR QEL_MM_XML2DB_ERR"},
         {{"dump", set, folder.file("empty")}, "0 QEL_MM_ROOT_EMPTY", folder.file("empty")},
@@ -114,6 +122,7 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     EXPECT_FALSE(std::filesystem::exists(database));
     EXPECT_EQ(TestSupport::readFile(readOnly), readOnlyBytes);
     chmod(folder.file("s/locked").c_str(), 0700);
+    chmod(folder.file("closed/configuration").c_str(), 0700);
 }
 
 } // namespace
