@@ -228,11 +228,10 @@ std::string formatMessageLine(const CppLanguage::IAppMsg& message) {
     if (const char* id = message.GetId(); id && *id)
         line += std::string(" [") + id + "]";
     // A diagnostic is one line, even when a path in it holds a line break.
-    std::string oneLine;
-    oneLine.reserve(line.size());
-    for (const char c : line)
-        oneLine += c == '\n' ? "\\n" : c == '\r' ? "\\r" : std::string_view(&c, 1);
-    return oneLine;
+    for (size_t at = line.find_first_of("\r\n"); at != std::string::npos;
+         at = line.find_first_of("\r\n", at + 2))
+        line.replace(at, 1, line[at] == '\n' ? "\\n" : "\\r");
+    return line;
 }
 
 } // namespace AppMsgManager

@@ -181,11 +181,8 @@ bool File::listFiles(std::vector<File>& entries, IFileFilter& filter, bool recur
         return false;
     std::sort(listed.begin(), listed.end(),
               [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<File> children;
-    children.reserve(listed.size());
-    for (const auto& [path, kind] : listed)
-        children.push_back(File(String(path.string()), kind));
-    for (const File& entry : children) {
+    for (const auto& [path, kind] : listed) {
+        const File entry(String(path.string()), kind);
         if (filter.accept(entry))
             entries.push_back(entry);
         if (recursive && entry.isDirectory())
