@@ -15,6 +15,7 @@
 #include "platform/messages.h"
 
 #include <cstdio>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <sys/stat.h>
@@ -37,22 +38,24 @@ class MadeDatabaseFile {
 public:
     explicit MadeDatabaseFile(const std::string& connectionString)
         : path_(TABLINK::embeddedDatabaseFile(connectionString)) {}
-    // Right before the connection is opened, and right after.
+    // Right before the connection is opened. The file is made here, exclusively, so that of two
+    // first runs at once only the one that made it ever takes it away: SQLite takes an empty
+    // file for an empty database.
     void opening() {
         struct stat status {};
-        existed_ = !path_ || lstat(path_->c_str(), &status) == 0;
-        if (existed_)
+        if (!path_ || lstat(path_->c_str(), &status) == 0)
             return;
         // Named before the file exists: an interruption at any moment after takes it away.
         interruption_.emplace(false);
         database_.name(*path_);
         journal_.name(*path_ + "-journal");
-    }
-    void opened() {
-        struct stat status {};
-        if (!existed_ && stat(path_->c_str(), &status) == 0)
+        const int made = open(path_->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        if (made >= 0 && fstat(made, &status) == 0)
             made_ = Identity{status.st_dev, status.st_ino};
-        else
+        if (made >= 0)
+            close(made);
+        // Another's file, or none (a missing folder, say), which the opening reports.
+        if (!made_)
             forgetRemoval();
     }
     // Once the run has succeeded: the file is the user's.
@@ -80,27 +83,18 @@ private:
         ino_t inode;
     };
     std::optional<std::string> path_;
-    bool existed_ = true;
     std::optional<Identity> made_;
     std::optional<InterruptionGuard> interruption_;
     RemoveOnInterruption database_;
     RemoveOnInterruption journal_;
 };
 
-// Opens the connection, noting whether it made the database file, also when opening fails
-// after the file was made.
+// Opens the connection, having made the database file when there was none.
 std::unique_ptr<IUniqueConnection>
 openNoting(MadeDatabaseFile& madeFile, const CommandArguments& arguments, TABLINK::OpenMode mode) {
     madeFile.opening();
-    try {
-        auto connection = std::make_unique<IUniqueConnection>(arguments.value("db", ""),
-                                                              arguments.value("schema", ""), mode);
-        madeFile.opened();
-        return connection;
-    } catch (...) {
-        madeFile.opened();
-        throw;
-    }
+    return std::make_unique<IUniqueConnection>(arguments.value("db", ""),
+                                               arguments.value("schema", ""), mode);
 }
 
 int initialise(const GlobalOptions& global, const CommandArguments& arguments) {
