@@ -46,31 +46,23 @@ public:
     virtual bool hasIndex() const = 0;
     // A direct child of the category "CsvLanguage".
     virtual bool isLanguage() const = 0;
+    // Own or inherited.
+    virtual bool HasProperty(const IProperty* property) const = 0;
     // By full name; null for a property that this category does not carry.
     virtual const IProperty* GetProperty(const ORLO::String& name) const = 0;
     virtual const IPropertyType* GetPropertyType(const ORLO::String& name) const = 0;
     // Own and inherited.
     virtual const PropertySet& GetAllProperties() const = 0;
+    // This category or one of its ancestors.
+    virtual bool SupportsCategory(const ICategory* category) const = 0;
     // This category and all its ancestors.
     virtual const CategorySet& GetAllCategories() const = 0;
+    // Position in GetAllProperties, or -1.
+    virtual int GetPropertyIndex(const IProperty* property) const = 0;
+    // Position in GetAllCategories, or -1.
+    virtual int GetCategoryIndex(const ICategory* category) const = 0;
     virtual int GetPropertyCount() const = 0;
     virtual int GetCategoryCount() const = 0;
-
-    // The membership tests of inner loops, answered by the tables of the category's model
-    // without a virtual call; a category of no model has no members.
-    bool HasProperty(const IProperty* property) const { return GetPropertyIndex(property) >= 0; }
-    // This category or one of its ancestors.
-    bool SupportsCategory(const ICategory* category) const {
-        return GetCategoryIndex(category) >= 0;
-    }
-    // Position in GetAllProperties, or -1.
-    int GetPropertyIndex(const IProperty* property) const {
-        return tables_ ? tables_->OwnPropertyIndex(localId_, property->LocalId()) : -1;
-    }
-    // Position in GetAllCategories, or -1.
-    int GetCategoryIndex(const ICategory* category) const {
-        return tables_ ? tables_->OwnCategoryIndex(localId_, category->LocalId()) : -1;
-    }
 
     // GetLocalId without a virtual call, for the membership tests of inner loops; -1 for a
     // category that no model numbered.

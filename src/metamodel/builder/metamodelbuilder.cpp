@@ -47,6 +47,22 @@ void linkAll(QELCollections::mfcList<Record>& pending, const Link& link) {
 
 CMetaModelBuilder::CMetaModelBuilder() : model_(std::make_unique<QEL::CMetaModel>()) {}
 
+CMetaModelBuilder::CMetaModelBuilder(const CMetaModelBuilder& other)
+    : CMetaModelEvents(other), model_(std::make_unique<QEL::CMetaModel>()) {}
+
+CMetaModelBuilder& CMetaModelBuilder::operator=(const CMetaModelBuilder& other) {
+    if (this != &other) {
+        CMetaModelEvents::operator=(other);
+        model_ = std::make_unique<QEL::CMetaModel>();
+        currentCategory_ = nullptr;
+        currentProperty_ = nullptr;
+        pendingInheritance_.Clear();
+        pendingTrees_.Clear();
+        pendingReferences_.Clear();
+    }
+    return *this;
+}
+
 CMetaModelBuilder::~CMetaModelBuilder() = default;
 
 bool CMetaModelBuilder::invariant() const {
@@ -72,7 +88,7 @@ void CMetaModelBuilder::declare(QEL::CCategory& element, bool partial, const Str
     currentCategory_ = &element;
     if (partial)
         return;
-    model_->CategoryGroup().AddLasting(element.GetName(), id);
+    model_->CategoryGroup().AddLasting(element.EnterName(), id);
     element.SetId(id);
     element.SetDescription(description);
     element.SetStatus(modelStatus(status));

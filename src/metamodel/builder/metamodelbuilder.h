@@ -45,9 +45,11 @@ struct STypedReference {
 class CMetaModelBuilder : public CMetaModelEvents {
 public:
     CMetaModelBuilder();
-    // Its pending links point into its own model: a copy would link into the wrong one.
-    CMetaModelBuilder(const CMetaModelBuilder&) = delete;
-    CMetaModelBuilder& operator=(const CMetaModelBuilder&) = delete;
+    // A builder owns its model, and its pending links point into it: a copy stands at the same
+    // stream position with a fresh, empty model of its own and nothing pending, which is an
+    // exact copy of a builder not in use.
+    CMetaModelBuilder(const CMetaModelBuilder& other);
+    CMetaModelBuilder& operator=(const CMetaModelBuilder& other);
     ~CMetaModelBuilder() override;
 
     bool invariant() const override;

@@ -168,7 +168,7 @@ const IWalkable* CCategory::walkItem(const ORLO::String& token) const {
     // A category of that name wins over any property of it.
     if (const ICategory* category = model_.GetCategory(token, false))
         return localCategories_.contains(category) ? category : nullptr;
-    const IProperty* property = model_.GetProperty(name_ + "." + token, false);
+    const IProperty* property = model_.GetProperty(GetName() + "." + token, false);
     if (!property)
         property = model_.GetProperty(token, false);
     if (property && localProperties_.contains(property) && isReference(*property))
@@ -195,7 +195,7 @@ bool CCategory::calculateLocalWalkable(std::vector<const IWalkable*>& out,
         const IWalkable* item = walkItem(token);
         if (!item || std::find(out.begin(), out.end(), item) != out.end()) {
             reportFromModel(ORLO_HERE, location, "QEL_MM_INVALID_TREE_ITEM",
-                            {{"ITEM", token}, {"TREE_NAM", tree}, {"CAT_NAM", name_}});
+                            {{"ITEM", token}, {"TREE_NAM", tree}, {"CAT_NAM", GetName()}});
             allGood = false;
             continue;
         }
@@ -206,7 +206,7 @@ bool CCategory::calculateLocalWalkable(std::vector<const IWalkable*>& out,
 
 void CCategory::appendDefaultWalk(std::vector<const IWalkable*>& out,
                                   const ORLO::String& tree) const {
-    reportFromModel(ORLO_HERE, "QEL_MM_DEFAULT_TREE_DEF", {{"TREE_NAM", tree}, {"CAT_NAM", name_}});
+    reportFromModel(ORLO_HERE, "QEL_MM_DEFAULT_TREE_DEF", {{"TREE_NAM", tree}, {"CAT_NAM", GetName()}});
     for (const ICategory* parent : inPointerOrder(localCategories_))
         out.push_back(parent);
     for (const IProperty* property : inPointerOrder(localProperties_))

@@ -2,6 +2,7 @@
 
 #include "interfaces/icategory.h"
 #include "metamodel/model/attribute.h"
+#include "metamodel/model/lastingname.h"
 
 #include <mutex>
 #include <unordered_map>
@@ -20,7 +21,7 @@ public:
 
     const IMetaModel& GetMetaModel() const override;
     bool IsType() const override { return false; }
-    const ORLO::String& GetName() const override { return name_; }
+    const ORLO::String& GetName() const override { return name_.get(); }
     const ORLO::String& GetDescription() const override { return description_; }
     const ElementStatus& GetStatus() const override { return status_; }
     int GetId() const override { return id_; }
@@ -33,6 +34,20 @@ public:
     bool IsBuildingFinished() const override { return buildingFinished_; }
     bool hasIndex() const override { return hasIndex_; }
     bool isLanguage() const override;
+    // The membership tests of inner loops, answered by the tables of the category's model; a
+    // category of no model has no members.
+    bool HasProperty(const IProperty* property) const final {
+        return GetPropertyIndex(property) >= 0;
+    }
+    bool SupportsCategory(const ICategory* category) const final {
+        return GetCategoryIndex(category) >= 0;
+    }
+    int GetPropertyIndex(const IProperty* property) const final {
+        return tables_ ? tables_->OwnPropertyIndex(localId_, property->LocalId()) : -1;
+    }
+    int GetCategoryIndex(const ICategory* category) const final {
+        return tables_ ? tables_->OwnCategoryIndex(localId_, category->LocalId()) : -1;
+    }
     const IProperty* GetProperty(const ORLO::String& name) const override;
     const IPropertyType* GetPropertyType(const ORLO::String& name) const override;
     const PropertySet& GetAllProperties() const override;
@@ -52,7 +67,9 @@ public:
         return allCategories_.memoryUsed() + allProperties_.memoryUsed();
     }
 
-    void SetName(const ORLO::String& name) { name_ = name; }
+    void SetName(const ORLO::String& name) { name_.set(name); }
+    // The name to enter in the model's tables; see LastingName.
+    const ORLO::String& EnterName() { return name_.enter(); }
     void SetDescription(const ORLO::String& description) { description_ = description; }
     void SetId(int id) { id_ = id; }
     void SetLocalId(int localId) { localId_ = localId; }
@@ -78,7 +95,7 @@ private:
     const CMetaModel& model_;
     bool buildingFinished_ = false;
     int id_ = int(0x80000000u);
-    ORLO::String name_;
+    LastingName name_;
     ORLO::String description_;
     ElementStatus status_ = EsInactive;
     CategorySet localCategories_;

@@ -186,7 +186,7 @@ void CMetaModel::addCategoryObject(std::unique_ptr<CCategory> category) {
     CCategory* added = category.get();
     added->SetLocalId(int(elements_->categories.size()));
     elements_->categories.push_back(std::move(category));
-    categoryNames_.assign(added->GetName(), added);
+    categoryNames_.assign(added->EnterName(), added);
     categories_.append(added);
 }
 
@@ -203,7 +203,7 @@ CMetaType* CMetaModel::AddType(const ORLO::String& name) {
     type->SetName(name);
     CMetaType* added = type.get();
     addCategoryObject(std::move(type));
-    typeNames_.assign(added->GetName(), added);
+    typeNames_.assign(added->EnterName(), added);
     types_.insert(added);
     return added;
 }
@@ -237,8 +237,8 @@ CProperty* CMetaModel::AddProperty(const ORLO::String& shortName, ORLO::String f
     added->SetLocalId(int(elements_->properties.size()));
     added->SetLastingType(typeObject);
     elements_->properties.push_back(added);
-    PropertyGroup().AddLasting(added->GetName(), id);
-    propertyNames_.assign(added->GetName(), added);
+    PropertyGroup().AddLasting(added->EnterName(), id);
+    propertyNames_.assign(added->EnterName(), added);
     properties_.append(added);
     return added;
 }

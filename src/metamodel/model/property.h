@@ -2,6 +2,7 @@
 
 #include "interfaces/iproperty.h"
 #include "metamodel/model/attribute.h"
+#include "metamodel/model/lastingname.h"
 
 #include <memory>
 #include <utility>
@@ -20,7 +21,7 @@ public:
     CProperty& operator=(const CProperty& other) = default;
     ~CProperty() override = default;
 
-    const ORLO::String& GetName() const override { return name_; }
+    const ORLO::String& GetName() const override { return name_.get(); }
     const ORLO::String& GetShortName() const override { return shortName_; }
     const ORLO::String& GetDescription() const override { return description_; }
     const ElementStatus& GetStatus() const override { return status_; }
@@ -33,7 +34,9 @@ public:
     const ICategory* GetCategory() const override { return category_; }
     virtual bool invariant() const { return true; }
 
-    void SetName(ORLO::String name) { name_ = std::move(name); }
+    void SetName(ORLO::String name) { name_.set(std::move(name)); }
+    // The name to enter in the model's tables; see LastingName.
+    const ORLO::String& EnterName() { return name_.enter(); }
     void SetShortName(const ORLO::String& shortName) { shortName_ = shortName; }
     void SetDescription(const ORLO::String& description) { description_ = description; }
     void SetId(int id) { id_ = id; }
@@ -51,7 +54,7 @@ public:
 
 private:
     int id_ = int(0x80000000u);
-    ORLO::String name_;
+    LastingName name_;
     ORLO::String shortName_;
     ORLO::String description_;
     ElementStatus status_ = EsInactive;

@@ -11,6 +11,9 @@ class CDumpMetaModelEvents : public MetaModel::CMetaModelEvents {
 public:
     // Touches nothing on disk before the stream starts.
     explicit CDumpMetaModelEvents(const ORLO::String& fileName);
+    // A copy stands at the same position and goes on writing into the same open file.
+    CDumpMetaModelEvents(const CDumpMetaModelEvents&) = default;
+    CDumpMetaModelEvents& operator=(const CDumpMetaModelEvents&) = default;
 
 protected:
     void OnStart() override;
@@ -31,7 +34,7 @@ private:
 
     ORLO::String currentOwner_;
     ORLO::String fileName_;
-    std::unique_ptr<ORLO::IFileWriter> writer_;
+    std::shared_ptr<ORLO::IFileWriter> writer_;
     ORLO::String line_;
     ORLO::String qualifiedName_;
 };

@@ -14,6 +14,9 @@ class CXMLMetaModelEvents : public CMetaModelEvents {
 public:
     // Opens the file at once; a failure shows at the stream's start.
     explicit CXMLMetaModelEvents(const String& fileName);
+    // A copy stands at the same position and goes on writing into the same open file.
+    CXMLMetaModelEvents(const CXMLMetaModelEvents&) = default;
+    CXMLMetaModelEvents& operator=(const CXMLMetaModelEvents&) = default;
 
 protected:
     void OnStart() override;
@@ -41,7 +44,7 @@ private:
     void OutputReference(const String& attribute, const String& value);
 
     String fileName_;
-    std::unique_ptr<ORLO::IFileWriter> writer_;
+    std::shared_ptr<ORLO::IFileWriter> writer_;
     String line_;
 };
 

@@ -194,6 +194,31 @@ TEST_F(BuilderEvents, EventsOutsideAnyElementFindNothingToAttachTo) {
     EXPECT_TRUE(builder.invariant());
 }
 
+// A copy cannot share the model that its source owns: it stands at the same position with a
+// fresh model, and the source goes on as before.
+TEST_F(BuilderEvents, ACopyStandsAtTheSamePositionWithAModelOfItsOwn) {
+    builder.Start();
+    builder.StartCategory("Open", false, "", 1, active);
+    builder.InheritedCategory("Later", active);
+    MetaModel::CMetaModelBuilder copy(builder);
+    EXPECT_TRUE(copy.IsStarted() && copy.IsInCategory());
+    EXPECT_NE(copy.GetResult(), builder.GetResult());
+    EXPECT_TRUE(copy.GetResult()->GetCategories().empty());
+    property("size", "integer");
+    builder.EndCategory(false);
+    builder.StartCategory("Later", false, "", 2, active);
+    builder.EndCategory(false);
+    builder.End();
+    const QEL::ICategory* open = builder.GetResult()->GetCategory("Open", true);
+    EXPECT_TRUE(open->SupportsCategory(builder.GetResult()->GetCategory("Later", true)));
+    EXPECT_EQ(names(open->GetLocalProperties()), Names{"Open.size"});
+
+    copy = builder;
+    EXPECT_FALSE(copy.IsStarted());
+    EXPECT_TRUE(copy.invariant());
+    EXPECT_TRUE(copy.GetResult()->GetCategories().empty());
+}
+
 TEST_F(BuilderEvents, DetachingHandsOverTheModelAndStartsAFreshOneWithAHigherVersion) {
     builder.Start();
     builder.StartCategory("Kept", false, "", 1, active);

@@ -77,6 +77,39 @@ TEST_F(Lookups, MandatoryLookupsOfMissingElementsRaiseWithWhatWasAskedFor) {
     EXPECT_EQ(said([&] { m.GetProperty(78, true); }), "QEL_MM_UNDEF_PROP_ID PROP_ID=78");
 }
 
+// The tables keep finding an element under the name it was added with, whatever it is called
+// later; names long enough to live on the heap, where a table holding a view of a replaced text
+// would read freed memory.
+TEST(MetaModel, AnElementRenamedAfterItWasAddedIsFoundUnderItsAddedName) {
+    HandModel hand;
+    const std::string added = "Category_with_a_name_too_long_for_the_string_itself";
+    QEL::CCategory* category = hand.category(added);
+    QEL::CMetaType* type = hand.type(added + "_type", {category});
+    QEL::CProperty* property =
+        hand.property(type, "a_property_name_that_lives_on_the_heap", "integer", 42);
+    const std::string propertyName = property->GetName();
+    category->SetName("Renamed_category_with_a_name_as_long_as_the_first_one");
+    type->SetName("R");
+    property->SetName("Renamed.a_property_name_that_lives_on_the_heap_too");
+    hand.model.FinishBuilding();
+
+    EXPECT_EQ(hand.model.GetCategory(added, false), category);
+    EXPECT_EQ(hand.model.GetMetaType(added + "_type", false), type);
+    EXPECT_EQ(hand.model.GetProperty(propertyName, false), property);
+    EXPECT_EQ(hand.model.GetCategory("R", false), nullptr);
+    EXPECT_EQ(std::string(hand.model.PropertyGroup().GetName(42)), propertyName);
+    EXPECT_EQ(hand.model.PropertyGroup().GetId(propertyName), 42);
+    EXPECT_EQ(std::string(category->GetName()),
+              "Renamed_category_with_a_name_as_long_as_the_first_one");
+    EXPECT_EQ(std::string(property->GetName()),
+              "Renamed.a_property_name_that_lives_on_the_heap_too");
+    // A copy holds the current name and can be renamed on its own.
+    QEL::CProperty copy(*property);
+    copy.SetName("Copy.name");
+    EXPECT_EQ(std::string(copy.GetName()), "Copy.name");
+    EXPECT_EQ(hand.model.GetProperty(propertyName, false), property);
+}
+
 TEST(MetaModel, PropertiesWithUnknownTypeOrMergeWordsAreRefusedAndLeaveTheModelAsItWas) {
     HandModel hand;
     QEL::CCategory* box = hand.category("Box");

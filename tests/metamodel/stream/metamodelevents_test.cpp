@@ -107,8 +107,13 @@ TEST(DumpSink, WritesOneLinePerElementAndPropertyInStreamOrder) {
     dump.StartProperty("orphan", "", "integer", zero, one, "no", 9, active);
     dump.EndProperty();
     dump.StartCategory("Base", false, "d", 1003001, IMetaModelEvents::EsInactive);
-    dump.StartProperty("size", "", "integer", zero, one, "sum", 1003002, active);
-    dump.EndProperty();
+    {
+        // A copy made inside the category stands there too and writes into the same file.
+        CDumpMetaModelEvents copy(dump);
+        EXPECT_TRUE(copy.IsInCategory() && copy.IsStarted());
+        copy.StartProperty("size", "", "integer", zero, one, "sum", 1003002, active);
+        copy.EndProperty();
+    }
     dump.EndCategory(false);
     dump.StartType("Other", true, "", IMetaModelEvents::NoId, active);
     dump.StartProperty("extra", "", "string", zero, one, "no", 1003003, active);
