@@ -36,10 +36,11 @@ bool namesDocumentInAnotherCase(const std::string& path) {
                       });
 }
 
+// The path as the reader opens it.
 std::string resolved(const std::string& path) {
     ORLO::String folder(path);
     MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
-    return folder;
+    return ORLO::withPlatformSeparators(folder);
 }
 
 using FileIdentity = std::pair<dev_t, ino_t>;

@@ -27,11 +27,7 @@ public:
 
 // Input paths may use either separator; the file system wants ours.
 fs::path toNativePath(const String& path) {
-    std::string native(path);
-    for (char& c : native)
-        if (isPathSeparator(c))
-            c = PathSeparator;
-    return fs::path(native);
+    return fs::path(withPlatformSeparators(path));
 }
 
 class StreamWriter : public IFileWriter {

@@ -83,6 +83,13 @@ constexpr char PathSeparator = '/';
 inline bool isPathSeparator(char c) {
     return c == '/' || c == '\\';
 }
+// The path with the platform's separator wherever the input used either.
+inline std::string withPlatformSeparators(std::string path) {
+    for (char& c : path)
+        if (isPathSeparator(c))
+            c = PathSeparator;
+    return path;
+}
 
 } // namespace ORLO
 

@@ -102,6 +102,9 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"check", set, folder.file("set//MetaModel.xml")}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"export", folder.file("set/metamodel.xml")}, "1 QEL_MM_NOT_A_DOCUMENT_NAME"},
+        // Either separator in a PATH.
+        {{"check", folder.path().string() + "\\set\\MetaModel.xml"}, "0"},
+        {{"--app-dir", folder.path().string(), "check", "<app dir>\\set"}, "0"},
         {{"dump", folder.write("deep/MetaModel.xml", nested(257))},
          unparsable,
          "elements nest deeper than 257 levels, the parser's fixed limit"},

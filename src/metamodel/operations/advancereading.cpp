@@ -19,6 +19,7 @@ AdvanceReading::AdvanceReading(const std::vector<std::string>& paths, IMetaModel
     });
     if (!hasAnotherCore())
         return;
+    reader_.PlanRead();
     try {
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error&) {
@@ -33,16 +34,27 @@ AdvanceReading::~AdvanceReading() {
 }
 
 void AdvanceReading::Finish() {
-    {
-        const std::lock_guard lock(progressMutex_);
+    if (thread_.joinable()) {
+        std::unique_lock lock(progressMutex_);
         telling_ = true;
-        if (latest_ && progress_)
-            progress_(pass_, latest_->path, latest_->number, latest_->count);
-    }
-    if (thread_.joinable())
+        for (;;) {
+            while (!untold_.empty()) {
+                const Progress progress = std::move(untold_.front());
+                untold_.pop_front();
+                lock.unlock();
+                progress_(pass_, progress.path, progress.number, progress.count);
+                lock.lock();
+            }
+            if (ended_)
+                break;
+            progressChanged_.wait(lock);
+        }
+        lock.unlock();
         thread_.join();
-    else
+    } else {
+        inTurn_ = true;
         run();
+    }
     CppLanguage::postHeld(messages_);
     messages_.clear();
     if (failure_)
@@ -50,25 +62,35 @@ void AdvanceReading::Finish() {
 }
 
 void AdvanceReading::run() {
-    const CppLanguage::HeldMessagesScope hold(messages_);
-    try {
-        reader_.Read();
-    } catch (const Abandoned&) {
-    } catch (...) {
-        failure_ = std::current_exception();
+    {
+        const CppLanguage::HeldMessagesScope hold(messages_);
+        try {
+            reader_.Read();
+        } catch (const Abandoned&) {
+        } catch (...) {
+            failure_ = std::current_exception();
+        }
     }
+    const std::lock_guard lock(progressMutex_);
+    ended_ = true;
+    progressChanged_.notify_one();
 }
 
 void AdvanceReading::documentStarts(const String& path, size_t number, size_t count) {
     if (abandoned_)
         throw Abandoned{};
-    const std::lock_guard lock(progressMutex_);
     if (!progress_)
         return;
-    if (telling_)
+    if (inTurn_) {
         progress_(pass_, path, number, count);
-    else
-        latest_ = Progress{path, number, count};
+        return;
+    }
+    const std::lock_guard lock(progressMutex_);
+    // Until Finish only the latest document counts: it is where the reading stands then.
+    if (!telling_)
+        untold_.clear();
+    untold_.push_back(Progress{path, number, count});
+    progressChanged_.notify_one();
 }
 
 } // namespace MetaModel

@@ -4,9 +4,10 @@
 #include "metamodel/operations/operationreading.h"
 
 #include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <exception>
 #include <mutex>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -22,7 +23,9 @@ bool hasAnotherCore();
 // sees until then. Until Finish nothing of it shows: what it reports is held and its progress
 // kept back. A reading that is never finished is abandoned at its next document and dropped
 // whole, so an operation shows what readings one after the other would show. Where the
-// process has a single core, it simply runs in its turn.
+// process has a single core, it simply runs in its turn. The host hears only on its own
+// thread: the documents are found before the thread starts, and the progress is told from
+// Finish.
 class AdvanceReading {
 public:
     // `progress` hears of the documents as pass `pass`, from Finish on.
@@ -54,8 +57,13 @@ private:
     std::exception_ptr failure_;
     std::atomic<bool> abandoned_{false};
     std::mutex progressMutex_;
+    std::condition_variable progressChanged_;
+    // Finish has begun: every document is told from now on, not only the latest.
     bool telling_ = false;
-    std::optional<Progress> latest_;
+    // The reading runs in its turn, on the caller's thread, and tells its progress itself.
+    bool inTurn_ = false;
+    bool ended_ = false;
+    std::deque<Progress> untold_;
     std::thread thread_;
 };
 

@@ -26,9 +26,7 @@ namespace fs = std::filesystem;
 enum Operation : unsigned int { OpMove = 1, OpCopy = 2, OpDelete = 3 };
 
 std::string nativeText(std::string_view text) {
-    std::string native(text);
-    std::replace(native.begin(), native.end(), '\\', ORLO::PathSeparator);
-    return native;
+    return ORLO::withPlatformSeparators(std::string(text));
 }
 
 // "dir/" names the folder "dir"; its empty last piece would name nothing.

@@ -318,9 +318,9 @@ const ORLO::String& WrapperGenerator::getWrapperInclFile(const QEL::ICategory* c
     ORLO::String include;
     if (const QEL::IAttribute* root = category->GetAttribute("ROOT_PATH")) {
         // The value lies below rootPath; what follows it and its separator is the sub-folder.
-        ORLO::String relative = root->GetStringValue().subString(int(rootPath.size()) + 1);
+        ORLO::String relative = ORLO::withPlatformSeparators(
+            root->GetStringValue().subString(int(rootPath.size()) + 1));
         if (!relative.empty()) {
-            std::replace(relative.begin(), relative.end(), '\\', ORLO::PathSeparator);
             makeFolder(relative);
             include = relative + ORLO::PathSeparator;
         }

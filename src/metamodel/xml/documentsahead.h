@@ -3,6 +3,7 @@
 #include "cpplanguage/appmsg.h"
 #include "metamodel/stream/eventlog.h"
 #include "metamodel/xml/xmlmetamodelhandler.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/xmlsaxparser.h"
 
 #include <atomic>
@@ -24,10 +25,7 @@ namespace MetaModel {
 // leave the reader's handler in a state that a fresh handler, as the threads use, lacks.
 class CDocumentsAhead {
 public:
-    struct Document {
-        String path;
-        String rootPath;
-    };
+    using Document = PlannedDocument;
 
     // `jobs` counts the reader's own thread: jobs - 1 threads parse ahead.
     CDocumentsAhead(std::vector<Document> documents, int jobs);

@@ -167,9 +167,8 @@ void CXMLMetaModelReader::readDocument(CXMLMetaModelHandler& handler, ORLO::XmlS
     }
 }
 
-void CXMLMetaModelReader::UnsafeRead() {
-    // Every document is found before the first is read, so that an observer knows the count.
-    std::vector<CDocumentsAhead::Document> plan;
+std::vector<PlannedDocument> CXMLMetaModelReader::plan() const {
+    std::vector<PlannedDocument> plan;
     const auto planDocument = [&plan](String path, const String& resolvedRoot,
                                       const String& symbolicRoot) {
         String rootPath = documentFolder(path);
@@ -177,7 +176,10 @@ void CXMLMetaModelReader::UnsafeRead() {
             rootPath.replace(resolvedRoot, symbolicRoot);
         plan.push_back({std::move(path), std::move(rootPath)});
     };
-    for (const String& rootPath : rootPaths_) {
+    // Paths are cut and compared below with the platform's separator, whichever one the
+    // caller used.
+    for (const String& listedRoot : rootPaths_) {
+        const String rootPath = ORLO::withPlatformSeparators(listedRoot);
         String resolved(rootPath);
         const bool symbolic = ResolvePlaceholders(resolved);
         // Documents come back as absolute paths; the root must match them textually for
@@ -189,12 +191,24 @@ void CXMLMetaModelReader::UnsafeRead() {
         for (String& document : documents)
             planDocument(std::move(document), resolved, symbolicRoot);
     }
-    for (const String& file : files_) {
+    for (const String& listedFile : files_) {
+        const String file = ORLO::withPlatformSeparators(listedFile);
         String resolved(file);
         ResolvePlaceholders(resolved);
         const String resolvedRoot = ORLO::File(resolved).getParent();
         planDocument(resolved, resolvedRoot, ORLO::File(file).getParent());
     }
+    return plan;
+}
+
+void CXMLMetaModelReader::PlanRead() {
+    planned_ = plan();
+}
+
+void CXMLMetaModelReader::UnsafeRead() {
+    // Every document is found before the first is read, so that an observer knows the count.
+    const std::vector<PlannedDocument> plan = planned_ ? std::move(*planned_) : this->plan();
+    planned_.reset();
 
     const int jobs = jobs_ > 0 ? jobs_ : DefaultJobs();
     std::optional<CDocumentsAhead> ahead;
@@ -205,7 +219,7 @@ void CXMLMetaModelReader::UnsafeRead() {
     ORLO::XmlSAXParser parser(&handler, ORLO::ParserSax, false);
     handler.StartStream();
     for (size_t index = 0; index < plan.size(); ++index) {
-        const CDocumentsAhead::Document& document = plan[index];
+        const PlannedDocument& document = plan[index];
         if (observer_)
             observer_(document.path, index + 1, plan.size());
         events()->SetSource(document.path);

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <list>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,12 @@ namespace MetaModel {
 
 class CDocumentsAhead;
 class CXMLMetaModelHandler;
+
+// A document of a read, and the folder its "ROOT_PATH" names.
+struct PlannedDocument {
+    String path;
+    String rootPath;
+};
 
 // Reads "MetaModel.xml" documents: every document under a list of root folders, then single
 // documents, as one stream with one Start and one End. Paths may begin with a placeholder
@@ -32,6 +39,10 @@ public:
     bool invariant() const override;
     // Reads roots and files. Nothing is consumed: a read can run again into another sink.
     void UnsafeRead() override;
+    // Finds the documents of the next read now, on the calling thread, for a read that is to
+    // run on another: the application data manager, which resolves the placeholders and cuts
+    // the paths, is the host's, and is asked only on the host's thread.
+    void PlanRead();
     // Reads the in-memory sources; a faulty source is reported and the next one read.
     virtual void readSources();
 
@@ -61,7 +72,10 @@ private:
                       CDocumentsAhead* ahead, std::size_t index, const String& path,
                       const String& rootPath);
 
+    std::vector<PlannedDocument> plan() const;
+
     std::list<String> rootPaths_;
+    std::optional<std::vector<PlannedDocument>> planned_;
     std::list<String> files_;
     std::vector<std::pair<String, String>> sources_;
     DocumentObserver observer_;

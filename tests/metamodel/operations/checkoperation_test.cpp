@@ -3,6 +3,8 @@
 #include "metamodel/operations/checkoperation.h"
 
 #include "installationonly.h"
+#include "metamodel/xml/xmlmetamodelreader.h"
+#include "platform/appdatamanager.h"
 #include "support/messagecapture.h"
 #include "support/tempfolder.h"
 
@@ -12,6 +14,8 @@
 
 #include <algorithm>
 #include <mutex>
+#include <set>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -27,20 +31,59 @@ protected:
     OperationTesting::InstallationOnly installation_;
 };
 
+// The host's application data manager, noting the threads it is asked on.
+class ThreadNotingManager : public AppDataManager::IAppDataManager {
+public:
+    ThreadNotingManager() : host_(AppDataManager::LoadAppDataManager()) {
+        AppDataManager::SetAppDataManager(this);
+    }
+    ~ThreadNotingManager() override { AppDataManager::SetAppDataManager(nullptr); }
+    const AppDataManager::ISettings* GetSettings() const override {
+        note();
+        return host_->GetSettings();
+    }
+    const AppDataManager::IPaths* GetPaths() const override {
+        note();
+        return host_->GetPaths();
+    }
+    std::set<std::thread::id> threads() const {
+        const std::lock_guard lock(mutex_);
+        return threads_;
+    }
+
+private:
+    void note() const {
+        const std::lock_guard lock(mutex_);
+        threads_.insert(std::this_thread::get_id());
+    }
+    AppDataManager::IAppDataManager* host_;
+    mutable std::mutex mutex_;
+    mutable std::set<std::thread::id> threads_;
+};
+
 TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
+    // Two jobs, whatever this machine has, so that the second reading has a thread of its own.
+    MetaModel::CXMLMetaModelReader::SetDefaultJobs(2);
     for (int run = 0; run < 20; ++run) {
         std::mutex toldMutex;
         std::vector<std::pair<int, size_t>> told;
+        std::set<std::thread::id> toldOn;
         size_t secondCount = 0;
         MessageCapture messages;
+        const ThreadNotingManager manager;
         ASSERT_TRUE(CheckMetaModelFromXML(
             {review}, [&](int pass, const ORLO::String&, size_t number, size_t count) {
                 const std::lock_guard lock(toldMutex);
                 told.emplace_back(pass, number);
+                toldOn.insert(std::this_thread::get_id());
                 if (pass == 2)
                     secondCount = count;
             }));
         EXPECT_EQ(messages.ids(), Ids{});
+        // The host hears only on its own thread.
+        const std::set<std::thread::id> host{std::this_thread::get_id()};
+        EXPECT_EQ(toldOn, host);
+        EXPECT_EQ(manager.threads(), host);
 
         // The installation's three documents and the extension, each once in the first pass.
         ASSERT_GT(told.size(), 4u);
@@ -56,6 +99,7 @@ TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
         EXPECT_EQ(secondCount, 4u);
         EXPECT_EQ(told.back(), std::make_pair(2, size_t(4)));
     }
+    MetaModel::CXMLMetaModelReader::SetDefaultJobs(0);
 }
 
 // A process held to one core reads in turn: every document of each pass is told, in order.

@@ -145,6 +145,17 @@ TEST(XmlReader, RootPathKeepsThePlaceholderOfTheRootItWasFoundUnder) {
 
     CXMLMetaModelReader bare(false, false);
     EXPECT_EQ(bare.GetRootPaths().size(), 2u) << "the extension folder's roots are always added";
+
+    // Paths given with the other separator are cut with ours, so they keep their placeholder.
+    bare.AddRootPath("<user dir>\\configuration\\Languages");
+    bare.addFile("<app dir>\\loose\\MetaModel.xml");
+    TestSupport::RecordingEvents otherSeparator;
+    bare.SetEvents(&otherSeparator);
+    bare.Read();
+    EXPECT_EQ(
+        categoriesWithRoots(otherSeparator),
+        (Lines{"ExtensionCat @ " + extension.file("configuration/Core"),
+               "UserCat @ <user dir>/configuration/Languages/Mine", "LooseCat @ <app dir>/loose"}));
 }
 
 TEST(XmlReader, PlaceholdersResolveOneKindAtATime) {
