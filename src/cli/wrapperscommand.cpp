@@ -209,10 +209,24 @@ std::optional<int> settleInMemory(const GlobalOptions& global, bool check,
     const Changes changes = comparison.changes();
     if (check)
         return reportCheck(global, changes, output);
-    if (!changes.empty() || !comparison.foldersPresent())
+    if (!comparison.foldersPresent())
         return std::nullopt;
+    // Files that are only to go are taken away here: the generator's merge would purge them
+    // too, but then find nothing new to move in and fail a run whose output is right.
+    if (std::any_of(changes.begin(), changes.end(),
+                    [](const auto& change) { return std::string_view(change.second) != "gone"; }))
+        return std::nullopt;
+    for (const auto& [name, change] : changes) {
+        if (!global.quiet)
+            std::printf("Purging %s\n", fs::path(name).filename().c_str());
+        if (MetaModel::FileOp::deleteFiles((fs::path(output) / name).string()) != 0)
+            return exitFailure;
+    }
     if (!global.quiet)
-        writeSummary("wrappers", "up to date, nothing written");
+        writeSummary("wrappers", changes.empty()
+                                     ? std::string("up to date, nothing written")
+                                     : "removed " + std::to_string(changes.size()) +
+                                           " file(s) no longer generated; the rest is up to date");
     return exitSuccess;
 }
 

@@ -432,8 +432,17 @@ TEST(Wrappers, ABareDocumentNameAndAnOutputEndingInASeparatorWork) {
     const fs::path before = fs::current_path();
     fs::current_path(folder.file("set"));
     const auto run = runTool({"wrappers", "-o", "new/out/", "--root", ".", "MetaModel.xml"});
+    // A header no longer generated, in a tree without sub-folders: the merge alone would find
+    // nothing left to move in once it had purged it, and fail the run.
+    folder.write("set/new/out/Old.h", "left over\n");
+    const auto again =
+        runTool({"wrappers", "--no-cache", "-o", "new/out", "--root", ".", "MetaModel.xml"});
     fs::current_path(before);
     EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_TRUE(fs::is_regular_file(folder.file("set/new/out/K.h")));
+    EXPECT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_EQ(again.out, "Purging Old.h\n");
+    EXPECT_FALSE(fs::exists(folder.file("set/new/out/Old.h")));
     EXPECT_TRUE(fs::is_regular_file(folder.file("set/new/out/K.h")));
 }
 
