@@ -30,7 +30,8 @@ template <class T> struct ReleaseStoragePolicy {
 // services this way.
 template <class T, class Policy = ReleaseStoragePolicy<T>> class CPointer {
 public:
-    explicit CPointer(T* pointee = nullptr) : pointee_(pointee) {}
+    // Not explicit: a holder is commonly written as initialised from what a call hands out.
+    CPointer(T* pointee = nullptr) : pointee_(pointee) {}
     CPointer(const CPointer&) = delete;
     CPointer& operator=(const CPointer&) = delete;
     CPointer(CPointer&& other) noexcept : pointee_(other.pointee_) { other.pointee_ = nullptr; }

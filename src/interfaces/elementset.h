@@ -19,6 +19,7 @@ template <class T> class ElementSet {
 
 public:
     using value_type = T;
+    using key_type = T;
     using size_type = std::size_t;
     using const_iterator = typename std::vector<T>::const_iterator;
     using iterator = const_iterator;
@@ -27,6 +28,8 @@ public:
 
     const_iterator begin() const { return members_.begin(); }
     const_iterator end() const { return members_.end(); }
+    const_iterator cbegin() const { return begin(); }
+    const_iterator cend() const { return end(); }
     size_type size() const { return members_.size(); }
     bool empty() const { return members_.empty(); }
     T operator[](size_type position) const { return members_[position]; }
@@ -51,6 +54,15 @@ public:
     }
     bool contains(T member) const { return find(member) != end(); }
     size_type count(T member) const { return contains(member) ? 1 : 0; }
+    // The same members, in whatever order they joined.
+    friend bool operator==(const ElementSet& a, const ElementSet& b) {
+        if (a.size() != b.size())
+            return false;
+        for (T member : a)
+            if (!b.contains(member))
+                return false;
+        return true;
+    }
 
     // Answers false, and changes nothing, when the member is there already.
     bool insert(T member) {

@@ -33,6 +33,11 @@ public:
     // A new record for a caught exception of the library, or null for any other exception.
     virtual CppLanguage::CAppMsg* ExceptionToMsg(const std::exception* caught) = 0;
     virtual void PostMsg(const CppLanguage::IAppMsg& message) = 0;
+    // The record as the calls above answer it; a null one posts nothing.
+    void PostMsg(const CppLanguage::IAppMsg* message) {
+        if (message)
+            PostMsg(*message);
+    }
     // Tagged variadic forms: the id, tags with their values, then CBindArgNameToVal pointers
     // ended by a null pointer.
     virtual void FormatMsg(const char* id, ...) = 0;

@@ -19,7 +19,7 @@ public:
 // A path; it never holds the file open.
 class File {
 public:
-    explicit File(const String& path);
+    File(const String& path);
     ~File() = default;
 
     bool exists() const;

@@ -147,6 +147,9 @@ public:
 class XmlSAXParser : public XmlParser {
 public:
     XmlSAXParser(IXmlHandler* handler, const ParserType& type, const bool& flag);
+    // The type as its number, as callers that know only the value 3 pass it.
+    XmlSAXParser(IXmlHandler* handler, int type, bool flag)
+        : XmlSAXParser(handler, ParserType(type), flag) {}
     bool parseFile(const String& path, const bool& validate, const bool& namespaces) override;
     bool parseString(const String& text, const bool& validate, const bool& namespaces) override;
 

@@ -11,19 +11,9 @@ namespace MetaModel {
 
 namespace {
 
-static_assert(int(QEL::EsActive) == int(IMetaModelEvents::EsActive) &&
-                  int(QEL::EsDeprecated) == int(IMetaModelEvents::EsDeprecated) &&
-                  int(QEL::EsObsolete) == int(IMetaModelEvents::EsObsolete) &&
-                  int(QEL::EsInactive) == int(IMetaModelEvents::EsInactive),
-              "a status crosses from the stream into the model unchanged");
-
-QEL::ElementStatus modelStatus(IMetaModelEvents::ElementStatus status) {
-    return QEL::ElementStatus(status);
-}
-
 // An element under an owner is as weak as the weaker of the two.
-QEL::ElementStatus effectiveStatus(QEL::ElementStatus owner, IMetaModelEvents::ElementStatus own) {
-    return std::max(owner, modelStatus(own));
+QEL::ElementStatus effectiveStatus(QEL::ElementStatus owner, QEL::ElementStatus own) {
+    return std::max(owner, own);
 }
 
 bool isPrimitiveType(const String& type) {
@@ -91,7 +81,7 @@ void CMetaModelBuilder::declare(QEL::CCategory& element, bool partial, const Str
     model_->CategoryGroup().AddLasting(element.EnterName(), id);
     element.SetId(id);
     element.SetDescription(description);
-    element.SetStatus(modelStatus(status));
+    element.SetStatus(status);
 }
 
 void CMetaModelBuilder::OnStartCategory(const String& name, bool partial, const String& description,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "interfaces/imetamodel.h"
+#include "metamodel/metamodelexceptions.h"
 
 #include <map>
 #include <set>
@@ -50,7 +51,7 @@ public:
     const std::map<std::string, int>& getNameToId() const { return nameToId; }
     const std::map<int, std::string>& getIdToFile() const { return idToFile; }
 
-private:
+    // A plain record: the fields are open to callers as well.
     bool coherent = true;
     bool empty = true;
     std::set<int> ids;

@@ -4,9 +4,11 @@
 #include "metamodel/model/propertytype.h"
 #include "platform/messages.h"
 
+#include <atomic>
+
 namespace QEL {
 
-std::atomic<std::uint64_t> CMetaModel::next_version = 1;
+std::uint64_t CMetaModel::next_version = 1;
 
 CMetaModel::Elements::~Elements() {
     categories.clear();
@@ -40,7 +42,9 @@ private:
 
 } // namespace
 
-CMetaModel::CMetaModel() : version_(next_version++), elements_(std::make_shared<Elements>()) {
+CMetaModel::CMetaModel()
+    : version_(std::atomic_ref<std::uint64_t>(next_version).fetch_add(1)),
+      elements_(std::make_shared<Elements>()) {
     // Every category and property sits at its local id in these lists, so membership needs
     // no index of its own; a foreign element fails the position check.
     categories_.delegateMembership(

@@ -96,7 +96,9 @@ public:
     // Bytes held by the tables and indexes of the model, without the elements themselves.
     std::size_t IndexMemoryUsed() const;
 
-    static std::atomic<std::uint64_t> next_version;
+    // A plain counter to read; models made on two threads at once take their numbers through
+    // an atomic view of it.
+    static std::uint64_t next_version;
 
 private:
     bool IsBuildingFinished() const { return buildingFinished_; }

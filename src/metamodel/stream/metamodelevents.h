@@ -2,6 +2,8 @@
 
 #include "cpplanguage/deletable.h"
 #include "cpplanguage/orlostring.h"
+#include "interfaces/elementstatus.h"
+#include "metamodel/metamodelexceptions.h"
 
 namespace MetaModel {
 
@@ -11,10 +13,13 @@ using ORLO::String;
 // one End. Readers call these; sinks implement the On... hooks of CMetaModelEvents.
 class IMetaModelEvents : public virtual CppLanguage::IDeletable {
 public:
-    // A higher value is a weaker element; effective status is a maximum.
-    // A fixed underlying type: values from outside (a repository row, a caller) may lie
-    // beyond the four, and writers must be able to hold and test them.
-    enum ElementStatus : int { EsActive = 0, EsDeprecated = 1, EsObsolete = 2, EsInactive = 3 };
+    // The one status of streams and models, so that a status read from one is set on the
+    // other as it stands.
+    using ElementStatus = QEL::ElementStatus;
+    static constexpr ElementStatus EsActive = QEL::EsActive;
+    static constexpr ElementStatus EsDeprecated = QEL::EsDeprecated;
+    static constexpr ElementStatus EsObsolete = QEL::EsObsolete;
+    static constexpr ElementStatus EsInactive = QEL::EsInactive;
 
     // Marks "no id": every partial declaration carries it.
     static constexpr int NoId = int(0x80000000u);

@@ -2,6 +2,7 @@
 
 #include "interfaces/icategory.h"
 #include "interfaces/imetamodel.h"
+#include "metamodel/metamodelexceptions.h"
 
 #include <set>
 

@@ -309,7 +309,7 @@ void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item, Ver
         if (newType) {
             CPropertyTypeValidator classifier;
             classifier.Classify(*property->type);
-            type->second = classifier.recognized() || categories_.count(*property->type) != 0 ||
+            type->second = classifier.recognized || categories_.count(*property->type) != 0 ||
                            types_.count(*property->type) != 0;
         }
         if (!type->second)
@@ -319,7 +319,7 @@ void CValidationMetaModelEvents::checkProperties(const TypeOrCategory& item, Ver
         if (newMerge) {
             CPropertyMergeValidator classifier;
             classifier.Classify(*property->merge);
-            merge->second = classifier.recognized();
+            merge->second = classifier.recognized;
         }
         if (!merge->second)
             error(property->location, "QEL_MM_INVALID_PROP_MERGE",

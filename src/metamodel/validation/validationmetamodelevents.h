@@ -3,6 +3,7 @@
 #include "interfaces/idset.h"
 #include "metamodel/stream/metamodelevents.h"
 #include "metamodel/textstore.h"
+#include "metamodel/validation/wordvalidators.h"
 #include "platform/messages.h"
 
 #include <functional>

@@ -7,40 +7,36 @@ namespace MetaModel {
 // Answers whether a word is one of the ten property type words of documents; it builds
 // nothing.
 class CPropertyTypeValidator : public QEL::IPropertyTypeBuilder,
-                               private QEL::CXmlPropertyTypeClassifier {
+                               public QEL::CXmlPropertyTypeClassifier {
 public:
-    bool recognized() const { return recognized_; }
+    // Whether the last word classified was one of them.
+    bool recognized = false;
 
-    void OnInteger() override { recognized_ = true; }
-    void OnString() override { recognized_ = true; }
-    void OnDateTime() override { recognized_ = true; }
-    void OnBookmark() override { recognized_ = true; }
-    void OnReference() override { recognized_ = true; }
-    void OnIntegerList() override { recognized_ = true; }
-    void OnStringList() override { recognized_ = true; }
-    void OnDateTimeList() override { recognized_ = true; }
-    void OnBookmarkList() override { recognized_ = true; }
-    void OnReferenceList() override { recognized_ = true; }
-    void OnUnknown() override { recognized_ = false; }
-
-private:
-    bool recognized_ = false;
+    void OnInteger() override { recognized = true; }
+    void OnString() override { recognized = true; }
+    void OnDateTime() override { recognized = true; }
+    void OnBookmark() override { recognized = true; }
+    void OnReference() override { recognized = true; }
+    void OnIntegerList() override { recognized = true; }
+    void OnStringList() override { recognized = true; }
+    void OnDateTimeList() override { recognized = true; }
+    void OnBookmarkList() override { recognized = true; }
+    void OnReferenceList() override { recognized = true; }
+    void OnUnknown() override { recognized = false; }
 };
 
 // Answers whether a word is one of the four merge words of documents.
 class CPropertyMergeValidator : public QEL::IPropertyMergeBuilder,
-                                private QEL::CXmlPropertyMergeClassifier {
+                                public QEL::CXmlPropertyMergeClassifier {
 public:
-    bool recognized() const { return recognized_; }
+    // Whether the last word classified was one of them.
+    bool recognized = false;
 
-    void OnNo() override { recognized_ = true; }
-    void OnSum() override { recognized_ = true; }
-    void OnDistinct() override { recognized_ = true; }
-    void OnBitOr() override { recognized_ = true; }
-    void OnUnknown() override { recognized_ = false; }
-
-private:
-    bool recognized_ = false;
+    void OnNo() override { recognized = true; }
+    void OnSum() override { recognized = true; }
+    void OnDistinct() override { recognized = true; }
+    void OnBitOr() override { recognized = true; }
+    void OnUnknown() override { recognized = false; }
 };
 
 } // namespace MetaModel

@@ -2,6 +2,7 @@
 
 #include "cpplanguage/orlostring.h"
 #include "interfaces/imetamodel.h"
+#include "metamodel/metamodelexceptions.h"
 
 #include <fstream>
 #include <map>

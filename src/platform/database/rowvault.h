@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cpplanguage/orlostring.h"
+#include "platform/database/databaseexceptions.h"
 
 namespace RowVault {
 

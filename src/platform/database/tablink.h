@@ -63,3 +63,13 @@ public:
 };
 
 } // namespace TABLINK
+
+// The C-style calls answer to their bare names as well, as callers of such an interface write
+// them.
+using TABLINK::dbcallrequest;
+using TABLINK::dbcommit;
+using TABLINK::dbendrequest;
+using TABLINK::dbgetconnectiontype;
+using TABLINK::dbgetrepositoryname;
+using TABLINK::dbscanf;
+using TABLINK::dbsetrepositoryname;

@@ -1,3 +1,4 @@
+#include "interfaces/elementset.h"
 #include "metamodel/model/handmodel.h"
 #include "metamodel/model/raisedmessage.h"
 
@@ -347,6 +348,22 @@ TEST(IndexTables, ClosedSetsAndPositionsAreThoseOfThePlainRecursion) {
             }
         }
     }
+}
+
+TEST(ElementSets, AreEqualWhenTheyHoldTheSameMembersInWhateverOrder) {
+    const int x = 0, y = 0, z = 0;
+    QEL::ElementSet<const int*> a, b, c;
+    for (const int* member : {&x, &y})
+        a.insert(member);
+    for (const int* member : {&y, &x})
+        b.insert(member);
+    for (const int* member : {&x, &z})
+        c.insert(member);
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(a == c);
+    b.insert(&z);
+    EXPECT_FALSE(a == b);
+    EXPECT_FALSE(b == a);
 }
 
 // The closed property list is made on first demand, after the tables already answer for its
