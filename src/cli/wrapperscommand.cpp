@@ -191,6 +191,13 @@ private:
     std::string path_;
 };
 
+// Whether `path` lies below `folder`; both absolute and without links.
+bool liesInside(const fs::path& path, const fs::path& folder) {
+    const auto [inFolder, inPath] =
+        std::mismatch(folder.begin(), folder.end(), path.begin(), path.end());
+    return inFolder == folder.end() && inPath != path.end();
+}
+
 void cannot(const char* what, const std::string& path) {
     std::fprintf(stderr, "metamodel: error: cannot %s '%s'\n", what, path.c_str());
 }
@@ -309,10 +316,25 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     std::future<FolderTree> listing = std::async(std::launch::async, listFolderTree, output);
     RealRootPathBuilder builder;
     std::error_code ignored;
+    // The merge takes out of DIR whatever the generator did not make: a document read from
+    // inside DIR would go with it.
+    const fs::path outputFolder = fs::weakly_canonical(fs::absolute(output, ignored), ignored);
+    std::string documentInOutput;
+    source.observeDocuments([&](const ORLO::String& path, size_t, size_t) {
+        if (documentInOutput.empty() &&
+            liesInside(fs::weakly_canonical(fs::absolute(std::string(path), ignored), ignored),
+                       outputFolder))
+            documentInOutput = path;
+    });
     const bool outputExisted = fs::exists(output, ignored);
     std::optional<ScratchFolder> scratch;
     try {
         source.play(builder);
+        if (!documentInOutput.empty()) {
+            CppLanguage::report(ORLO_HERE, "FILEOP_OUTPUT_HOLDS_INPUT",
+                                {{"FOLDER", output}, {"INPUT", documentInOutput}});
+            return exitFailure;
+        }
         const QEL::IMetaModel& model = *builder.GetResult();
         // The generator checks the root before the categories can be held against it.
         MetaModel::WrapperGenerator renderer(&model, root, output);

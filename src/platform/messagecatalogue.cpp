@@ -27,6 +27,9 @@ constexpr MessageDefinition catalogue[] = {
     {"FILEOP_CANNOT_MOVE", SeverityError, "'{SRC}' cannot be moved to '{DST}'."},
     {"FILEOP_CANNOT_WRITE", SeverityError, "'{FILE}' cannot be written: {REASON}."},
     {"FILEOP_INVALID_PATH", SeverityError, "The path '{PATH}' does not exist."},
+    {"FILEOP_OUTPUT_HOLDS_INPUT", SeverityError,
+     "The output folder '{FOLDER}' holds the input '{INPUT}', which the run would remove as "
+     "no file of its own; name another output folder."},
     {"FILEOP_OUTPUT_IS_INPUT", SeverityError,
      "The output '{FILE}' is the input '{INPUT}' itself, which writing would destroy; name "
      "another output."},

@@ -437,7 +437,13 @@ TEST(Wrappers, ABareDocumentNameAndAnOutputEndingInASeparatorWork) {
     folder.write("set/new/out/Old.h", "left over\n");
     const auto again =
         runTool({"wrappers", "--no-cache", "-o", "new/out", "--root", ".", "MetaModel.xml"});
+    // Whatever the generator did not make goes from the output folder, its documents too.
+    const auto intoItsInputs = runTool({"wrappers", "-o", ".", "--root", ".", "MetaModel.xml"});
     fs::current_path(before);
+    EXPECT_EQ(intoItsInputs.exitCode, 1);
+    EXPECT_NE(intoItsInputs.err.find("[FILEOP_OUTPUT_HOLDS_INPUT]"), std::string::npos)
+        << intoItsInputs.err;
+    EXPECT_TRUE(fs::is_regular_file(folder.file("set/MetaModel.xml")));
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_TRUE(fs::is_regular_file(folder.file("set/new/out/K.h")));
     EXPECT_EQ(again.exitCode, 0) << again.err;
