@@ -207,6 +207,10 @@ void SetAppMsgManager(IAppMsgManager* manager) {
     installed = manager;
 }
 
+bool HostManagerInstalled() {
+    return installed != nullptr;
+}
+
 void SetMessageSink(MessageSink sink) {
     defaultManager().sink = std::move(sink);
 }

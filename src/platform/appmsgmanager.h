@@ -54,6 +54,8 @@ using MessageSink = std::function<void(const CppLanguage::IAppMsg&)>;
 IAppMsgManager* LoadAppMsgManager();
 // A host may put its own manager in place; null puts the default back. Not owned.
 void SetAppMsgManager(IAppMsgManager* manager);
+// Whether a host's manager is in place rather than the library's own.
+bool HostManagerInstalled();
 // Where the default manager delivers posted messages; an empty sink restores the default,
 // which writes formatMessageLine to standard error.
 void SetMessageSink(MessageSink sink);

@@ -1,5 +1,6 @@
 #include "metamodel/xml/documentsahead.h"
 
+#include "platform/appmsgmanager.h"
 #include "platform/messages.h"
 #include "platform/xmlsaxparser.h"
 
@@ -85,6 +86,10 @@ private:
 int defaultJobs() {
     if (const int jobs = configuredJobs.load())
         return jobs;
+    // A host that put its own message manager in place is called on its own thread only: the
+    // manager formats every message, also those of documents parsed ahead.
+    if (AppMsgManager::HostManagerInstalled())
+        return 1;
     cpu_set_t usable;
     if (sched_getaffinity(0, sizeof usable, &usable) == 0)
         return std::max(1, CPU_COUNT(&usable));

@@ -5,6 +5,7 @@
 #include "installationonly.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/appdatamanager.h"
+#include "platform/appmsgmanager.h"
 #include "support/messagecapture.h"
 #include "support/tempfolder.h"
 
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <mutex>
 #include <set>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -125,6 +127,58 @@ TEST_F(CheckOperation, OnASingleCoreTheReadingsTakeTurns) {
     EXPECT_EQ(messages.ids(), Ids{});
     EXPECT_EQ(told, (std::vector<std::pair<int, size_t>>{
                         {1, 1}, {1, 2}, {1, 3}, {1, 4}, {2, 1}, {2, 2}, {2, 3}, {2, 4}}));
+}
+
+// A host's message manager, noting the threads it formats messages on.
+class ThreadNotingMessages : public AppMsgManager::IAppMsgManager {
+public:
+    ThreadNotingMessages() { AppMsgManager::SetAppMsgManager(this); }
+    ~ThreadNotingMessages() override { AppMsgManager::SetAppMsgManager(nullptr); }
+    void Release() override {}
+    int AddRef() override { return 1; }
+    void RemoveRef() override {}
+    CppLanguage::CAppMsg* ExceptionToMsg(const std::exception*) override { return nullptr; }
+    void PostMsg(const CppLanguage::IAppMsg&) override {}
+    void FormatMsg(const char*, ...) override {}
+    CppLanguage::CAppMsg* CreateMsg(const char*, ...) override { return nullptr; }
+    void Fill(CppLanguage::CAppMsg& record, const char* id, const AppMsgManager::MessageOrigin&,
+              std::span<const CppLanguage::CBindArgNameToVal* const>) override {
+        const std::lock_guard lock(mutex_);
+        threads_.insert(std::this_thread::get_id());
+        ++filled_;
+        record.SetText(id);
+    }
+    std::set<std::thread::id> threads() const {
+        const std::lock_guard lock(mutex_);
+        return threads_;
+    }
+    int filled() const {
+        const std::lock_guard lock(mutex_);
+        return filled_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::set<std::thread::id> threads_;
+    int filled_ = 0;
+};
+
+// Documents parsed ahead would have their faults formatted on the threads that parse them: a
+// host that put its own message manager in place has every document read on its own thread.
+TEST_F(CheckOperation, AHostsMessageManagerIsCalledOnTheHostsThreadOnly) {
+    TestSupport::TempFolder folder;
+    std::string large = "<metaModel file_no=\"1\">";
+    for (int category = 1; category <= 3000; ++category)
+        large += "<category name=\"C" + std::to_string(category) + "\" rid=\"" +
+                 std::to_string(category) + "\"><description/></category>";
+    folder.write("set/a/MetaModel.xml", large + "</metaModel>");
+    for (const char* name : {"b", "c", "d", "e", "f"})
+        folder.write(std::string("set/") + name + "/MetaModel.xml",
+                     "<metaModel file_no=\"2\" file_level=\"nowhere\"/>");
+    const ThreadNotingMessages host;
+    EXPECT_FALSE(CheckMetaModelFromXML({folder.file("set")}));
+    EXPECT_GT(host.filled(), 0);
+    EXPECT_EQ(host.threads(), std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
 TEST_F(CheckOperation, WhatTheSecondReadingFindsInAFaultySetIsNeverShown) {
