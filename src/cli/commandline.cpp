@@ -197,6 +197,12 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     // After "--" every word is an operand, even one that starts with "-": those are kept out
     // of the parse and added after it. CLI11 takes a vector of words last word first.
     const auto separator = std::find(words.begin(), words.end(), "--");
+    // The parser would take the word after "--output=" as the value: an empty value is a
+    // mistake to say, not a reason to swallow a PATH.
+    for (auto word = words.begin(); word != separator; ++word)
+        if (word->size() > 3 && word->rfind("--", 0) == 0 && word->back() == '=' &&
+            word->find('=') == word->size() - 1)
+            throw UsageError(word->substr(0, word->size() - 1) + " needs a value", named);
     std::vector<std::string> reversed(std::make_reverse_iterator(separator), words.rend());
     try {
         app.parse(reversed);
@@ -235,9 +241,13 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
                                  line.command);
             continue;
         }
-        if (option.checkValue)
-            for (const std::string& value : given->second)
+        for (const std::string& value : given->second) {
+            if (option.valueName && value.empty())
+                throw UsageError("--" + std::string(option.longName) + " needs a value",
+                                 line.command);
+            if (option.checkValue)
                 option.checkValue(value, line.command);
+        }
     }
     line.arguments.values = std::move(command.values);
     return line;

@@ -67,9 +67,17 @@ bool readDocument(MetaModel::MetaModelFragment& fragment, const std::string& fil
 }
 
 bool readDocuments(Side& side, const std::vector<std::string>& paths) {
-    for (const std::string& path : paths)
-        for (std::string& file : MetaModel::getMetaModelFiles(path))
+    // Each PATH as the other commands read it: a name ending in the document name is one
+    // document, anything else a folder; placeholders resolved.
+    for (const std::string& path : paths) {
+        const std::string resolved = resolvedPath(path);
+        if (MetaModel::namesDocument(resolved)) {
+            side.files.push_back(resolved);
+            continue;
+        }
+        for (std::string& file : MetaModel::getMetaModelFiles(resolved))
             side.files.push_back(std::move(file));
+    }
     bool read = true;
     for (const std::string& file : side.files)
         read = readDocument(side.fragment, file) && read;

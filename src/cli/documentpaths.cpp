@@ -36,13 +36,6 @@ bool namesDocumentInAnotherCase(const std::string& path) {
                       });
 }
 
-// The path as the reader opens it.
-std::string resolved(const std::string& path) {
-    ORLO::String folder(path);
-    MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
-    return ORLO::withPlatformSeparators(folder);
-}
-
 using FileIdentity = std::pair<dev_t, ino_t>;
 
 // Lists what the reader will read, the same way it finds it, so that what the reader would
@@ -77,6 +70,11 @@ private:
         struct stat status {};
         fstat(descriptor, &status);
         close(descriptor);
+        // A folder named like a document is no document, and the reader reads nothing of it.
+        if (S_ISDIR(status.st_mode)) {
+            fail(path, EISDIR);
+            return;
+        }
         const auto [earlier, isNew] =
             seen_.emplace(FileIdentity{status.st_dev, status.st_ino}, via);
         if (!isNew) {
@@ -160,12 +158,18 @@ private:
 
 } // namespace
 
+std::string resolvedPath(const std::string& path) {
+    ORLO::String folder(path);
+    MetaModel::CXMLMetaModelReader::ResolvePlaceholders(folder);
+    return ORLO::withPlatformSeparators(folder);
+}
+
 bool documentPathsExist(const std::vector<std::string>& paths) {
     bool allThere = true;
     for (const std::string& path : paths) {
         // The folder a placeholder stands for is tested; the reader still gets the symbolic
         // form, which its documents keep as their root.
-        if (MetaModel::namesDocument(path) || ORLO::File(resolved(path)).isDirectory())
+        if (MetaModel::namesDocument(path) || ORLO::File(resolvedPath(path)).isDirectory())
             continue;
         CppLanguage::reportAt(ORLO_HERE, {},
                               namesDocumentInAnotherCase(path) ? "QEL_MM_NOT_A_DOCUMENT_NAME"
@@ -184,18 +188,18 @@ bool documentPathsReadable(const std::vector<std::string>& paths, bool withInsta
     if (withInstallation) {
         const MetaModel::COperationReader builtIn({});
         for (const ORLO::String& root : builtIn.GetRootPaths()) {
-            const std::string folder = resolved(root);
+            const std::string folder = resolvedPath(root);
             if (access(folder.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR))
                 survey.walkRoot(folder, root);
         }
     }
     for (const std::string& path : paths) {
         if (MetaModel::namesDocument(path)) {
-            survey.checkDocument(resolved(path), path);
+            survey.checkDocument(resolvedPath(path), path);
             continue;
         }
         const size_t failuresBefore = survey.failures();
-        if (survey.walkRoot(resolved(path), path) == 0 && survey.failures() == failuresBefore)
+        if (survey.walkRoot(resolvedPath(path), path) == 0 && survey.failures() == failuresBefore)
             CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_ROOT_EMPTY", {{"PATH", path}});
     }
     return survey.passed();

@@ -11,6 +11,9 @@ namespace Cli {
 // Every command that reads documents reads the set of MetaModel::COperationReader, so that one
 // set of arguments means one set of documents whatever the command.
 
+// The PATH as the reader opens it: its placeholder resolved, with the platform's separators.
+std::string resolvedPath(const std::string& path);
+
 // Reports every PATH that is neither a document nor an existing folder; answers whether
 // there was none.
 bool documentPathsExist(const std::vector<std::string>& paths);

@@ -58,6 +58,11 @@ TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
         {{"--against", installed, twice}, 1, "QEL_MM_FRAGMENT_DUPLICATE "},
         {{"--against", installed, bad}, 1, "QEL_MM_FRAGMENT_NOT_A_NUMBER "},
         {{"--against", absent, fresh}, 1, "QEL_MM_ROOT_NOT_FOUND "},
+        // PATHs as every command reads them: placeholders resolved.
+        {{"--app-dir", data, "--against", "<app dir>/installed/a/MetaModel.xml", "--against",
+          "<app dir>/installed/b", clashing},
+         1,
+         "QEL_MM_FRAGMENT_ID_CLASH QEL_MM_FRAGMENT_NAME_CLASH QEL_MM_FRAGMENT_PROP_ID_CLASH "},
         {{installed}, 2, ""},
         {{"--against", installed}, 2, ""},
         {{"--against", installed, "--db", data + "r.sqlite", installed}, 2, ""},
@@ -72,6 +77,14 @@ TEST(CompatCommand, AnswersAndListsEveryClashWithTheFilesOnBothSides) {
         EXPECT_EQ(messageIds(run.err), c.diagnostics) << name << ": " << run.err;
         EXPECT_EQ(run.out.empty(), c.arguments[0] != "--migrate" || c.exitCode != 1) << name;
     }
+    // A folder named like a document is refused, not walked.
+    TempFolder folder;
+    folder.write("named/OldMetaModel.xml/MetaModel.xml", TestSupport::readFile(fresh));
+    const auto named =
+        runTool({"compat", "--against", installed, folder.file("named/OldMetaModel.xml")});
+    EXPECT_EQ(named.exitCode, 1);
+    EXPECT_EQ(messageIds(named.err), "QEL_MM_INPUT_UNREADABLE ") << named.err;
+
     EXPECT_EQ(runTool({"compat", "--migrate", "--against", installed, moved}).out,
               "type or category A has original id 2001001 and trying to change to 2001005 "
               "defined in file : " +

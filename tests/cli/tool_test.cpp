@@ -81,6 +81,9 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         {"export", "--schema", "s"},
         {"describe", "--schema", "s"},
         {"describe", "--json=yes", METAMODEL_SOURCE_DIR "/examples"},
+        // An empty value, not the PATH after it.
+        {"dump", "--output=", METAMODEL_SOURCE_DIR "/examples"},
+        {"dump", "-o", "", METAMODEL_SOURCE_DIR "/examples"},
         {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
         {"dump", "--db", "a", "--db", "b"},
         {"transfer", METAMODEL_SOURCE_DIR "/examples"},
