@@ -189,3 +189,17 @@ using CXmlToDBMergeConverter =
     CPropertyMergeConverter<CXmlPropertyMergeClassifier, CDBPropertyMergeClassifier>;
 
 } // namespace QEL
+
+// The builders of the words are named among the stream's builders as well.
+namespace MetaModel {
+using QEL::CDBPropertyMergeClassifier;
+using QEL::CPropertyMergeBuilder;
+using QEL::CPropertyMergeConverter;
+using QEL::CPropertyTypeBuilder;
+using QEL::CXmlPropertyMergeClassifier;
+using QEL::CXmlPropertyTypeClassifier;
+using QEL::IPropertyMergeBuilder;
+using QEL::IPropertyMergeClassifier;
+using QEL::IPropertyTypeBuilder;
+using QEL::IPropertyTypeClassifier;
+} // namespace MetaModel

@@ -40,3 +40,9 @@ public:
 };
 
 } // namespace MetaModel
+
+// Beside the rest of their family.
+namespace QEL {
+using MetaModel::CPropertyMergeValidator;
+using MetaModel::CPropertyTypeValidator;
+} // namespace QEL
