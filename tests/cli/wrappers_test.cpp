@@ -346,6 +346,10 @@ TEST(Wrappers, TheRecordLiesInTheCacheFolderAndARunWithoutOneStillSucceeds) {
     fs::remove_all(output);
     const auto homeFirst = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
     const auto homeSecond = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
+    // Without any cache folder there is no record, and the run goes the whole way.
+    unsetenv("HOME");
+    fs::remove_all(output);
+    const auto homeless = runTool({"wrappers", "-o", output, "--root", crafted, crafted});
     setenv("HOME", home.c_str(), 1);
     setenv("XDG_CACHE_HOME", ownCache.c_str(), 1);
     EXPECT_EQ(first.exitCode, 0) << first.err;
@@ -356,6 +360,8 @@ TEST(Wrappers, TheRecordLiesInTheCacheFolderAndARunWithoutOneStillSucceeds) {
     EXPECT_NE(homeSecond.err.find("up to date, nothing written"), std::string::npos)
         << homeSecond.err;
     EXPECT_TRUE(fs::is_directory(folder.file("home/.cache/metamodel/wrappers")));
+    EXPECT_EQ(homeless.exitCode, 0) << homeless.err;
+    EXPECT_TRUE(fs::is_regular_file(output + "/AllWrappers.h"));
 }
 
 // Failures leave no output folder behind, and name what went wrong.
