@@ -21,7 +21,9 @@
 #include <future>
 #include <map>
 #include <optional>
+#include <set>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -198,6 +200,41 @@ bool liesInside(const fs::path& path, const fs::path& folder) {
     return inFolder == folder.end() && inPath != path.end();
 }
 
+// The first document that the merge into `folder` would reach: one that lies inside it, or,
+// where the folder holds links (`links`), one that a walk through them reaches, as the merge
+// walks.
+std::optional<std::string> inputInOutput(const std::vector<std::string>& documents,
+                                         const fs::path& folder, bool links) {
+    std::error_code ignored;
+    if (folder.empty())
+        return std::nullopt;
+    for (const std::string& document : documents)
+        if (liesInside(fs::weakly_canonical(fs::absolute(document, ignored), ignored), folder))
+            return document;
+    if (!links)
+        return std::nullopt;
+    std::set<std::pair<dev_t, ino_t>> reached;
+    const auto options = fs::directory_options::follow_directory_symlink |
+                         fs::directory_options::skip_permission_denied;
+    for (auto entry = fs::recursive_directory_iterator(folder, options, ignored);
+         entry != fs::recursive_directory_iterator(); entry.increment(ignored)) {
+        // A link that leads back up would be walked for ever.
+        if (entry.depth() > 64) {
+            entry.disable_recursion_pending();
+            continue;
+        }
+        struct stat status {};
+        if (::stat(entry->path().c_str(), &status) == 0 && S_ISREG(status.st_mode))
+            reached.emplace(status.st_dev, status.st_ino);
+    }
+    for (const std::string& document : documents) {
+        struct stat status {};
+        if (::stat(document.c_str(), &status) == 0 && reached.count({status.st_dev, status.st_ino}))
+            return document;
+    }
+    return std::nullopt;
+}
+
 void cannot(const char* what, const std::string& path) {
     std::fprintf(stderr, "metamodel: error: cannot %s '%s'\n", what, path.c_str());
 }
@@ -226,8 +263,13 @@ std::optional<int> settleInMemory(const GlobalOptions& global, bool check,
     for (const auto& [name, change] : changes) {
         if (!global.quiet)
             std::printf("Purging %s\n", fs::path(name).filename().c_str());
-        if (MetaModel::FileOp::deleteFiles((fs::path(output) / name).string()) != 0)
+        // The file itself: a name such as "*.*" is no pattern here.
+        const fs::path gone = fs::path(output) / name;
+        std::error_code failed;
+        if (!fs::remove(gone, failed) || failed) {
+            CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_DELETE", {{"ARG", gone.string()}});
             return exitFailure;
+        }
     }
     if (!global.quiet)
         writeSummary("wrappers", changes.empty()
@@ -319,20 +361,18 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     // The merge takes out of DIR whatever the generator did not make: a document read from
     // inside DIR would go with it.
     const fs::path outputFolder = fs::weakly_canonical(fs::absolute(output, ignored), ignored);
-    std::string documentInOutput;
-    source.observeDocuments([&](const ORLO::String& path, size_t, size_t) {
-        if (documentInOutput.empty() &&
-            liesInside(fs::weakly_canonical(fs::absolute(std::string(path), ignored), ignored),
-                       outputFolder))
-            documentInOutput = path;
-    });
+    std::vector<std::string> documents;
+    source.observeDocuments(
+        [&](const ORLO::String& path, size_t, size_t) { documents.push_back(path); });
     const bool outputExisted = fs::exists(output, ignored);
     std::optional<ScratchFolder> scratch;
     try {
         source.play(builder);
-        if (!documentInOutput.empty()) {
+        const FolderTree current = listing.get();
+        if (const std::optional<std::string> input =
+                inputInOutput(documents, outputFolder, !current.plain)) {
             CppLanguage::report(ORLO_HERE, "FILEOP_OUTPUT_HOLDS_INPUT",
-                                {{"FOLDER", output}, {"INPUT", documentInOutput}});
+                                {{"FOLDER", output}, {"INPUT", *input}});
             return exitFailure;
         }
         const QEL::IMetaModel& model = *builder.GetResult();
@@ -340,7 +380,7 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         MetaModel::WrapperGenerator renderer(&model, root, output);
         if (!categoriesUnderRoot(model, absoluteRoot(root)))
             return exitFailure;
-        if (const auto settled = settleInMemory(global, check, renderer, listing.get(), output))
+        if (const auto settled = settleInMemory(global, check, renderer, current, output))
             return succeeded(*settled);
         // Whatever the comparison cannot vouch for is the generator's, as it stands.
         if (check) {

@@ -441,19 +441,29 @@ TEST(Wrappers, ABareDocumentNameAndAnOutputEndingInASeparatorWork) {
     // A header no longer generated, in a tree without sub-folders: the merge alone would find
     // nothing left to move in once it had purged it, and fail the run.
     folder.write("set/new/out/Old.h", "left over\n");
+    // A name that would be a pattern to the merge's file operations is only a name.
+    folder.write("set/new/out/*.*", "left over\n");
     const auto again =
         runTool({"wrappers", "--no-cache", "-o", "new/out", "--root", ".", "MetaModel.xml"});
     // Whatever the generator did not make goes from the output folder, its documents too.
     const auto intoItsInputs = runTool({"wrappers", "-o", ".", "--root", ".", "MetaModel.xml"});
+    // Also through a link in the output folder, which the merge follows.
+    fs::create_directory(folder.file("linked"));
+    fs::create_directory_symlink(folder.file("set"), folder.file("linked/set"));
+    const auto throughALink =
+        runTool({"wrappers", "-o", "../linked", "--root", ".", "MetaModel.xml"});
     fs::current_path(before);
     EXPECT_EQ(intoItsInputs.exitCode, 1);
     EXPECT_NE(intoItsInputs.err.find("[FILEOP_OUTPUT_HOLDS_INPUT]"), std::string::npos)
         << intoItsInputs.err;
+    EXPECT_EQ(throughALink.exitCode, 1);
+    EXPECT_NE(throughALink.err.find("[FILEOP_OUTPUT_HOLDS_INPUT]"), std::string::npos)
+        << throughALink.err;
     EXPECT_TRUE(fs::is_regular_file(folder.file("set/MetaModel.xml")));
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_TRUE(fs::is_regular_file(folder.file("set/new/out/K.h")));
     EXPECT_EQ(again.exitCode, 0) << again.err;
-    EXPECT_EQ(again.out, "Purging Old.h\n");
+    EXPECT_EQ(again.out, "Purging *.*\nPurging Old.h\n");
     EXPECT_FALSE(fs::exists(folder.file("set/new/out/Old.h")));
     EXPECT_TRUE(fs::is_regular_file(folder.file("set/new/out/K.h")));
 }
