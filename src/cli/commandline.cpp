@@ -197,13 +197,16 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     // After "--" every word is an operand, even one that starts with "-": those are kept out
     // of the parse and added after it. CLI11 takes a vector of words last word first.
     const auto separator = std::find(words.begin(), words.end(), "--");
-    // The parser would take the word after "--output=" as the value: an empty value is a
-    // mistake to say, not a reason to swallow a PATH.
-    for (auto word = words.begin(); word != separator; ++word)
-        if (word->size() > 3 && word->rfind("--", 0) == 0 && word->back() == '=' &&
-            word->find('=') == word->size() - 1)
-            throw UsageError(word->substr(0, word->size() - 1) + " needs a value", named);
-    std::vector<std::string> reversed(std::make_reverse_iterator(separator), words.rend());
+    // The parser would take the word after "--output=" as the value: the empty value is
+    // handed over as one, as `--output ""` hands it over, and judged below.
+    std::vector<std::string> reversed;
+    for (auto word = std::make_reverse_iterator(separator); word != words.rend(); ++word) {
+        const bool emptyValue = word->size() > 3 && word->rfind("--", 0) == 0 &&
+                                word->back() == '=' && word->find('=') == word->size() - 1;
+        if (emptyValue)
+            reversed.emplace_back();
+        reversed.push_back(emptyValue ? word->substr(0, word->size() - 1) : *word);
+    }
     try {
         app.parse(reversed);
     } catch (const CLI::ParseError& refused) {
@@ -242,7 +245,9 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
             continue;
         }
         for (const std::string& value : given->second) {
-            if (option.valueName && value.empty())
+            // A file, a folder or a repository needs a name; an empty NAME (a schema) means
+            // none.
+            if (option.valueName && value.empty() && std::string_view(option.valueName) != "NAME")
                 throw UsageError("--" + std::string(option.longName) + " needs a value",
                                  line.command);
             if (option.checkValue)
