@@ -14,10 +14,12 @@
 #include "platform/database/uniqueconnection.h"
 #include "platform/messages.h"
 
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <memory>
 #include <optional>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,18 +47,29 @@ public:
         struct stat status {};
         if (!path_ || lstat(path_->c_str(), &status) == 0)
             return;
-        // Named before the file exists: an interruption at any moment after takes it away.
+        // Made and named for removal with interruptions held back, which the run has no other
+        // thread to take: one that came between the two would leave the file, or, named
+        // first, take another run's file away. Held back, it takes this run's file.
         interruption_.emplace(false);
-        database_.name(*path_);
-        journal_.name(*path_ + "-journal");
+        sigset_t interruptions;
+        sigset_t previous;
+        sigemptyset(&interruptions);
+        for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
+            sigaddset(&interruptions, signal);
+        pthread_sigmask(SIG_BLOCK, &interruptions, &previous);
         const int made = open(path_->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
         if (made >= 0 && fstat(made, &status) == 0)
             made_ = Identity{status.st_dev, status.st_ino};
         if (made >= 0)
             close(made);
-        // Another's file, or none (a missing folder, say), which the opening reports.
-        if (!made_)
-            forgetRemoval();
+        if (made_) {
+            database_.name(*path_);
+            journal_.name(*path_ + "-journal");
+        } else {
+            // Another's file, or none (a missing folder, say), which the opening reports.
+            interruption_.reset();
+        }
+        pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     }
     // Once the run has succeeded: the file is the user's.
     void keep() { forgetRemoval(); }

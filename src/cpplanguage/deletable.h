@@ -34,6 +34,8 @@ public:
     CPointer(T* pointee = nullptr) : pointee_(pointee) {}
     CPointer(const CPointer&) = delete;
     CPointer& operator=(const CPointer&) = delete;
+    // A holder takes a new pointee through reset, not by assignment from another's get().
+    CPointer& operator=(T*) = delete;
     CPointer(CPointer&& other) noexcept : pointee_(other.pointee_) { other.pointee_ = nullptr; }
     CPointer& operator=(CPointer&& other) noexcept {
         if (this != &other) {

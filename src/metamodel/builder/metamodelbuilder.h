@@ -50,6 +50,10 @@ public:
     // exact copy of a builder not in use.
     CMetaModelBuilder(const CMetaModelBuilder& other);
     CMetaModelBuilder& operator=(const CMetaModelBuilder& other);
+    // A move takes the model and what is pending along; the model stays where it is, so the
+    // pending links stay good.
+    CMetaModelBuilder(CMetaModelBuilder&& other) noexcept = default;
+    CMetaModelBuilder& operator=(CMetaModelBuilder&& other) noexcept = default;
     ~CMetaModelBuilder() override;
 
     bool invariant() const override;

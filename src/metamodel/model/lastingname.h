@@ -25,7 +25,9 @@ public:
 
     const ORLO::String& get() const { return renamed_ ? *renamed_ : entered_; }
     void set(ORLO::String name) {
-        if (enteredInTables_)
+        if (enteredInTables_ && renamed_)
+            *renamed_ = std::move(name);
+        else if (enteredInTables_)
             renamed_ = std::make_unique<ORLO::String>(std::move(name));
         else
             entered_ = std::move(name);

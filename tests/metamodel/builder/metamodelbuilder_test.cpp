@@ -217,6 +217,9 @@ TEST_F(BuilderEvents, ACopyStandsAtTheSamePositionWithAModelOfItsOwn) {
     EXPECT_FALSE(copy.IsStarted());
     EXPECT_TRUE(copy.invariant());
     EXPECT_TRUE(copy.GetResult()->GetCategories().empty());
+    // A move takes the model along.
+    const MetaModel::CMetaModelBuilder moved(std::move(builder));
+    EXPECT_TRUE(moved.GetResult()->HasCategory("Open"));
 }
 
 TEST_F(BuilderEvents, DetachingHandsOverTheModelAndStartsAFreshOneWithAHigherVersion) {

@@ -66,6 +66,9 @@ private:
 TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
     // Two jobs, whatever this machine has, so that the second reading has a thread of its own.
     MetaModel::CXMLMetaModelReader::SetDefaultJobs(2);
+    const struct Restore {
+        ~Restore() { MetaModel::CXMLMetaModelReader::SetDefaultJobs(0); }
+    } restore;
     for (int run = 0; run < 20; ++run) {
         std::mutex toldMutex;
         std::vector<std::pair<int, size_t>> told;
@@ -101,7 +104,6 @@ TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
         EXPECT_EQ(secondCount, 4u);
         EXPECT_EQ(told.back(), std::make_pair(2, size_t(4)));
     }
-    MetaModel::CXMLMetaModelReader::SetDefaultJobs(0);
 }
 
 // A process held to one core reads in turn: every document of each pass is told, in order.
