@@ -34,6 +34,9 @@ const OptionSpec helpOption{"help", 'h', nullptr, "describe this command and exi
 void applyGlobal(GlobalOptions& global, const std::string& name, const std::string& value,
                  const std::string& command) {
     AppDataManager::AppDataOverrides& folders = global.folders;
+    // An empty folder would silently stand for the default one.
+    if (name.ends_with("-dir") && value.empty())
+        throw UsageError("--" + name + " needs a value", command);
     if (name == "app-dir")
         folders.appDir = value;
     else if (name == "user-dir")

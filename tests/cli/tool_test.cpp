@@ -84,6 +84,7 @@ TEST(Tool, UsageErrorsExitTwoWithTheUsageLine) {
         // An empty value, not the PATH after it.
         {"dump", "--output=", METAMODEL_SOURCE_DIR "/examples"},
         {"dump", "-o", "", METAMODEL_SOURCE_DIR "/examples"},
+        {"--app-dir=", "dump", METAMODEL_SOURCE_DIR "/examples"},
         {"describe", "--db", "x.sqlite", METAMODEL_SOURCE_DIR "/examples"},
         {"dump", "--db", "a", "--db", "b"},
         {"transfer", METAMODEL_SOURCE_DIR "/examples"},
