@@ -206,7 +206,8 @@ bool CCategory::calculateLocalWalkable(std::vector<const IWalkable*>& out,
 
 void CCategory::appendDefaultWalk(std::vector<const IWalkable*>& out,
                                   const ORLO::String& tree) const {
-    reportFromModel(ORLO_HERE, "QEL_MM_DEFAULT_TREE_DEF", {{"TREE_NAM", tree}, {"CAT_NAM", GetName()}});
+    reportFromModel(ORLO_HERE, "QEL_MM_DEFAULT_TREE_DEF",
+                    {{"TREE_NAM", tree}, {"CAT_NAM", GetName()}});
     for (const ICategory* parent : inPointerOrder(localCategories_))
         out.push_back(parent);
     for (const IProperty* property : inPointerOrder(localProperties_))

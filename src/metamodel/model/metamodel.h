@@ -8,7 +8,6 @@
 #include "metamodel/model/nametable.h"
 #include "metamodel/model/property.h"
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>

@@ -14,6 +14,7 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <set>
 #include <span>
@@ -33,6 +34,23 @@ protected:
     OperationTesting::InstallationOnly installation_;
 };
 
+// The threads something of the host's was called on.
+class ThreadsSeen {
+public:
+    void note() const {
+        const std::lock_guard lock(mutex_);
+        threads_.insert(std::this_thread::get_id());
+    }
+    std::set<std::thread::id> threads() const {
+        const std::lock_guard lock(mutex_);
+        return threads_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    mutable std::set<std::thread::id> threads_;
+};
+
 // The host's application data manager, noting the threads it is asked on.
 class ThreadNotingManager : public AppDataManager::IAppDataManager {
 public:
@@ -41,26 +59,17 @@ public:
     }
     ~ThreadNotingManager() override { AppDataManager::SetAppDataManager(nullptr); }
     const AppDataManager::ISettings* GetSettings() const override {
-        note();
+        seen.note();
         return host_->GetSettings();
     }
     const AppDataManager::IPaths* GetPaths() const override {
-        note();
+        seen.note();
         return host_->GetPaths();
     }
-    std::set<std::thread::id> threads() const {
-        const std::lock_guard lock(mutex_);
-        return threads_;
-    }
+    ThreadsSeen seen;
 
 private:
-    void note() const {
-        const std::lock_guard lock(mutex_);
-        threads_.insert(std::this_thread::get_id());
-    }
     AppDataManager::IAppDataManager* host_;
-    mutable std::mutex mutex_;
-    mutable std::set<std::thread::id> threads_;
 };
 
 TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
@@ -88,7 +97,7 @@ TEST_F(CheckOperation, TheSecondReadingIsToldOnlyOnceTheFirstHasPassed) {
         // The host hears only on its own thread.
         const std::set<std::thread::id> host{std::this_thread::get_id()};
         EXPECT_EQ(toldOn, host);
-        EXPECT_EQ(manager.threads(), host);
+        EXPECT_EQ(manager.seen.threads(), host);
 
         // The installation's three documents and the extension, each once in the first pass.
         ASSERT_GT(told.size(), 4u);
@@ -145,24 +154,13 @@ public:
     CppLanguage::CAppMsg* CreateMsg(const char*, ...) override { return nullptr; }
     void Fill(CppLanguage::CAppMsg& record, const char* id, const AppMsgManager::MessageOrigin&,
               std::span<const CppLanguage::CBindArgNameToVal* const>) override {
-        const std::lock_guard lock(mutex_);
-        threads_.insert(std::this_thread::get_id());
-        ++filled_;
+        seen.note();
+        ++filled;
         record.SetText(id);
     }
-    std::set<std::thread::id> threads() const {
-        const std::lock_guard lock(mutex_);
-        return threads_;
-    }
-    int filled() const {
-        const std::lock_guard lock(mutex_);
-        return filled_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::set<std::thread::id> threads_;
-    int filled_ = 0;
+    ThreadsSeen seen;
+    // Atomic, should the library call from threads of its own.
+    std::atomic<int> filled = 0;
 };
 
 // Documents parsed ahead would have their faults formatted on the threads that parse them: a
@@ -179,8 +177,8 @@ TEST_F(CheckOperation, AHostsMessageManagerIsCalledOnTheHostsThreadOnly) {
                      "<metaModel file_no=\"2\" file_level=\"nowhere\"/>");
     const ThreadNotingMessages host;
     EXPECT_FALSE(CheckMetaModelFromXML({folder.file("set")}));
-    EXPECT_GT(host.filled(), 0);
-    EXPECT_EQ(host.threads(), std::set<std::thread::id>{std::this_thread::get_id()});
+    EXPECT_GT(host.filled, 0);
+    EXPECT_EQ(host.seen.threads(), std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
 TEST_F(CheckOperation, WhatTheSecondReadingFindsInAFaultySetIsNeverShown) {
