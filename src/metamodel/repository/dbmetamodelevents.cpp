@@ -1,7 +1,6 @@
 #include "metamodel/repository/dbmetamodelevents.h"
 
 #include "metamodel/metamodelexceptions.h"
-#include "metamodel/repository/dependencyrows.h"
 #include "platform/database/tablink.h"
 #include "platform/messages.h"
 
@@ -17,7 +16,6 @@ constexpr int statementBufferSize = 257;
 constexpr int integerType = IntegerTypeId;
 constexpr int stringType = StringTypeId;
 constexpr int inheritedDirectly = 1;
-constexpr int inheritedThroughCategories = 0;
 
 template <class T, class Visit> void forEach(const Collections::List<T>& list, Visit visit) {
     for (Collections::ICursor<T>* cursor = list.first(); cursor; cursor = list.next(cursor))
@@ -238,12 +236,10 @@ void CDBMetaModelEvents::OnEnd() {
         inserters_[TypPropTable]->AddRow("%d%d%s", &owner, &link.id, link.status.c_str());
         rowAdded();
     });
-    Repository::CDependencyRows dependencies;
     forEach(categoryInheritance_, [&](const SInheritSuspension& link) {
         const int child = idOf(link.name);
         const int parent = idOf(link.parent);
         inserters_[CatCatTable]->AddRow("%d%d%s", &child, &parent, link.status.c_str());
-        dependencies.AddCategoryLink(child, parent);
         rowAdded();
     });
     forEach(typeInheritance_, [&](const SInheritSuspension& link) {
@@ -251,15 +247,6 @@ void CDBMetaModelEvents::OnEnd() {
         const int parent = idOf(link.parent);
         inserters_[TypCatTable]->AddRow("%d%d%d%s", &child, &parent, &inheritedDirectly,
                                         link.status.c_str());
-        dependencies.AddTypeLink(child, parent);
-        rowAdded();
-    });
-    // The rows CAT_BUILD_DEPENDENCIES would add. Worked out here from the links at hand, they
-    // go out with the other rows, and the procedure, finding them, has nothing to do: on a
-    // deep schema its recursive query over the tables costs many times the insert.
-    dependencies.ForEachRow([&](int type, int category) {
-        inserters_[TypCatTable]->AddRow("%d%d%d%s", &type, &category, &inheritedThroughCategories,
-                                        "ACTIVE");
         rowAdded();
     });
     forEach(trees_, [&](const STreeSuspension& tree) {

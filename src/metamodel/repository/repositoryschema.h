@@ -18,7 +18,10 @@ namespace Repository {
 // the server can rename tables inside a transaction.
 ORLO::String createTableStatement(int tableIndex, bool workTable);
 ORLO::String flushDataBody();
+// The derivation of CAT_BUILD_DEPENDENCIES as a query, which any server runs, and as the
+// embedded database runs it.
 ORLO::String buildDependenciesBody(bool procedural);
+ORLO::String embeddedBuildDependenciesBody();
 ORLO::String finalMetaModelBody(bool renameWorkTables);
 
 } // namespace Repository

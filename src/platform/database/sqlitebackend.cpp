@@ -1,4 +1,5 @@
 #include "platform/database/connection.h"
+#include "platform/database/dependencyrows.h"
 
 #include <sqlite3.h>
 
@@ -31,6 +32,77 @@ bool onlyBlanks(const char* text) {
     return true;
 }
 
+// Answers what `sql` failed with, or an empty text; `row` is called for each row.
+template <class Row> std::string eachRow(sqlite3* database, const std::string& sql, Row row) {
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(database, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK)
+        return sqlite3_errmsg(database);
+    const StatementHandle statement(raw);
+    int step = SQLITE_ROW;
+    while ((step = sqlite3_step(raw)) == SQLITE_ROW)
+        row(raw);
+    return step == SQLITE_DONE ? std::string() : sqlite3_errmsg(database);
+}
+
+// The body of CAT_BUILD_DEPENDENCIES on this database, as a function of the connection:
+// metamodel_build_dependencies(category links, type links) adds to the type links, with
+// IsCatProp 0, every category a type reaches beyond its direct links, unless such rows are
+// there already, and answers how many. SQLite's recursive queries pay for every step with
+// a table of what they reached so far: on a deep schema that costs many times the insert
+// of the rows, which is all this costs. The tables are those of the schema whose procedure
+// is running.
+void buildDependencies(sqlite3_context* context, int, sqlite3_value** arguments) {
+    sqlite3* database = sqlite3_context_db_handle(context);
+    const std::string& prefix = *static_cast<const std::string*>(sqlite3_user_data(context));
+    const auto table = [&](sqlite3_value* name) {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(name));
+        return prefix + (text ? text : "");
+    };
+    const std::string categoryLinks = table(arguments[0]);
+    const std::string typeLinks = table(arguments[1]);
+    bool done = false;
+    std::string failure =
+        eachRow(database, "SELECT 1 FROM " + typeLinks + " WHERE IsCatProp = 0 LIMIT 1",
+                [&](sqlite3_stmt*) { done = true; });
+    CDependencyRows rows;
+    if (failure.empty() && !done)
+        failure = eachRow(
+            database, "SELECT IdCat, IdCatParent FROM " + categoryLinks, [&](sqlite3_stmt* row) {
+                rows.AddCategoryLink(sqlite3_column_int(row, 0), sqlite3_column_int(row, 1));
+            });
+    if (failure.empty() && !done)
+        failure = eachRow(
+            database, "SELECT IdTyp, IdCatParent FROM " + typeLinks, [&](sqlite3_stmt* row) {
+                rows.AddTypeLink(sqlite3_column_int(row, 0), sqlite3_column_int(row, 1));
+            });
+    sqlite3_int64 added = 0;
+    if (failure.empty() && !done) {
+        sqlite3_stmt* raw = nullptr;
+        if (sqlite3_prepare_v2(database,
+                               ("INSERT INTO " + typeLinks +
+                                " (IdTyp, IdCatParent, IsCatProp, Status) VALUES (?1, ?2, 0, "
+                                "'ACTIVE')")
+                                   .c_str(),
+                               -1, &raw, nullptr) != SQLITE_OK)
+            failure = sqlite3_errmsg(database);
+        const StatementHandle insert(raw);
+        rows.ForEachRow([&](int type, int category) {
+            if (!failure.empty())
+                return;
+            sqlite3_bind_int(raw, 1, type);
+            sqlite3_bind_int(raw, 2, category);
+            if (sqlite3_step(raw) != SQLITE_DONE)
+                failure = sqlite3_errmsg(database);
+            sqlite3_reset(raw);
+            ++added;
+        });
+    }
+    if (failure.empty())
+        sqlite3_result_int64(context, added);
+    else
+        sqlite3_result_error(context, failure.c_str(), -1);
+}
+
 class SqliteBackend;
 
 class SqliteBulkTarget : public IBulkTarget {
@@ -55,7 +127,13 @@ private:
 
 class SqliteBackend : public IBackend {
 public:
-    explicit SqliteBackend(DatabaseHandle database) : database_(std::move(database)) {}
+    explicit SqliteBackend(DatabaseHandle database) : database_(std::move(database)) {
+        // Only a statement of the database's own may call it, not a view or a trigger that
+        // a file brings along.
+        sqlite3_create_function_v2(database_.get(), "metamodel_build_dependencies", 2,
+                                   SQLITE_UTF8 | SQLITE_DIRECTONLY, &procedurePrefix_,
+                                   buildDependencies, nullptr, nullptr, nullptr);
+    }
     ~SqliteBackend() override {
         current_.reset();
         endSnapshot();
@@ -189,7 +267,10 @@ public:
             reinterpret_cast<const char*>(sqlite3_column_text(find.get(), 0)), prefix);
         find.reset();
         result = 0;
-        return inTransaction([&] { return execute(body); });
+        procedurePrefix_ = prefix;
+        const bool succeeded = inTransaction([&] { return execute(body); });
+        procedurePrefix_.clear();
+        return succeeded;
     }
     std::unique_ptr<IBulkTarget> openBulkTarget(const std::string& table) override {
         StatementHandle probe = prepare("SELECT * FROM " + table);
@@ -330,6 +411,8 @@ public:
 
 private:
     DatabaseHandle database_;
+    // The schema, as a prefix of its tables, of the procedure that is running.
+    std::string procedurePrefix_;
     StatementHandle current_;
     bool bulkOpen_ = false;
     bool snapshot_ = false;

@@ -70,13 +70,13 @@ TEST_P(TransferOperation, LoadsTheDocumentsIntoTheSchemaOfTheConnection) {
               (std::vector<std::string>{"AlphaModule", "ReviewNote"}));
     EXPECT_EQ(rows("Prop", "PropNam", "PropNam = 'reviewedLines'"),
               std::vector<std::string>{"reviewedLines"});
-    // Every row that went out was told, the links that types reach through their categories
-    // included, and nothing else reached the final tables (the set repeats no row).
+    // Every row that went out was told, and the final tables hold those and the links that
+    // types reach through their categories, which the procedures add (the set repeats no row).
     size_t finalRows = 0;
     for (const auto& table : MetaModel::Repository::repositoryTables())
         finalRows += count(table.finalName);
-    EXPECT_EQ(rowsSeen, finalRows);
     EXPECT_GT(count("TypCat", "IsCatProp = 0"), 0u);
+    EXPECT_EQ(rowsSeen + count("TypCat", "IsCatProp = 0"), finalRows);
 }
 
 TEST_P(TransferOperation, ASetThatFailsValidationNeverReachesTheRepository) {

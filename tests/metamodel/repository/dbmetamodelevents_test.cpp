@@ -1,6 +1,7 @@
 #include "metamodel/metamodelexceptions.h"
 #include "metamodel/model/raisedmessage.h"
 #include "metamodel/repository/dbmetamodelevents.h"
+#include "metamodel/repository/repositoryschema.h"
 #include "platform/database/connection.h"
 #include "platform/database/databaseexceptions.h"
 #include "platform/database/tablink.h"
@@ -162,14 +163,27 @@ TEST_P(RepositoryWriter, AMissingProcedureIsNamed) {
                                       : "DROP PROCEDURE METAMODEL_FLUSHDATA");
     CDBMetaModelEvents sink(repository_->handle(), "");
     sink.Start();
+    sink.StartCategory("Root", false, "", 1, Active);
+    sink.EndCategory(false);
+    sink.StartCategory("Middle", false, "", 2, Active);
+    sink.InheritedCategory("Root", Active);
+    sink.EndCategory(false);
+    sink.StartType("Leaf", false, "", 3, Active);
+    sink.InheritedCategory("Middle", Active);
+    sink.EndType(false);
     const auto raised =
         TestSupport::raisedBy<MetaModel::CMetaModelEventsException>([&] { sink.End(); });
     EXPECT_EQ(raised.id, "QEL_DB_PROC_ERR");
     EXPECT_EQ(raised.arguments.at("CALL"), "?METAMODEL_FLUSHDATA");
+    // What the type reaches through Middle is the procedures' to add: the writer leaves the
+    // direct link alone.
+    EXPECT_EQ(repository_->database.rows("select * from " + repository_->qualified("IN_TYPCAT")),
+              Rows{"3|2|1|ACTIVE"});
 }
 
-// The links that types reach through their categories, as the writer works them out, against
-// what the dependency procedure derives from the same direct links on its own. The shapes
+// The links that types reach through their categories, as the repository's dependency
+// procedure adds them (on the embedded database through a function of the program), against
+// what the query behind it derives from the same direct links. The shapes
 // stress what a walk over ids can get wrong: long chains, many ways to one ancestor, circuits,
 // parents never declared, a link given twice with two statuses, links that a partial
 // declaration adds, and ancestors that a type also inherits directly.
@@ -231,7 +245,7 @@ TEST_P(RepositoryWriter, TheLinksTypesReachAreThoseTheProcedureDerives) {
         const Rows written = rows("TypCat", "IdTyp, IdCatParent, Status", "IsCatProp = 0");
         EXPECT_FALSE(written.empty());
 
-        // The procedure alone, on the direct links that the final tables hold.
+        // The query, on the direct links that the final tables hold.
         repository_->database.execute("delete from " + repository_->qualified("IN_CATCAT"));
         repository_->database.execute("delete from " + repository_->qualified("IN_TYPCAT"));
         repository_->database.execute("insert into " + repository_->qualified("IN_CATCAT") +
@@ -239,9 +253,11 @@ TEST_P(RepositoryWriter, TheLinksTypesReachAreThoseTheProcedureDerives) {
         repository_->database.execute("insert into " + repository_->qualified("IN_TYPCAT") +
                                       " select * from " + repository_->qualified("TypCat") +
                                       " where IsCatProp = 1");
+        ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(
+            repository_->handle(), "DERIVE_BY_QUERY",
+            MetaModel::Repository::buildDependenciesBody(false).c_str()));
         int result = 0;
-        ASSERT_TRUE(
-            TABLINK::DBConnectivity::callProc(repository_->handle(), "CAT_BUILD_DEPENDENCIES"));
+        ASSERT_TRUE(TABLINK::DBConnectivity::callProc(repository_->handle(), "DERIVE_BY_QUERY"));
         TABLINK::DBConnectivity::endProc(repository_->handle(), &result);
         EXPECT_EQ(written, rows("IN_TYPCAT", "IdTyp, IdCatParent, Status", "IsCatProp = 0"));
     }

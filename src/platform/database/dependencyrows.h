@@ -4,9 +4,7 @@
 #include <utility>
 #include <vector>
 
-namespace MetaModel {
-
-namespace Repository {
+namespace TABLINK {
 
 // The categories that each type reaches through inheritance beyond its direct links, worked
 // out from the link rows themselves, by id, as the repository's dependency procedure does:
@@ -57,6 +55,4 @@ private:
     std::vector<std::uint32_t> reached_;
 };
 
-} // namespace Repository
-
-} // namespace MetaModel
+} // namespace TABLINK

@@ -1,10 +1,8 @@
-#include "metamodel/repository/dependencyrows.h"
+#include "platform/database/dependencyrows.h"
 
 #include <algorithm>
 
-namespace MetaModel {
-
-namespace Repository {
+namespace TABLINK {
 
 namespace {
 
@@ -79,6 +77,4 @@ void CDependencyRows::reach(std::size_t begin, std::size_t end) {
     }
 }
 
-} // namespace Repository
-
-} // namespace MetaModel
+} // namespace TABLINK
