@@ -12,7 +12,11 @@
 //         many rows as COUNTS (the line `count` prints) gives it, of the same shape as the
 //         repository's rows: ids, names and descriptions about as long as the generated sets'
 //         ones, one of IntVal and StrVal null. SQLite takes them through one prepared statement
-//         per table in one transaction, committed with the tool's synchronous FULL, on a
+//         per table (for TypCat with the two ids bound and the rest written in the statement,
+//         as the dependency procedure inserts the links that types reach through their
+//         categories, nearly all of that table on a deep schema: with every value bound the
+//         floor of the deep set came out no lower than the tool's whole transfer) in one
+//         transaction, committed with the tool's synchronous FULL, on a
 //         connection without SQLite's own locks, without its count of the memory it takes
 //         (a lock on every allocation: a tenth of this floor) and with texts bound where they
 //         lie, as the tool does (with locks and copied texts this floor cost a third more on
@@ -218,16 +222,23 @@ void sqliteInsert(const std::string& path, const std::vector<long>& counts) {
         const auto& table = repositoryTables()[size_t(index)];
         const std::vector<Column> columns = columnsOf(table.finalColumns);
         exec(db, std::string("CREATE TABLE ") + table.finalName + " (" + table.finalColumns + ")");
+        // Nearly all TypCat rows are the links that types reach through their categories, which
+        // the dependency procedure inserts with two values bound and the rest written into its
+        // statement: the floor inserts its TypCat rows so too.
+        const bool reachedLinks = std::string_view(table.finalName) == "TypCat";
+        const size_t bound = reachedLinks ? 2 : columns.size();
         std::string text = std::string("INSERT INTO ") + table.finalName + " VALUES (";
-        for (size_t column = 0; column < columns.size(); ++column)
+        for (size_t column = 0; column < bound; ++column)
             text += column ? ", ?" : "?";
+        if (reachedLinks)
+            text += ", 0, 'ACTIVE'";
         StatementHandle insert = prepare(db, text + ")");
         sqlite3_stmt* statement = insert.get();
         // One value per column, alive until the row is stepped: texts are bound without a copy,
         // as the tool binds them.
         std::vector<Value> values(columns.size());
         for (long n = 0; n < counts[size_t(index)]; ++n) {
-            for (size_t column = 0; column < columns.size(); ++column) {
+            for (size_t column = 0; column < bound; ++column) {
                 Value& value = values[column];
                 fillValue(columns, column, n, value);
                 const int slot = int(column) + 1;
