@@ -9,6 +9,7 @@
 #include "repositorytesting.h"
 #include "support/failureinfo.h"
 #include "support/forwardingbackend.h"
+#include "support/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -264,6 +265,35 @@ TEST_P(RepositoryWriter, TheLinksTypesReachAreThoseTheProcedureDerives) {
 }
 
 INSTANTIATE_ON_BOTH_SERVERS(RepositoryWriter);
+
+// The embedded database's dependency function works in the schema whose procedure runs: here
+// an attached file, beside a main one with a repository of its own, which an unqualified name
+// would reach.
+TEST(EmbeddedRepository, TheDependencyProcedureWorksInTheSchemaOfItsRepository) {
+    TestSupport::TempFolder folder;
+    const std::string attached = folder.file("attached.sqlite");
+    IUniqueConnection connection(folder.file("main.sqlite"), "", TABLINK::OpenMode::Create);
+    void* handle = connection.GetHandle();
+    ASSERT_EQ(
+        TABLINK::dbcallrequest(handle, ("ATTACH DATABASE '" + attached + "' AS other").c_str()), 1);
+    TABLINK::dbendrequest(handle);
+    MetaModel::CreateRepository(handle);
+    ASSERT_EQ(TABLINK::dbsetrepositoryname(handle, "other", -1, nullptr), 1);
+    MetaModel::CreateRepository(handle);
+    CDBMetaModelEvents sink(handle, "other");
+    sink.Start();
+    sink.StartCategory("Root", false, "", 1, Active);
+    sink.EndCategory(false);
+    sink.StartCategory("Middle", false, "", 2, Active);
+    sink.InheritedCategory("Root", Active);
+    sink.EndCategory(false);
+    sink.StartType("Leaf", false, "", 3, Active);
+    sink.InheritedCategory("Middle", Active);
+    sink.EndType(false);
+    sink.End();
+    EXPECT_EQ(TestSupport::runSql(Backend::Sqlite, attached, "select * from TypCat order by 2"),
+              (Rows{"3|1|0|ACTIVE", "3|2|1|ACTIVE"}));
+}
 
 // A server whose kind the two real backends never answer: the real embedded database behind
 // it does the work, the fake only claims another kind and records the commit step.
