@@ -244,7 +244,14 @@ TEST(XmlSAXParser, ProblemsReachTheHandlerAndNotStandardError) {
     EXPECT_TRUE(parse(nsProblems, "<?xml version='1.1'?><a><q:b/></a>"));
     Recorder empty;
     EXPECT_FALSE(parse(empty, ""));
+    Recorder badBytes;
+    EXPECT_FALSE(parse(badBytes, "<a>caf\xE9 </a>"));
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+
+    // The library's text runs over two lines here; a diagnostic is one.
+    ASSERT_EQ(badBytes.problems.size(), 1u) << ::testing::PrintToString(badBytes.problems);
+    EXPECT_THAT(badBytes.problems[0],
+                HasSubstr("not proper UTF-8, indicate encoding ! Bytes: 0xE9"));
 
     EXPECT_THAT(empty.events, ElementsAre("locator", "fatal"));
     ASSERT_FALSE(broken.problems.empty());
