@@ -10,7 +10,7 @@ constexpr std::uint32_t noNode = ~std::uint32_t(0);
 
 } // namespace
 
-std::uint32_t CDependencyRows::nodeOf(int id) const {
+std::uint32_t CDependencyRows::nodeOf(Id id) const {
     const auto found = std::lower_bound(ids_.begin(), ids_.end(), id);
     return found != ids_.end() && *found == id ? std::uint32_t(found - ids_.begin()) : noNode;
 }
@@ -21,7 +21,7 @@ void CDependencyRows::prepare() {
                          categoryLinks_.end());
     // Grouped by type; the order within a type does not matter.
     std::stable_sort(typeLinks_.begin(), typeLinks_.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+                     [](const TypeLink& a, const TypeLink& b) { return a.type < b.type; });
 
     ids_.clear();
     for (const auto& [category, parent] : categoryLinks_) {
@@ -50,15 +50,15 @@ void CDependencyRows::reach(std::size_t begin, std::size_t end) {
     ++stamp_;
     reached_.clear();
     for (std::size_t at = begin; at < end; ++at) {
-        const std::uint32_t node = nodeOf(typeLinks_[at].second);
+        const std::uint32_t node = nodeOf(typeLinks_[at].parent);
         if (node != noNode)
             direct_[node] = stamp_;
     }
     // Reached means through one link or more: a direct parent counts only when a circuit
     // leads back to it, and is then left out all the same as a direct link.
     for (std::size_t at = begin; at < end; ++at) {
-        const std::uint32_t start = nodeOf(typeLinks_[at].second);
-        if (start == noNode)
+        const std::uint32_t start = nodeOf(typeLinks_[at].parent);
+        if (start == noNode || !typeLinks_[at].inherited)
             continue;
         const std::size_t from = reached_.size();
         for (std::uint32_t link = first_[start]; link < first_[start + 1]; ++link)

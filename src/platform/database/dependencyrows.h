@@ -14,18 +14,22 @@ namespace TABLINK {
 // of categories never has them all in memory.
 class CDependencyRows {
 public:
-    void AddCategoryLink(int category, int parent) {
-        categoryLinks_.emplace_back(category, parent);
+    using Id = std::int64_t;
+
+    void AddCategoryLink(Id category, Id parent) { categoryLinks_.emplace_back(category, parent); }
+    // `inherited`: the type inherits the parent directly, and what the parent reaches counts;
+    // otherwise the row only says that the type has a link to it already.
+    void AddTypeLink(Id type, Id parent, bool inherited = true) {
+        typeLinks_.push_back({type, parent, inherited});
     }
-    void AddTypeLink(int type, int parent) { typeLinks_.emplace_back(type, parent); }
 
     // Calls visit(type, category) once for every pair to add, type by type.
     template <class Visit> void ForEachRow(Visit visit) {
         prepare();
         for (std::size_t begin = 0; begin < typeLinks_.size();) {
-            const int type = typeLinks_[begin].first;
+            const Id type = typeLinks_[begin].type;
             std::size_t end = begin;
-            while (end < typeLinks_.size() && typeLinks_[end].first == type)
+            while (end < typeLinks_.size() && typeLinks_[end].type == type)
                 ++end;
             reach(begin, end);
             for (const std::uint32_t node : reached_)
@@ -36,16 +40,22 @@ public:
     }
 
 private:
-    void prepare();
-    // Marks the direct parents of the links [begin, end) of one type in direct_, and lists in
-    // reached_ what their category links reach.
-    void reach(std::size_t begin, std::size_t end);
-    std::uint32_t nodeOf(int id) const;
+    struct TypeLink {
+        Id type;
+        Id parent;
+        bool inherited;
+    };
 
-    std::vector<std::pair<int, int>> categoryLinks_;
-    std::vector<std::pair<int, int>> typeLinks_;
+    void prepare();
+    // Marks the parents of the links [begin, end) of one type in direct_, and lists in
+    // reached_ what the category links of the inherited ones reach.
+    void reach(std::size_t begin, std::size_t end);
+    std::uint32_t nodeOf(Id id) const;
+
+    std::vector<std::pair<Id, Id>> categoryLinks_;
+    std::vector<TypeLink> typeLinks_;
     // The ids that occur in category links, sorted; a node is a place in it.
-    std::vector<int> ids_;
+    std::vector<Id> ids_;
     // The parents of node n are parents_[first_[n], first_[n + 1]).
     std::vector<std::uint32_t> first_;
     std::vector<std::uint32_t> parents_;

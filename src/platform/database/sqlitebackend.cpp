@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace TABLINK {
@@ -44,14 +47,28 @@ template <class Row> std::string eachRow(sqlite3* database, const std::string& s
     return step == SQLITE_DONE ? std::string() : sqlite3_errmsg(database);
 }
 
+// An id of a link row: the tables declare their ids integer, but a file's rows may hold
+// anything, and the recursive query that this stands for would compare such a value as it is.
+bool integerId(sqlite3_stmt* row, int column, CDependencyRows::Id& id, std::string& failure) {
+    if (sqlite3_column_type(row, column) == SQLITE_INTEGER) {
+        id = sqlite3_column_int64(row, column);
+        return true;
+    }
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
+    if (failure.empty())
+        failure = "the link rows hold an id that is not an integer: " +
+                  (text ? "'" + std::string(text) + "'" : std::string("NULL"));
+    return false;
+}
+
 // The body of CAT_BUILD_DEPENDENCIES on this database, as a function of the connection:
 // metamodel_build_dependencies(category links, type links) adds to the type links, with
-// IsCatProp 0, every category a type reaches beyond its direct links, unless such rows are
-// there already, and answers how many. SQLite's recursive queries pay for every step with
-// a table of what they reached so far: on a deep schema that costs many times the insert
-// of the rows, which is all this costs. The tables are those of the schema whose procedure
-// is running.
-void buildDependencies(sqlite3_context* context, int, sqlite3_value** arguments) {
+// IsCatProp 0, every category a type reaches beyond its links, from the categories it
+// inherits directly (IsCatProp 1), unless such rows are there already, and answers how many.
+// SQLite's recursive queries pay for every step with a table of what they reached so far: on
+// a deep schema that costs many times the insert of the rows, which is all this costs. The
+// tables are those of the schema whose procedure is running.
+void deriveDependencies(sqlite3_context* context, sqlite3_value** arguments) {
     sqlite3* database = sqlite3_context_db_handle(context);
     const std::string& prefix = *static_cast<const std::string*>(sqlite3_user_data(context));
     const auto table = [&](sqlite3_value* name) {
@@ -65,16 +82,27 @@ void buildDependencies(sqlite3_context* context, int, sqlite3_value** arguments)
         eachRow(database, "SELECT 1 FROM " + typeLinks + " WHERE IsCatProp = 0 LIMIT 1",
                 [&](sqlite3_stmt*) { done = true; });
     CDependencyRows rows;
+    // What a row holds that no id can stand for; a failure of the statement comes first.
+    std::string badRow;
     if (failure.empty() && !done)
         failure = eachRow(
             database, "SELECT IdCat, IdCatParent FROM " + categoryLinks, [&](sqlite3_stmt* row) {
-                rows.AddCategoryLink(sqlite3_column_int(row, 0), sqlite3_column_int(row, 1));
+                CDependencyRows::Id category = 0;
+                CDependencyRows::Id parent = 0;
+                if (integerId(row, 0, category, badRow) && integerId(row, 1, parent, badRow))
+                    rows.AddCategoryLink(category, parent);
             });
     if (failure.empty() && !done)
-        failure = eachRow(
-            database, "SELECT IdTyp, IdCatParent FROM " + typeLinks, [&](sqlite3_stmt* row) {
-                rows.AddTypeLink(sqlite3_column_int(row, 0), sqlite3_column_int(row, 1));
-            });
+        failure =
+            eachRow(database, "SELECT IdTyp, IdCatParent, IsCatProp = 1 FROM " + typeLinks,
+                    [&](sqlite3_stmt* row) {
+                        CDependencyRows::Id type = 0;
+                        CDependencyRows::Id parent = 0;
+                        if (integerId(row, 0, type, badRow) && integerId(row, 1, parent, badRow))
+                            rows.AddTypeLink(type, parent, sqlite3_column_int(row, 2) != 0);
+                    });
+    if (failure.empty())
+        failure = badRow;
     sqlite3_int64 added = 0;
     if (failure.empty() && !done) {
         sqlite3_stmt* raw = nullptr;
@@ -86,11 +114,11 @@ void buildDependencies(sqlite3_context* context, int, sqlite3_value** arguments)
                                -1, &raw, nullptr) != SQLITE_OK)
             failure = sqlite3_errmsg(database);
         const StatementHandle insert(raw);
-        rows.ForEachRow([&](int type, int category) {
+        rows.ForEachRow([&](CDependencyRows::Id type, CDependencyRows::Id category) {
             if (!failure.empty())
                 return;
-            sqlite3_bind_int(raw, 1, type);
-            sqlite3_bind_int(raw, 2, category);
+            sqlite3_bind_int64(raw, 1, type);
+            sqlite3_bind_int64(raw, 2, category);
             if (sqlite3_step(raw) != SQLITE_DONE)
                 failure = sqlite3_errmsg(database);
             sqlite3_reset(raw);
@@ -101,6 +129,17 @@ void buildDependencies(sqlite3_context* context, int, sqlite3_value** arguments)
         sqlite3_result_int64(context, added);
     else
         sqlite3_result_error(context, failure.c_str(), -1);
+}
+
+// Nothing may unwind through SQLite's frames.
+void buildDependencies(sqlite3_context* context, int, sqlite3_value** arguments) {
+    try {
+        deriveDependencies(context, arguments);
+    } catch (const std::bad_alloc&) {
+        sqlite3_result_error_nomem(context);
+    } catch (const std::exception& failure) {
+        sqlite3_result_error(context, failure.what(), -1);
+    }
 }
 
 class SqliteBackend;

@@ -11,10 +11,13 @@
 #include "support/forwardingbackend.h"
 #include "support/tempfolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
+#include <set>
 #include <string>
 
 namespace {
@@ -36,6 +39,43 @@ void property(IMetaModelEvents& sink, const char* name, const char* description,
               IMetaModelEvents::ElementStatus status = Active) {
     sink.StartProperty(name, description, type, minimum, maximum, merge, id, status);
     sink.EndProperty();
+}
+
+// What each type reaches, as "type|category|ACTIVE", sorted as text: every category one
+// category link or more away from one it inherits directly, other than those it inherits
+// directly. Links are "child|parent" rows.
+Rows reachedLinks(const Rows& categoryLinks, const Rows& typeLinks) {
+    const auto split = [](const std::string& link) {
+        const size_t bar = link.find('|');
+        return std::pair(link.substr(0, bar), link.substr(bar + 1));
+    };
+    std::map<std::string, std::vector<std::string>> parents;
+    for (const std::string& link : categoryLinks) {
+        auto [child, parent] = split(link);
+        parents[child].push_back(parent);
+    }
+    std::map<std::string, std::set<std::string>> inherited;
+    for (const std::string& link : typeLinks) {
+        auto [type, parent] = split(link);
+        inherited[type].insert(parent);
+    }
+    Rows reached;
+    for (const auto& [type, direct] : inherited) {
+        std::set<std::string> seen;
+        std::vector<std::string> next(direct.begin(), direct.end());
+        while (!next.empty()) {
+            const std::string at = next.back();
+            next.pop_back();
+            for (const std::string& parent : parents[at])
+                if (seen.insert(parent).second)
+                    next.push_back(parent);
+        }
+        for (const std::string& category : seen)
+            if (!direct.contains(category))
+                reached.push_back(type + "|" + category + "|ACTIVE");
+    }
+    std::sort(reached.begin(), reached.end());
+    return reached;
 }
 
 class RepositoryWriter : public testing::TestWithParam<Backend> {
@@ -183,8 +223,8 @@ TEST_P(RepositoryWriter, AMissingProcedureIsNamed) {
 }
 
 // The links that types reach through their categories, as the repository's dependency
-// procedure adds them (on the embedded database through a function of the program), against
-// what the query behind it derives from the same direct links. The shapes
+// procedure adds them (on the embedded database through a function of the program, on the
+// server through a recursive query), against a walk of the same direct links. The shapes
 // stress what a walk over ids can get wrong: long chains, many ways to one ancestor, circuits,
 // parents never declared, a link given twice with two statuses, links that a partial
 // declaration adds, and ancestors that a type also inherits directly.
@@ -243,28 +283,43 @@ TEST_P(RepositoryWriter, TheLinksTypesReachAreThoseTheProcedureDerives) {
             }
             sink.End();
         }
-        const Rows written = rows("TypCat", "IdTyp, IdCatParent, Status", "IsCatProp = 0");
+        Rows written = rows("TypCat", "IdTyp, IdCatParent, Status", "IsCatProp = 0");
         EXPECT_FALSE(written.empty());
-
-        // The query, on the direct links that the final tables hold.
-        repository_->database.execute("delete from " + repository_->qualified("IN_CATCAT"));
-        repository_->database.execute("delete from " + repository_->qualified("IN_TYPCAT"));
-        repository_->database.execute("insert into " + repository_->qualified("IN_CATCAT") +
-                                      " select * from " + repository_->qualified("CatCat"));
-        repository_->database.execute("insert into " + repository_->qualified("IN_TYPCAT") +
-                                      " select * from " + repository_->qualified("TypCat") +
-                                      " where IsCatProp = 1");
-        ASSERT_TRUE(TABLINK::DBConnectivity::defineProc(
-            repository_->handle(), "DERIVE_BY_QUERY",
-            MetaModel::Repository::buildDependenciesBody(false).c_str()));
-        int result = 0;
-        ASSERT_TRUE(TABLINK::DBConnectivity::callProc(repository_->handle(), "DERIVE_BY_QUERY"));
-        TABLINK::DBConnectivity::endProc(repository_->handle(), &result);
-        EXPECT_EQ(written, rows("IN_TYPCAT", "IdTyp, IdCatParent, Status", "IsCatProp = 0"));
+        std::sort(written.begin(), written.end());
+        EXPECT_EQ(written, reachedLinks(rows("CatCat", "IdCat, IdCatParent"),
+                                        rows("TypCat", "IdTyp, IdCatParent", "IsCatProp = 1")));
     }
 }
 
+// Work tables filled by other means: a link whose IsCatProp is neither 0 nor 1 says that the
+// type has the category already, not that it inherits it.
+TEST_P(RepositoryWriter, OnlyDirectInheritanceLeadsFurtherWhileEveryLinkIsKept) {
+    const auto insert = [&](const std::string& table, const std::string& values) {
+        repository_->database.execute("insert into " + repository_->qualified(table) + " values " +
+                                      values);
+    };
+    insert("IN_CATCAT", "(2, 1, 'ACTIVE'), (1, 5, 'ACTIVE'), (6, 7, 'ACTIVE')");
+    insert("IN_TYPCAT", "(3, 6, 2, 'ACTIVE'), (4, 2, 1, 'ACTIVE'), (4, 5, 2, 'ACTIVE')");
+    int result = 0;
+    ASSERT_TRUE(TABLINK::DBConnectivity::callProc(repository_->handle(), "CAT_BUILD_DEPENDENCIES"));
+    TABLINK::DBConnectivity::endProc(repository_->handle(), &result);
+    EXPECT_EQ(rows("IN_TYPCAT", "IdTyp, IdCatParent", "IsCatProp = 0"), Rows{"4|1"});
+}
+
 INSTANTIATE_ON_BOTH_SERVERS(RepositoryWriter);
+
+// A file's link rows may hold any value; one that is no integer stops the procedure, as no id
+// of the program's can stand for it.
+TEST(EmbeddedRepository, TheDependencyProcedureRefusesAnIdThatIsNoInteger) {
+    Repository repository(Backend::Sqlite);
+    ASSERT_TRUE(repository.database.ready()) << repository.database.problem();
+    repository.database.execute("insert into IN_CATCAT values ('x', 1, 'ACTIVE')");
+    repository.database.execute("insert into IN_TYPCAT values (3, 2, 1, 'ACTIVE')");
+    EXPECT_FALSE(TABLINK::DBConnectivity::callProc(repository.handle(), "CAT_BUILD_DEPENDENCIES"));
+    EXPECT_THAT(TABLINK::dblasterror(repository.handle()),
+                testing::HasSubstr("an id that is not an integer: 'x'"));
+    EXPECT_EQ(repository.database.rows("select count(*) from IN_TYPCAT"), Rows{"1"});
+}
 
 // The embedded database's dependency function works in the schema whose procedure runs: here
 // an attached file, beside a main one with a repository of its own, which an unqualified name
