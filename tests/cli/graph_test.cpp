@@ -58,6 +58,19 @@ TEST(Graph, DotHoldsExactlyTheModelsNodesAndEdges) {
     EXPECT_EQ(overwrite.exitCode, 1);
     EXPECT_EQ(messageIds(overwrite.err), std::vector<std::string>{"FILEOP_OUTPUT_IS_INPUT"});
     EXPECT_EQ(readFile(document), readFile(crafted));
+
+    // From a repository (which keeps no status), and never in the place of the database.
+    const std::string database = folder.file("repository.sqlite");
+    ASSERT_EQ(runTool({"transfer", "--db", database, document}).exitCode, 0);
+    const auto fromRepository = runTool({"graph", "--trees", "--db", database});
+    EXPECT_EQ(fromRepository.exitCode, 0) << fromRepository.err;
+    EXPECT_NE(fromRepository.out.find("\t\"Two words\" -> \"Base\";\n"), std::string::npos)
+        << fromRepository.out;
+    const std::string stored = readFile(database);
+    const auto overDatabase = runTool({"graph", "--db", database, "-o", database});
+    EXPECT_EQ(overDatabase.exitCode, 1);
+    EXPECT_EQ(messageIds(overDatabase.err), std::vector<std::string>{"FILEOP_OUTPUT_IS_INPUT"});
+    EXPECT_TRUE(readFile(database) == stored);
 }
 
 struct Focus {

@@ -177,6 +177,21 @@ TEST(Output, AnInterruptionRemovesTheScratchFileAndKeepsTheOldOutput) {
         EXPECT_EQ(scratchFiles(folder.file("out")), 0);
         EXPECT_TRUE(readFile(output) == "the old output\n") << strsignal(signal);
     }
+
+    // A signal that the caller ignores (nohup, a background job) stays ignored: the run ends
+    // as if nothing had come.
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    struct sigaction before {};
+    sigaction(SIGTERM, &ignore, &before);
+    const pid_t child = TestSupport::startTool({"dump", "-o", output, big});
+    sigaction(SIGTERM, &before, nullptr);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (scratchFiles(folder.file("out")) == 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    kill(child, SIGTERM);
+    EXPECT_EQ(exitCodeOf(child), 0);
+    EXPECT_FALSE(readFile(output) == "the old output\n");
 }
 
 } // namespace

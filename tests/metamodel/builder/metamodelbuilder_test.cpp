@@ -194,6 +194,16 @@ TEST_F(BuilderEvents, EventsOutsideAnyElementFindNothingToAttachTo) {
     EXPECT_TRUE(builder.invariant());
 }
 
+// Events without a stream still reach the model; a link they leave waiting has no End to
+// resolve it.
+TEST_F(BuilderEvents, ALinkLeftWaitingOutsideAStreamBreaksTheInvariant) {
+    builder.StartCategory("Child", false, "", 1, active);
+    builder.InheritedCategory("Parent", active);
+    builder.EndCategory(false);
+    EXPECT_FALSE(builder.IsStarted());
+    EXPECT_FALSE(builder.invariant());
+}
+
 // A copy cannot share the model that its source owns: it stands at the same position with a
 // fresh model, and the source goes on as before.
 TEST_F(BuilderEvents, ACopyStandsAtTheSamePositionWithAModelOfItsOwn) {
