@@ -68,6 +68,11 @@ std::string expand(const char* pattern,
             text += optional;
         rest.remove_prefix(close + 1);
     }
+    // An argument that ends a sentence with its own mark ("is the server running?") does not
+    // take the template's full stop after it.
+    if (text.size() >= 2 && text.back() == '.' &&
+        (text[text.size() - 2] == '?' || text[text.size() - 2] == '!'))
+        text.pop_back();
     return text;
 }
 

@@ -99,6 +99,17 @@ TEST(DatabaseTargets, AMissingSchemaOnTheServerIsNamedAndNotMadeByATypo) {
     EXPECT_EQ(database.rows("SELECT string_agg(nspname, ',' ORDER BY nspname) FROM pg_namespace "
                             "WHERE nspname IN ('Typo', 'Asked', 'Initialised')"),
               std::vector<std::string>{"Asked,Initialised"});
+
+    // The server would cut a longer name, and two names would reach one schema.
+    const std::string kept(63, 'k');
+    ASSERT_EQ(runTool({"init", "--db", uri, "--schema", kept}).exitCode, 0);
+    for (const char* command : {"init", "dump"}) {
+        const auto overlong = runTool({command, "--db", uri, "--schema", kept + "x"});
+        EXPECT_EQ(overlong.exitCode, 1) << command;
+        EXPECT_NE(overlong.err.find("has 64 bytes, more than the 63 the server keeps"),
+                  std::string::npos)
+            << overlong.err;
+    }
 }
 
 } // namespace

@@ -211,6 +211,10 @@ TEST(MessageManager, OptionalPartsFollowTheirArgumentsAndOnlyTheTemplateIsMarkup
         {"QEL_MM_UNDEF_CAT_NAM",
          {{"CAT_NAM", "{TYP_NAM}[x]"}},
          "Category '{TYP_NAM}[x]' is not defined."},
+        // A cause that ends its own sentence is not given a second full stop.
+        {"QEL_DB_CONNECT_ERR",
+         {{"CONNECTION", "host=db"}, {"CAUSE", "is the server running?"}},
+         "The repository database 'host=db' cannot be used: is the server running?"},
         // An unbound placeholder stays visible.
         {"QEL_MM_UNDEF_CAT_NAM", {{"TYP_NAM", "X"}}, "Category '{CAT_NAM}' is not defined."},
         {"QEL_MM_INVALID_PROP_CARD",

@@ -18,6 +18,7 @@ public:
     bool acceptsRepositoryName(const std::string& name) override {
         return real_->acceptsRepositoryName(name);
     }
+    size_t repositoryNameLimit() override { return real_->repositoryNameLimit(); }
     bool query(const std::string& sql) override { return real_->query(sql); }
     bool nextRow() override { return real_->nextRow(); }
     int columnCount() const override { return real_->columnCount(); }

@@ -42,6 +42,9 @@ public:
     virtual std::string defaultRepositoryName() = 0;
     // Whether statements can address tables of this schema at all.
     virtual bool acceptsRepositoryName(const std::string& name) = 0;
+    // The longest schema name, in bytes, that the server keeps whole (it cuts longer ones, so
+    // that two names would reach one schema); 0 when there is no limit.
+    virtual size_t repositoryNameLimit() { return 0; }
 
     // One statement. When it yields rows they wait for nextRow; one query is open at a time.
     virtual bool query(const std::string& sql) = 0;

@@ -31,10 +31,16 @@ std::string expandPrefixMarker(std::string_view text, std::string_view prefix) {
 }
 
 std::string displayConnectionString(std::string_view connectionString) {
+    static const std::regex uriScheme(R"(^postgres(ql)?://)");
     static const std::regex uriPassword(R"(^(postgres(ql)?://[^:/@]*:)[^@]*@)");
+    // A URI may also give it among its parameters.
+    static const std::regex uriParameterPassword(R"(([?&]password=)[^&#]*)");
     static const std::regex keywordPassword(R"((^|\s)(password\s*=\s*)('([^'\\]|\\.)*'|\S*))");
     std::string shown(connectionString);
-    shown = std::regex_replace(shown, uriPassword, "$1***@");
+    if (std::regex_search(shown, uriScheme)) {
+        shown = std::regex_replace(shown, uriPassword, "$1***@");
+        return std::regex_replace(shown, uriParameterPassword, "$1***");
+    }
     return std::regex_replace(shown, keywordPassword, "$1$2***");
 }
 
@@ -44,7 +50,19 @@ std::string CConnection::repositoryName() {
     return repositoryName_.empty() ? backend_->defaultRepositoryName() : repositoryName_;
 }
 
+std::string CConnection::repositoryNameProblem(const std::string& name) {
+    const size_t limit = backend_->repositoryNameLimit();
+    if (limit == 0 || name.size() <= limit)
+        return std::string();
+    return "the schema name '" + name + "' has " + std::to_string(name.size()) +
+           " bytes, more than the " + std::to_string(limit) + " the server keeps";
+}
+
 bool CConnection::setRepositoryName(const std::string& name) {
+    if (const std::string problem = repositoryNameProblem(name); !problem.empty()) {
+        setError(problem);
+        return false;
+    }
     if (!name.empty() && !backend_->acceptsRepositoryName(name)) {
         setError("the database has no schema '" + name + "'");
         return false;

@@ -45,6 +45,8 @@ public:
     // An empty name returns to the server's default; answers false for a schema that the
     // server cannot address.
     bool setRepositoryName(const std::string& name);
+    // Why the server could not keep `name` as it is, or the empty text.
+    std::string repositoryNameProblem(const std::string& name);
 
     bool requestOpen = false;
     bool callPending = false;

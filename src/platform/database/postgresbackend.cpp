@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <cstring>
 #include <initializer_list>
 #include <utility>
 
@@ -255,6 +256,17 @@ public:
         return succeeded(found.get()) && pq().PQntuples(found.get()) == 1;
     }
 
+    size_t repositoryNameLimit() override {
+        if (nameLimit_ == 0) {
+            ResultHandle limit(run("SHOW max_identifier_length"));
+            if (succeeded(limit.get()) && pq().PQntuples(limit.get()) == 1) {
+                const char* text = pq().PQgetvalue(limit.get(), 0, 0);
+                std::from_chars(text, text + std::strlen(text), nameLimit_);
+            }
+        }
+        return nameLimit_;
+    }
+
     bool query(const std::string& sql) override {
         endQuery();
         // The extended protocol takes exactly one statement.
@@ -425,6 +437,8 @@ private:
     }
 
     ConnectionHandle connection_;
+    // Asked once, on first need.
+    size_t nameLimit_ = 0;
     ResultHandle current_;
     int row_ = -1;
     std::string error_;

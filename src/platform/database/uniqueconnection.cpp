@@ -39,6 +39,8 @@ IUniqueConnection::IUniqueConnection(std::unique_ptr<TABLINK::CConnection> conne
             ORLO_HERE, "QEL_DB_CONNECT_ERR",
             {{"CONNECTION", connection_->description()}, {"CAUSE", cause}});
     };
+    if (const std::string problem = connection_->repositoryNameProblem(schema); !problem.empty())
+        refuse(problem);
     if (createSchema && !schema.empty() &&
         !connection_->backend().createSchema(TABLINK::quoteIdentifier(schema)))
         refuse(connection_->backend().lastError());

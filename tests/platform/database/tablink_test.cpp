@@ -76,6 +76,11 @@ TEST(Connection, PasswordsNeverReachAMessage) {
               "host=db password=*** dbname=repo");
     EXPECT_EQ(TABLINK::displayConnectionString("password = 'with space' host=db"),
               "password = *** host=db");
+    EXPECT_EQ(TABLINK::displayConnectionString(
+                  "postgresql:///repo?host=/run/db&password=s3cret&user=ann"),
+              "postgresql:///repo?host=/run/db&password=***&user=ann");
+    EXPECT_EQ(TABLINK::displayConnectionString("postgres://db/repo?password=s3cret"),
+              "postgres://db/repo?password=***");
     EXPECT_EQ(TABLINK::displayConnectionString("/data/repo.sqlite"), "/data/repo.sqlite");
 }
 
