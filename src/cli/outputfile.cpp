@@ -40,7 +40,8 @@ int writeAll(int descriptor, const char* data, size_t size) {
 // a killed run leaves it behind.
 class ScratchFile {
 public:
-    ScratchFile(const std::filesystem::path& folder, bool named) {
+    // `mode`: the permissions the output is to have, or -1 for those of a plain new file.
+    ScratchFile(const std::filesystem::path& folder, bool named, int mode) {
         // Content held for standard output, a device or a pipe lives in memory: a file in the
         // temporary folder would be written to disk only to be read back and dropped.
         if (!named) {
@@ -67,10 +68,14 @@ public:
             return;
         }
         ours_ = true;
-        // It becomes the output: give it the mode a plain new file would get.
-        const mode_t mask = umask(0);
-        umask(mask);
-        fchmod(descriptor_, 0666 & ~mask);
+        // It becomes the output: give it the mode of the file it replaces, or the one a plain
+        // new file would get.
+        if (mode < 0) {
+            const mode_t mask = umask(0);
+            umask(mask);
+            mode = int(0666 & ~mask);
+        }
+        fchmod(descriptor_, mode_t(mode));
     }
     ~ScratchFile() {
         if (descriptor_ >= 0)
@@ -251,10 +256,18 @@ int writeOutputWhole(const std::string& output,
     // as standard output does.
     std::filesystem::path destination = std::filesystem::absolute(output);
     bool replaced = false;
+    int mode = -1;
     if (!toStandardOutput) {
         std::error_code ignored;
         const auto status = std::filesystem::status(output, ignored);
         if (std::filesystem::is_regular_file(status)) {
+            // A rename would replace a file that its owner keeps from being written, and give
+            // it the permissions of a new one.
+            if (access(output.c_str(), W_OK) != 0)
+                return cannotOpen(openFailureId, shown, errno);
+            struct stat existing {};
+            if (stat(output.c_str(), &existing) == 0)
+                mode = int(existing.st_mode & 07777);
             replaced = true;
             if (auto resolved = std::filesystem::canonical(output, ignored); !ignored)
                 destination = resolved;
@@ -273,7 +286,7 @@ int writeOutputWhole(const std::string& output,
     // Until the content is complete, a failure lies with the folder that holds it.
     const std::string holder = replaced ? shown : folder.string();
     const InterruptionGuard signals(true);
-    ScratchFile scratch(folder, replaced);
+    ScratchFile scratch(folder, replaced, mode);
     // The scratch file beside the output stands for it: where it cannot be made, the output
     // cannot be opened.
     if (scratch.error())

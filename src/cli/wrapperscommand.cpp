@@ -235,6 +235,20 @@ std::optional<std::string> inputInOutput(const std::vector<std::string>& documen
     return std::nullopt;
 }
 
+// A file the tool holds open (the repository it reads) that lies inside `folder`, where the
+// merge would purge it as a file the generator did not make.
+std::optional<std::string> openFileInside(const fs::path& folder) {
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd", ignored)) {
+        const fs::path file = fs::read_symlink(entry.path(), ignored);
+        struct stat status {};
+        if (!ignored && file.is_absolute() && ::stat(entry.path().c_str(), &status) == 0 &&
+            S_ISREG(status.st_mode) && liesInside(fs::weakly_canonical(file, ignored), folder))
+            return file.string();
+    }
+    return std::nullopt;
+}
+
 void cannot(const char* what, const std::string& path) {
     std::fprintf(stderr, "metamodel: error: cannot %s '%s'\n", what, path.c_str());
 }
@@ -367,7 +381,15 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     const bool outputExisted = fs::exists(output, ignored);
     std::optional<ScratchFolder> scratch;
     try {
-        source.play(builder);
+        const bool read = source.play(builder, [&] {
+            const std::optional<std::string> repository = openFileInside(outputFolder);
+            if (repository)
+                CppLanguage::report(ORLO_HERE, "FILEOP_OUTPUT_HOLDS_INPUT",
+                                    {{"FOLDER", output}, {"INPUT", *repository}});
+            return !repository;
+        });
+        if (!read)
+            return exitFailure;
         const FolderTree current = listing.get();
         if (const std::optional<std::string> input =
                 inputInOutput(documents, outputFolder, !current.plain)) {

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -119,6 +120,18 @@ TEST(Output, AFailedOrRefusedOutputIsAnErrorAndLeavesTheOldContent) {
         EXPECT_TRUE(readFile(test.kept) == before) << test.name;
         EXPECT_EQ(scratchFiles(std::filesystem::path(test.kept).parent_path()), 0) << test.name;
     }
+}
+
+// A replaced output keeps the permissions its owner gave it, not those of a new file.
+TEST(Output, AReplacedOutputKeepsItsPermissions) {
+    TempFolder folder;
+    const std::string output = folder.write("private.txt", "the old output\n");
+    ASSERT_EQ(chmod(output.c_str(), 0640), 0);
+    ASSERT_EQ(runTool({"dump", "-o", output, sample}).exitCode, 0);
+    struct stat status {};
+    ASSERT_EQ(stat(output.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+    EXPECT_FALSE(readFile(output) == "the old output\n");
 }
 
 // A pipe cannot be synced, which is no failure: its reader gets the whole dump. A reader that

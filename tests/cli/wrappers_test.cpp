@@ -452,7 +452,17 @@ TEST(Wrappers, ABareDocumentNameAndAnOutputEndingInASeparatorWork) {
     fs::create_directory_symlink(folder.file("set"), folder.file("linked/set"));
     const auto throughALink =
         runTool({"wrappers", "-o", "../linked", "--root", ".", "MetaModel.xml"});
+    // And the repository that the model is read from.
+    fs::create_directory("kept");
+    const auto transferred = runTool({"transfer", "--db", "kept/r.db", "MetaModel.xml"});
+    const auto intoItsRepository =
+        runTool({"wrappers", "-o", "kept", "--db", "kept/r.db", "--root", "."});
     fs::current_path(before);
+    ASSERT_EQ(transferred.exitCode, 0) << transferred.err;
+    EXPECT_EQ(intoItsRepository.exitCode, 1);
+    EXPECT_NE(intoItsRepository.err.find("[FILEOP_OUTPUT_HOLDS_INPUT]"), std::string::npos)
+        << intoItsRepository.err;
+    EXPECT_TRUE(fs::is_regular_file(folder.file("set/kept/r.db")));
     EXPECT_EQ(intoItsInputs.exitCode, 1);
     EXPECT_NE(intoItsInputs.err.find("[FILEOP_OUTPUT_HOLDS_INPUT]"), std::string::npos)
         << intoItsInputs.err;
