@@ -382,6 +382,8 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     std::optional<ScratchFolder> scratch;
     try {
         const bool read = source.play(builder, [&] {
+            // The listing opens the files of the output folder too: it is let finish first.
+            listing.wait();
             const std::optional<std::string> repository = openFileInside(outputFolder);
             if (repository)
                 CppLanguage::report(ORLO_HERE, "FILEOP_OUTPUT_HOLDS_INPUT",
