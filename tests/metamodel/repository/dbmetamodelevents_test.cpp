@@ -41,6 +41,18 @@ void property(IMetaModelEvents& sink, const char* name, const char* description,
     sink.EndProperty();
 }
 
+// Leaf (3) inherits Middle (2), which inherits Root (1): Leaf reaches Root through Middle.
+void inheritanceChain(IMetaModelEvents& sink) {
+    sink.StartCategory("Root", false, "", 1, Active);
+    sink.EndCategory(false);
+    sink.StartCategory("Middle", false, "", 2, Active);
+    sink.InheritedCategory("Root", Active);
+    sink.EndCategory(false);
+    sink.StartType("Leaf", false, "", 3, Active);
+    sink.InheritedCategory("Middle", Active);
+    sink.EndType(false);
+}
+
 // What each type reaches, as "type|category|ACTIVE", sorted as text: every category one
 // category link or more away from one it inherits directly, other than those it inherits
 // directly. Links are "child|parent" rows.
@@ -204,14 +216,7 @@ TEST_P(RepositoryWriter, AMissingProcedureIsNamed) {
                                       : "DROP PROCEDURE METAMODEL_FLUSHDATA");
     CDBMetaModelEvents sink(repository_->handle(), "");
     sink.Start();
-    sink.StartCategory("Root", false, "", 1, Active);
-    sink.EndCategory(false);
-    sink.StartCategory("Middle", false, "", 2, Active);
-    sink.InheritedCategory("Root", Active);
-    sink.EndCategory(false);
-    sink.StartType("Leaf", false, "", 3, Active);
-    sink.InheritedCategory("Middle", Active);
-    sink.EndType(false);
+    inheritanceChain(sink);
     const auto raised =
         TestSupport::raisedBy<MetaModel::CMetaModelEventsException>([&] { sink.End(); });
     EXPECT_EQ(raised.id, "QEL_DB_PROC_ERR");
@@ -337,14 +342,7 @@ TEST(EmbeddedRepository, TheDependencyProcedureWorksInTheSchemaOfItsRepository) 
     MetaModel::CreateRepository(handle);
     CDBMetaModelEvents sink(handle, "other");
     sink.Start();
-    sink.StartCategory("Root", false, "", 1, Active);
-    sink.EndCategory(false);
-    sink.StartCategory("Middle", false, "", 2, Active);
-    sink.InheritedCategory("Root", Active);
-    sink.EndCategory(false);
-    sink.StartType("Leaf", false, "", 3, Active);
-    sink.InheritedCategory("Middle", Active);
-    sink.EndType(false);
+    inheritanceChain(sink);
     sink.End();
     EXPECT_EQ(TestSupport::runSql(Backend::Sqlite, attached, "select * from TypCat order by 2"),
               (Rows{"3|1|0|ACTIVE", "3|2|1|ACTIVE"}));
