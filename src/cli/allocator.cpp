@@ -1,5 +1,12 @@
 // How the tool's allocator is set up; the library leaves that to the programs that use it.
+#include "cli/allocator.h"
+
+#include "cli/diagnostics.h"
+#include "cli/interruption.h"
+#include "platform/messages.h"
+
 #ifdef METAMODEL_MIMALLOC
+#include <cerrno>
 #include <mimalloc.h>
 
 namespace {
@@ -15,5 +22,23 @@ void useHugePages() {
 
 [[gnu::section(".preinit_array"), gnu::used]] void (*const setUpAllocator)() = useHugePages;
 
+// This allocator aborts on a failed `new` instead of throwing (the handler that the standard
+// offers cannot reach it), and answers a failed malloc inside a library with null, which that
+// library may turn into a failure of its own that says nothing of memory. Either way the run
+// cannot go on: it stops here, from where nothing may be allocated, and says why.
+void onAllocatorError(int error, void*) {
+    if (error == ENOMEM)
+        Cli::stopOutOfMemory();
+}
+
 } // namespace
 #endif
+
+void Cli::stopRunWhenMemoryRunsOut() {
+    prepareOutOfMemoryStop(
+        diagnosticLine(CppLanguage::makeMessage(ORLO_HERE, "MM_OUT_OF_MEMORY", {}, {})));
+#ifdef METAMODEL_MIMALLOC
+    // Without this allocator, memory that runs out throws, and the tool reports what it caught.
+    mi_register_error(onAllocatorError, nullptr);
+#endif
+}

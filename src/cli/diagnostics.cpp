@@ -108,15 +108,18 @@ DiagnosticFormat diagnosticFormat() {
     return chosenFormat;
 }
 
+std::string diagnosticLine(const CppLanguage::IAppMsg& message) {
+    return chosenFormat == DiagnosticFormat::Json ? formatJsonLine(message)
+                                                  : AppMsgManager::formatMessageLine(message);
+}
+
 void installDiagnostics(DiagnosticFormat format) {
     counts = {};
     chosenFormat = format;
-    AppMsgManager::SetMessageSink([format](const CppLanguage::IAppMsg& message) {
+    AppMsgManager::SetMessageSink([](const CppLanguage::IAppMsg& message) {
         if (message.GetSeverity() == CppLanguage::SeverityWarning)
             ++counts.warnings;
-        const std::string line = format == DiagnosticFormat::Json
-                                     ? formatJsonLine(message)
-                                     : AppMsgManager::formatMessageLine(message);
+        const std::string line = diagnosticLine(message);
         clearProgressLine();
         std::fprintf(stderr, "%s\n", line.c_str());
     });

@@ -22,6 +22,8 @@ void installDiagnostics(DiagnosticFormat format);
 
 // The form chosen, for the lines the tool writes itself.
 DiagnosticFormat diagnosticFormat();
+// A message as one line in the form chosen, without its end.
+std::string diagnosticLine(const CppLanguage::IAppMsg& message);
 
 // How many warnings went out since the diagnostics were installed.
 struct DiagnosticCounts {

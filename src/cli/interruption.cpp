@@ -1,8 +1,8 @@
 #include "cli/interruption.h"
 
 #include "cli/diagnostics.h"
+#include "platform/database/connection.h"
 
-#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cstring>
@@ -19,13 +19,28 @@ char removedPaths[slotCount][PATH_MAX];
 volatile std::sig_atomic_t removedNamed[slotCount] = {};
 char interruptedLine[128];
 size_t interruptedLength = 0;
+char outOfMemoryLine[512];
+size_t outOfMemoryLength = 0;
 
 constexpr int handledSignals[] = {SIGINT, SIGTERM, SIGPIPE};
 
-extern "C" void onSignal(int signal) {
+// The run's work that must not outlive it, let go of without allocating.
+void abandonWork() {
+    TABLINK::cancelRunningStatements();
     for (int slot = 0; slot < slotCount; ++slot)
         if (removedNamed[slot])
             unlink(removedPaths[slot]);
+}
+
+// The line and its end, cut to the buffer.
+size_t keepLine(char* buffer, size_t size, const std::string& line) {
+    const std::string whole = line.substr(0, size - 1) + "\n";
+    std::memcpy(buffer, whole.data(), whole.size());
+    return whole.size();
+}
+
+extern "C" void onSignal(int signal) {
+    abandonWork();
     if (signal == SIGPIPE) {
         // The reader went away: the run ends as other tools in a pipeline end, by the signal
         // itself and without a word. It is blocked while this runs and strikes on return.
@@ -45,8 +60,7 @@ InterruptionGuard::InterruptionGuard(bool pipe) {
     const std::string line = diagnosticFormat() == DiagnosticFormat::Json
                                  ? R"({"severity":"error","text":"interrupted"})"
                                  : "metamodel: interrupted";
-    interruptedLength = std::min(line.size() + 1, sizeof interruptedLine);
-    std::memcpy(interruptedLine, (line + "\n").c_str(), interruptedLength);
+    interruptedLength = keepLine(interruptedLine, sizeof interruptedLine, line);
     struct sigaction action {};
     action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
@@ -66,6 +80,17 @@ InterruptionGuard::~InterruptionGuard() {
     for (size_t index = 0; index < signalCount; ++index)
         if (installed_[index])
             sigaction(handledSignals[index], &previous_[index], nullptr);
+}
+
+void prepareOutOfMemoryStop(const std::string& line) {
+    outOfMemoryLength = keepLine(outOfMemoryLine, sizeof outOfMemoryLine, line);
+}
+
+void stopOutOfMemory() noexcept {
+    abandonWork();
+    [[maybe_unused]] const ssize_t ignored =
+        write(STDERR_FILENO, outOfMemoryLine, outOfMemoryLength);
+    _exit(1);
 }
 
 char* RemoveOnInterruption::name(const std::string& path) {

@@ -6,11 +6,11 @@
 
 namespace Cli {
 
-// While a guard lives, SIGINT and SIGTERM remove the files named for removal, say
-// "metamodel: interrupted" and end the run with 128 + the signal. With `pipe`, SIGPIPE (a
-// reader that went away) removes them too and ends the run by the signal itself, without a
-// word. A run started with interruptions ignored (in the background) keeps them so. Outside a
-// guard a command keeps the default behaviour, on which its own guarantees rest.
+// While a guard lives, SIGINT and SIGTERM stop the statements that servers run for this
+// process, remove the files named for removal, say "metamodel: interrupted" and end the run
+// with 128 + the signal. With `pipe`, SIGPIPE (a reader that went away) does the same but ends
+// the run by the signal itself, without a word. A run started with interruptions ignored (in
+// the background) keeps them so. Guards nest: the innermost one's signals are handled.
 class InterruptionGuard {
 public:
     explicit InterruptionGuard(bool pipe);
@@ -23,6 +23,13 @@ private:
     struct sigaction previous_[signalCount] {};
     bool installed_[signalCount]{};
 };
+
+// Ends the run at once from where nothing may be allocated any more (memory ran out): the
+// servers' statements are stopped and the files named for removal removed, as by an
+// interruption, then the line prepared at start goes to standard error and the run exits
+// with 1.
+void prepareOutOfMemoryStop(const std::string& line);
+[[noreturn]] void stopOutOfMemory() noexcept;
 
 // A file that an interruption removes while this names it. The name lives where the signal
 // handler reads it, and `name` lends that place out, so that mkostemp can fill in a pattern

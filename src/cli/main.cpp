@@ -1,9 +1,12 @@
+#include "cli/allocator.h"
 #include "cli/commandline.h"
 #include "cli/diagnostics.h"
 #include "cli/documentpaths.h"
+#include "cli/interruption.h"
 #include "cli/outputfile.h"
 #include "metamodel/xml/xmlmetamodelreader.h"
 #include "platform/appdatamanager.h"
+#include "platform/messages.h"
 
 #include <sqlite3.h>
 
@@ -11,7 +14,10 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
+#include <new>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -36,9 +42,21 @@ int checkedStandardOutput(int status) {
     return status;
 }
 
+// A standard descriptor that the caller closed (`>&-`) would go to the next file the tool
+// opens: a message meant for standard error would land in a database, an output in the scratch
+// file that is to be copied to it. Each is held by a file that refuses writes instead, so that
+// what goes to a closed one fails as it would have.
+void holdClosedStandardDescriptors() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
+        if (fcntl(descriptor, F_GETFD) == -1 && errno == EBADF)
+            // The lowest free number, which this one is.
+            open("/dev/null", O_RDONLY);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    holdClosedStandardDescriptors();
     // SQLite counts the memory it takes, under a lock of its own on every allocation, for a
     // heap limit the tool never sets. The count is a setting of the whole process, made before
     // the first connection, and so the program's to switch off rather than the library's.
@@ -61,14 +79,21 @@ int main(int argc, char** argv) {
     AppDataManager::SetAppDataOverrides(line.global.folders);
     MetaModel::CXMLMetaModelReader::SetDefaultJobs(line.global.jobs);
     Cli::installDiagnostics(line.global.format);
+    Cli::stopRunWhenMemoryRunsOut();
     if (!Cli::folderOptionsExist(line.global.folders))
         return 1;
     int status = 1;
+    // Every command says that it was interrupted, and none leaves a server at work on its own.
+    const Cli::InterruptionGuard interruptions(false);
     try {
         status = Cli::findCommand(line.command)->run(line.global, line.arguments);
     } catch (const Cli::UsageError& problem) {
         // Some wrong calls show only once a command looks at its options together.
         return usageFailure(problem);
+    } catch (const std::bad_alloc&) {
+        // What the run held is given back by now, which leaves room for the message.
+        CppLanguage::report(ORLO_HERE, "MM_OUT_OF_MEMORY", {});
+        return 1;
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "metamodel: error: %s\n", failure.what());
         return 1;

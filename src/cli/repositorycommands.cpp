@@ -33,13 +33,17 @@ constexpr int exitFailure = 1;
 // The database file a run makes, and takes away again when the run fails: a first transfer
 // that fails while writing, or an init or transfer refused on opening (a schema the file
 // cannot have, say), leaves nothing behind, as one refused before does; so does one that is
-// interrupted (SIGINT, SIGTERM) while it writes. Only the file this run made goes, by device
-// and inode: one that was there when the connection was opened, or that has been put in its
-// place since, stays.
+// interrupted (SIGINT, SIGTERM) while it writes, or stopped by a failure that unwinds past it
+// (memory running out). Only the file this run made goes, by device and inode: one that was
+// there when the connection was opened, or that has been put in its place since, stays.
 class MadeDatabaseFile {
 public:
     explicit MadeDatabaseFile(const std::string& connectionString)
         : path_(TABLINK::embeddedDatabaseFile(connectionString)) {}
+    // After the connection is closed, unless kept.
+    ~MadeDatabaseFile() { removeIfMade(); }
+    MadeDatabaseFile(const MadeDatabaseFile&) = delete;
+    MadeDatabaseFile& operator=(const MadeDatabaseFile&) = delete;
     // Right before the connection is opened. The file is made here, exclusively, so that of two
     // first runs at once only the one that made it ever takes it away: SQLite takes an empty
     // file for an empty database.
@@ -72,7 +76,10 @@ public:
         pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     }
     // Once the run has succeeded: the file is the user's.
-    void keep() { forgetRemoval(); }
+    void keep() {
+        made_.reset();
+        forgetRemoval();
+    }
     // After the connection is closed.
     void removeIfMade() {
         struct stat status {};
@@ -81,6 +88,7 @@ public:
             unlink(path_->c_str());
             unlink((*path_ + "-journal").c_str());
         }
+        made_.reset();
         forgetRemoval();
     }
 
@@ -145,7 +153,12 @@ const CommandRegistration init({
 // since the summary is no place for a second failure.
 std::string finalTableCounts(void* connection) {
     // Counted at one moment: another transfer may hand its tables over meanwhile.
-    const MetaModel::Repository::CConsistentRead oneMoment(connection);
+    std::optional<MetaModel::Repository::CConsistentRead> oneMoment;
+    try {
+        oneMoment.emplace(connection);
+    } catch (const CppLanguage::CRuntimeException&) {
+        return "";
+    }
     std::string counts;
     for (const MetaModel::Repository::RepositoryTable& table :
          MetaModel::Repository::repositoryTables()) {
@@ -173,8 +186,9 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Opened, and its tables made, only once the documents have passed: a refused set leaves
     // no new file and not a byte changed in an old one. A missing schema is a typo unless
     // asked for.
-    std::unique_ptr<IUniqueConnection> connection;
     MadeDatabaseFile madeFile(arguments.value("db", ""));
+    // Closed before the file it may have made is taken away.
+    std::unique_ptr<IUniqueConnection> connection;
     const auto open = [&]() -> IUniqueConnection& {
         connection = openNoting(madeFile, arguments,
                                 arguments.has("create-schema") ? TABLINK::OpenMode::Create

@@ -39,6 +39,8 @@ constexpr MessageDefinition catalogue[] = {
     {"MM_GRAPH_DOT_MISSING", SeverityError,
      "Graphviz's 'dot' program is needed for SVG and was not found[ ({CAUSE})]; install the "
      "'graphviz' package, or write DOT with --format dot."},
+    {"MM_OUT_OF_MEMORY", SeverityError,
+     "The run ran out of memory and was stopped; what it was writing was left as it was."},
     {"MM_SEVERAL_LANGUAGES", SeverityError,
      "Category '{CATEGORY_NAME}' derives from more than one language: {LANGUAGES_CATEGORIES}."},
     {"MM_WRP_GEN_FAILED", SeverityError,

@@ -170,6 +170,20 @@ TEST(Output, StandardOutputIntoAPipeIsWholeOrEndsQuietlyWhenClosed) {
     EXPECT_TRUE(std::filesystem::is_empty(temporary));
 }
 
+// Standard output closed by the caller (`>&-`) takes no output: the run fails and says so,
+// rather than writing into whatever file would take the descriptor.
+TEST(Output, AClosedStandardOutputFailsTheRunAndSaysSo) {
+    std::string said;
+    const int status = TestSupport::runShell(
+        "METAMODEL_APP_DIR=/nonexistent METAMODEL_USER_DIR=/nonexistent "
+        "METAMODEL_ALL_USERS_DIR=/nonexistent '" METAMODEL_TOOL_PATH "' dump '" +
+            sample + "' 2>&1 >&-",
+        said);
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(TestSupport::messageIds(said), std::vector<std::string>{"FILEOP_CANNOT_WRITE"})
+        << said;
+}
+
 // An interrupted `dump -o FILE` removes its scratch file, says so and keeps the old output.
 TEST(Output, AnInterruptionRemovesTheScratchFileAndKeepsTheOldOutput) {
     TempFolder folder;

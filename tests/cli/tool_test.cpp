@@ -1,3 +1,4 @@
+#include "support/generatedset.h"
 #include "support/runtool.h"
 #include "support/tempfolder.h"
 
@@ -211,6 +212,35 @@ TEST(Tool, InJsonFormSummariesAndMessagesAreObjectsOnStandardError) {
         "</category></metaModel>");
     const auto run = runTool({"--format", "json", "check", twice});
     EXPECT_NE(run.err.find(R"("args":{"ID":"2001003","NAM":"p"},"text":)"), std::string::npos)
+        << run.err;
+}
+
+// Memory that runs out ends the run with a message and exit 1, never by the allocator's abort
+// without a word. The address space is limited to a little more than a run on one small
+// document needs, found first; the sanitizers' allocator reserves more than any such limit.
+TEST(Tool, MemoryThatRunsOutEndsTheRunWithAMessage) {
+    if (std::string(METAMODEL_CLIENT_FLAGS).find("sanitize") != std::string::npos)
+        GTEST_SKIP() << "the sanitizers' allocator cannot run under an address-space limit";
+    TempFolder folder;
+    const std::string large = TestSupport::writeGeneratedSet(folder.file("set"), "Big", 300, 40);
+    const auto describeWithin = [](long kilobytes, const std::string& documents) {
+        TestSupport::ToolRun run;
+        run.exitCode = TestSupport::runShell(
+            "ulimit -v " + std::to_string(kilobytes) +
+                "; METAMODEL_APP_DIR=/nonexistent METAMODEL_USER_DIR=/nonexistent "
+                "METAMODEL_ALL_USERS_DIR=/nonexistent exec '" METAMODEL_TOOL_PATH
+                "' -q describe '" +
+                documents + "' 2>&1 >/dev/null",
+            run.err);
+        return run;
+    };
+    long enough = 32 * 1024;
+    while (describeWithin(enough, sample).exitCode != 0 && enough < 1024 * 1024)
+        enough += 4 * 1024;
+    ASSERT_LT(enough, 1024 * 1024) << "the tool did not run within 1 GB";
+    const auto run = describeWithin(enough + 8 * 1024, large);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(TestSupport::messageIds(run.err), std::vector<std::string>{"MM_OUT_OF_MEMORY"})
         << run.err;
 }
 

@@ -4,6 +4,9 @@
 #include "support/tempfolder.h"
 #include "support/testdatabase.h"
 
+#include "platform/database/tablink.h"
+#include "platform/database/uniqueconnection.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -134,6 +137,60 @@ TEST(TransferKilled, AnInterruptedFirstTransferLeavesNoDatabaseFile) {
         EXPECT_EQ(TestSupport::readFile(folder.file("stderr")), "metamodel: interrupted\n");
         EXPECT_TRUE(std::filesystem::is_empty(folder.file("repository"))) << strsignal(signal);
     }
+}
+
+// Interrupted while the server hands the tables over, the tool has the server cancel the
+// statement: the old meta-model stays, and the new one does not arrive after the tool has gone.
+// An open reading holds the handover back, so that the interruption lands inside it.
+TEST(TransferKilled, AnInterruptedServerTransferIsCancelledNotCommittedLater) {
+    TempFolder folder;
+    TestDatabase database(Backend::Postgres);
+    ASSERT_TRUE(database.ready()) << database.problem();
+    const std::string uri = database.connectionString();
+    const auto transferOf = [&](const std::string& name, int count) {
+        return std::vector<std::string>{
+            "transfer", "--db", uri,
+            TestSupport::writeGeneratedSet(folder.file(name), name, count, 3)};
+    };
+    ASSERT_EQ(TestSupport::runTool(transferOf("Old", 3)).exitCode, 0);
+    const RepositoryState oldState = TestSupport::repositoryState(database);
+
+    auto reader = std::make_unique<IUniqueConnection>(uri, "");
+    const auto run = [&](const char* statement) {
+        const bool done = TABLINK::dbcallrequest(reader->GetHandle(), statement) == 1;
+        TABLINK::dbendrequest(reader->GetHandle());
+        return done ? "" : std::string(TABLINK::dblasterror(reader->GetHandle()));
+    };
+    ASSERT_EQ(run("BEGIN"), "");
+    ASSERT_EQ(run("LOCK TABLE Cat IN SHARE MODE"), "");
+    const std::vector<std::string> arguments = transferOf("New", 4);
+    const int errors = open(folder.file("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const pid_t child = TestSupport::startTool(arguments, "", errors);
+    close(errors);
+    const auto waitingStatements = [&] {
+        return database.rows("SELECT query FROM pg_stat_activity WHERE wait_event_type = 'Lock'");
+    };
+    const auto deadline = Clock::now() + std::chrono::seconds(30);
+    while (waitingStatements().empty() && Clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    const std::vector<std::string> waiting = waitingStatements();
+    ASSERT_EQ(waiting.size(), 1u);
+    ASSERT_NE(waiting[0].find("FINAL_METAMODEL"), std::string::npos) << waiting[0];
+    kill(child, SIGINT);
+    EXPECT_EQ(TestSupport::exitCodeOf(child), 130);
+    EXPECT_EQ(TestSupport::readFile(folder.file("stderr")), "metamodel: interrupted\n");
+
+    ASSERT_EQ(run("ROLLBACK"), "");
+    reader.reset();
+    // The tool's session ends on the server once nothing holds it back any more.
+    const auto otherSessions = [&] {
+        return database.rows("SELECT pid FROM pg_stat_activity WHERE datname = "
+                             "current_database() AND pid <> pg_backend_pid()");
+    };
+    while (!otherSessions().empty() && Clock::now() < deadline + std::chrono::seconds(30))
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_TRUE(otherSessions().empty());
+    EXPECT_TRUE(TestSupport::repositoryState(database) == oldState);
 }
 
 } // namespace

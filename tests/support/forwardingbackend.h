@@ -39,7 +39,7 @@ public:
     std::unique_ptr<TABLINK::IBulkTarget> openBulkTarget(const std::string& table) override {
         return real_->openBulkTarget(table);
     }
-    bool beginSnapshot(const std::vector<std::string>& tables) override {
+    Snapshot beginSnapshot(const std::vector<std::string>& tables) override {
         return real_->beginSnapshot(tables);
     }
     void endSnapshot() override { real_->endSnapshot(); }

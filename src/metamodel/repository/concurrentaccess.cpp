@@ -44,7 +44,13 @@ CConsistentRead::CConsistentRead(void* connection) : connection_(connection) {
         names[index] = String("\x0F") + repositoryTables()[index].finalName;
         tables[index] = names[index].c_str();
     }
-    held_ = TABLINK::dbbeginread(connection_, tables.data(), int(tables.size())) != 0;
+    const int held = TABLINK::dbbeginread(connection_, tables.data(), int(tables.size()));
+    if (held < 0)
+        CppLanguage::raise<CMetaModelReaderException>(
+            ORLO_HERE, "QEL_DB_REQ_ERR",
+            {{"QUERY", "hold the repository tables at one moment"},
+             {"CAUSE", TABLINK::dblasterror(connection_)}});
+    held_ = held > 0;
 }
 
 CConsistentRead::~CConsistentRead() {

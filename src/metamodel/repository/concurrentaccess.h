@@ -24,10 +24,13 @@ private:
 
 // Holds one moment of the final tables on a connection for as long as it lives: the tables are
 // read one statement after the other, and a transfer that hands them over in between would
-// leave the reading half old and half new. Where the server cannot hold it (inside a
-// transaction of the caller's, say), the statements run each on its own.
+// leave the reading half old and half new. Where there is no moment to hold (inside a
+// transaction of the caller's, or a table that is not there), the statements run each on its
+// own.
 class CConsistentRead {
 public:
+    // Raises "QEL_DB_REQ_ERR" when the server would not hold the moment (a lock not had in
+    // time, say).
     explicit CConsistentRead(void* connection);
     ~CConsistentRead();
     CConsistentRead(const CConsistentRead&) = delete;

@@ -74,10 +74,13 @@ public:
 
     // The queries up to endSnapshot see the tables as they were at one moment, whatever other
     // connections commit meanwhile. `qualifiedTables` are all the tables they will read, in the
-    // order in which a writer takes them. Answers false, with nothing begun, inside a
-    // transaction of the caller's or when the server refuses (a table that is not there, say):
-    // the queries then run each on its own, as they would without.
-    virtual bool beginSnapshot(const std::vector<std::string>& qualifiedTables) = 0;
+    // order in which a writer takes them. NotHeld, with nothing begun, inside a transaction of
+    // the caller's or for a table that is not there: the queries then run each on its own, as
+    // they would without, and tell of the missing table themselves. Refused, with nothing begun
+    // and the reason in lastError(), when the server would not hold the moment (a lock that
+    // was not had in time, say): queries run each on their own could then see a mix.
+    enum class Snapshot { Held, NotHeld, Refused };
+    virtual Snapshot beginSnapshot(const std::vector<std::string>& qualifiedTables) = 0;
     virtual void endSnapshot() = 0;
     // Until unlockWriters, every other connection that asks for the repository's writer lock
     // waits. On the embedded database, inside a transaction of the caller's, that transaction

@@ -81,4 +81,10 @@ std::unique_ptr<IBackend> openSqliteBackend(const std::string& path, OpenMode mo
 std::unique_ptr<IBackend> openPostgresBackend(const std::string& connectionInfo,
                                               std::string& error);
 
+// Asks the server of every open connection to stop the statement it runs, which then fails
+// and takes its transaction back. Safe in a signal handler: a run that is being interrupted
+// leaves no statement behind to commit on its own. The embedded database needs none: its
+// transaction ends with the process, and the journal undoes it.
+void cancelRunningStatements() noexcept;
+
 } // namespace TABLINK

@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <libpq-fe.h>
 
+#include <array>
+#include <atomic>
 #include <cctype>
 #include <charconv>
 #include <cstring>
@@ -37,7 +39,10 @@ namespace {
     X(PQputCopyEnd)                                                                                \
     X(PQgetResult)                                                                                 \
     X(PQserverVersion)                                                                             \
-    X(PQtransactionStatus)
+    X(PQtransactionStatus)                                                                         \
+    X(PQgetCancel)                                                                                 \
+    X(PQfreeCancel)                                                                                \
+    X(PQcancel)
 
 struct ClientLibrary {
 #define METAMODEL_CLIENT_POINTER(name) decltype(&::name) name = nullptr;
@@ -236,9 +241,46 @@ constexpr const char* sameProcedureQuery =
     "$1 = '' THEN pg_catalog.quote_ident(pg_catalog.current_schema()) || '.' ELSE $1 END || $2 "
     "|| '(integer)')";
 
+// The connections a signal handler may ask the server to stop working for. A handler may
+// neither allocate nor lock: the cancel requests are made while a connection opens and lie in
+// fixed slots, and the client library sends one from a handler safely. Connections beyond the
+// slots run without.
+constexpr size_t cancelSlotCount = 8;
+std::array<std::atomic<PGcancel*>, cancelSlotCount> cancelSlots{};
+std::atomic<decltype(&::PQcancel)> sendCancel{nullptr};
+
+class CancelRegistration {
+public:
+    explicit CancelRegistration(PGconn* connection) {
+        PGcancel* request = pq().PQgetCancel(connection);
+        if (!request)
+            return;
+        sendCancel.store(pq().PQcancel);
+        for (std::atomic<PGcancel*>& slot : cancelSlots) {
+            PGcancel* empty = nullptr;
+            if (slot.compare_exchange_strong(empty, request)) {
+                slot_ = &slot;
+                return;
+            }
+        }
+        pq().PQfreeCancel(request);
+    }
+    ~CancelRegistration() {
+        // Out of the handler's reach before it is freed.
+        if (slot_)
+            pq().PQfreeCancel(slot_->exchange(nullptr));
+    }
+    CancelRegistration(const CancelRegistration&) = delete;
+    CancelRegistration& operator=(const CancelRegistration&) = delete;
+
+private:
+    std::atomic<PGcancel*>* slot_ = nullptr;
+};
+
 class PostgresBackend : public IBackend {
 public:
-    explicit PostgresBackend(ConnectionHandle connection) : connection_(std::move(connection)) {}
+    explicit PostgresBackend(ConnectionHandle connection)
+        : connection_(std::move(connection)), cancel_(connection_.get()) {}
 
     int serverKind() const override { return 5; }
     std::string defaultRepositoryName() override {
@@ -370,22 +412,31 @@ public:
     // and to the snapshot empty, tables. The locks keep the transfer's replacement waiting, or
     // wait for it to end; both sides take the tables in the same order, so neither waits for
     // the other in a circle.
-    bool beginSnapshot(const std::vector<std::string>& tables) override {
+    Snapshot beginSnapshot(const std::vector<std::string>& tables) override {
         endQuery();
-        if (pq().PQtransactionStatus(connection_.get()) != PQTRANS_IDLE ||
-            !runChecked("BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY"))
-            return false;
+        if (pq().PQtransactionStatus(connection_.get()) != PQTRANS_IDLE)
+            return Snapshot::NotHeld;
+        if (!runChecked("BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY"))
+            return Snapshot::Refused;
         std::string lock;
         for (const std::string& table : tables)
             lock += (lock.empty() ? "LOCK TABLE " : ", ") + table;
-        if (lock.empty() || runChecked(lock + " IN ACCESS SHARE MODE")) {
+        if (lock.empty()) {
             snapshot_ = true;
-            return true;
+            return Snapshot::Held;
         }
-        const std::string cause = error_;
+        ResultHandle locked(run(lock + " IN ACCESS SHARE MODE"));
+        if (succeeded(locked.get())) {
+            snapshot_ = true;
+            return Snapshot::Held;
+        }
+        const std::string cause = errorOf(connection_.get(), locked.get());
+        const char* state = pq().PQresultErrorField(locked.get(), PG_DIAG_SQLSTATE);
+        const std::string_view code = state ? state : "";
         runChecked("ROLLBACK");
         error_ = cause;
-        return false;
+        // Undefined table, undefined schema.
+        return code == "42P01" || code == "3F000" ? Snapshot::NotHeld : Snapshot::Refused;
     }
     void endSnapshot() override {
         if (std::exchange(snapshot_, false))
@@ -437,6 +488,7 @@ private:
     }
 
     ConnectionHandle connection_;
+    CancelRegistration cancel_;
     // Asked once, on first need.
     size_t nameLimit_ = 0;
     ResultHandle current_;
@@ -448,6 +500,17 @@ private:
 };
 
 } // namespace
+
+void cancelRunningStatements() noexcept {
+    const auto send = sendCancel.load();
+    if (!send)
+        return;
+    for (std::atomic<PGcancel*>& slot : cancelSlots)
+        if (PGcancel* request = slot.load()) {
+            char reason[256];
+            send(request, reason, sizeof reason);
+        }
+}
 
 std::unique_ptr<IBackend> openPostgresBackend(const std::string& connectionInfo,
                                               std::string& error) {

@@ -328,12 +328,17 @@ public:
 
     // One read transaction: from its first query on it holds the database's shared lock, and no
     // writer can commit until it ends.
-    bool beginSnapshot(const std::vector<std::string>&) override {
+    // The moment is taken by the first query, whose failure to get the file tells itself.
+    Snapshot beginSnapshot(const std::vector<std::string>&) override {
         current_.reset();
-        if (!finishBulk() || sqlite3_get_autocommit(database_.get()) == 0 || !execute("BEGIN"))
-            return false;
+        if (!finishBulk())
+            return Snapshot::Refused;
+        if (sqlite3_get_autocommit(database_.get()) == 0)
+            return Snapshot::NotHeld;
+        if (!execute("BEGIN"))
+            return Snapshot::Refused;
         snapshot_ = true;
-        return true;
+        return Snapshot::Held;
     }
     void endSnapshot() override {
         if (!std::exchange(snapshot_, false))

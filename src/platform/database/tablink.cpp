@@ -124,7 +124,17 @@ int dbbeginread(void* handle, const char* const* tables, int count) {
     std::vector<std::string> qualified;
     for (int index = 0; index < count; ++index)
         qualified.push_back(expandPrefixMarker(tables[index], connection->prefix()));
-    return connection->backend().beginSnapshot(qualified) ? 1 : 0;
+    connection->clearError();
+    switch (connection->backend().beginSnapshot(qualified)) {
+    case IBackend::Snapshot::Held:
+        return 1;
+    case IBackend::Snapshot::NotHeld:
+        return 0;
+    case IBackend::Snapshot::Refused:
+        break;
+    }
+    connection->setError(connection->backend().lastError());
+    return -1;
 }
 
 int dbendread(void* handle) {

@@ -20,7 +20,9 @@ int dbendrequest(void* connection);
 // The requests up to dbendread see the repository at one moment: a writer's commit shows in
 // all of them or in none. `tables` names every table they read (with prefix markers), in the
 // order of the final tables. Answers zero when no such moment is held (inside a transaction
-// of the caller's, or when the server refuses): the requests then run each on its own.
+// of the caller's, or for a table that is not there): the requests then run each on its own.
+// Answers -1, with the reason in dblasterror, when the server would not hold the moment (a
+// lock not had in time): requests run on their own could then see a mix.
 int dbbeginread(void* connection, const char* const* tables, int count);
 int dbendread(void* connection);
 // Until dbunlockwriters, any other connection that asks for the lock of the same repository

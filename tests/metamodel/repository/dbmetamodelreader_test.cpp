@@ -215,4 +215,33 @@ TEST(RepositoryReaderOnTheServer, AReadingSeesTheTablesBeforeOrAfterAHandOverNev
     EXPECT_FALSE(mentions("Old"));
 }
 
+// A moment that the server would not hold in time is a failed reading: the tables read one by
+// one instead could meet a hand-over between two of them.
+TEST(RepositoryReaderOnTheServer, AMomentNotHeldInTimeFailsTheReading) {
+    Repository repository(Backend::Postgres);
+    ASSERT_TRUE(repository.database.ready()) << repository.database.problem();
+    const auto run = [](void* connection, const char* statement) {
+        ASSERT_EQ(TABLINK::dbcallrequest(connection, statement), 1)
+            << TABLINK::dblasterror(connection);
+        TABLINK::dbendrequest(connection);
+    };
+    IUniqueConnection other(repository.database.connectionString());
+    run(other.GetHandle(), "BEGIN");
+    run(other.GetHandle(), "LOCK TABLE TreeCat IN ACCESS EXCLUSIVE MODE");
+    // The reading's connection waits only so long.
+    run(repository.handle(), "SET lock_timeout TO 100");
+    RecordingEvents events;
+    CDBMetaModelReader reader(repository.handle());
+    reader.SetEvents(&events);
+    auto raised =
+        TestSupport::raisedBy<MetaModel::CMetaModelReaderException>([&] { reader.Read(); });
+    EXPECT_NE(raised.arguments["CAUSE"].find("lock timeout"), std::string::npos)
+        << raised.arguments["CAUSE"];
+    raised.arguments.erase("CAUSE");
+    EXPECT_EQ(raised,
+              (TestSupport::RaisedMessage{
+                  "QEL_DB_REQ_ERR", {{"QUERY", "hold the repository tables at one moment"}}}));
+    EXPECT_EQ(events.events, Lines{});
+}
+
 } // namespace
