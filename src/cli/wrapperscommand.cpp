@@ -336,6 +336,35 @@ private:
     std::optional<Digest> inputs_;
 };
 
+// The generator does not report a write that failed in its work folder (a full temporary
+// folder): what it left in `written` is compared with the tree rendered in memory, and a file
+// missing or different fails the run, which then keeps no record that would call it up to
+// date. A tree that its listing cannot judge is taken as written.
+bool writtenAsRendered(const QEL::IMetaModel& model, const std::string& root,
+                       const std::string& written, const std::string& shown) {
+    // A generator renders once: it remembers what it has done.
+    MetaModel::WrapperGenerator renderer(&model, root, shown);
+    const FolderTree listing = listFolderTree(written);
+    TreeComparison comparison(written, listing);
+    if (!listing.plain || !renderer.Render(comparison) || !comparison.complete())
+        return true;
+    std::vector<std::string> wrong;
+    for (const auto& [name, change] : comparison.changes())
+        if (std::string_view(change) != "gone")
+            wrong.push_back(name);
+    if (wrong.empty())
+        return true;
+    CppLanguage::report(
+        ORLO_HERE, "FILEOP_CANNOT_WRITE",
+        {{"FILE", (fs::path(shown) / wrong.front()).string()},
+         {"REASON",
+          "it does not hold what was generated, a write in the temporary folder "
+          "having failed (is it full?)" +
+              (wrong.size() > 1 ? "; nor do " + std::to_string(wrong.size() - 1) + " other file(s)"
+                                : "")}});
+    return false;
+}
+
 int generate(const GlobalOptions& global, const CommandArguments& arguments) {
     ModelSource source("wrappers", arguments);
     if (!source.prepare())
@@ -418,6 +447,8 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         // The merge into a scratch folder tells nothing worth reading.
         MetaModel::FileOp::verboseMode = !global.quiet && !check;
         generator.Build();
+        if (!writtenAsRendered(model, root, check ? scratch->path() : output, output))
+            return exitFailure;
     } catch (const std::exception& failure) {
         // The library's failures carry an id; anything else (a folder that cannot be walked,
         // memory) is said as it stands.

@@ -364,6 +364,30 @@ TEST(Wrappers, TheRecordLiesInTheCacheFolderAndARunWithoutOneStillSucceeds) {
     EXPECT_TRUE(fs::is_regular_file(output + "/AllWrappers.h"));
 }
 
+// A write that fails in the work folder (the temporary folder full, here its files held to
+// one block) fails the run, which keeps no record: the next run writes the headers whole.
+TEST(Wrappers, AHeaderLeftShortInTheWorkFolderFailsTheRunAndIsNotRecorded) {
+    TempFolder folder;
+    const std::string output = folder.file("out");
+    const std::string temporary = folder.file("tmp");
+    fs::create_directory(temporary);
+    std::string said;
+    const int limited = TestSupport::runShell(
+        "trap '' XFSZ; ulimit -f 1; TMPDIR='" + temporary +
+            "' METAMODEL_APP_DIR=/nonexistent METAMODEL_USER_DIR=/nonexistent "
+            "METAMODEL_ALL_USERS_DIR=/nonexistent exec '" METAMODEL_TOOL_PATH "' -q wrappers -o '" +
+            output + "' --root '" + crafted + "' '" + crafted + "' 2>&1",
+        said);
+    EXPECT_EQ(limited, 1);
+    EXPECT_EQ(TestSupport::messageIds(said), std::vector<std::string>{"FILEOP_CANNOT_WRITE"})
+        << said;
+    const auto whole = runTool({"-q", "wrappers", "-o", output, "--root", crafted, crafted});
+    EXPECT_EQ(whole.exitCode, 0) << whole.err;
+    const auto check =
+        runTool({"wrappers", "--check", "--no-cache", "-o", output, "--root", crafted, crafted});
+    EXPECT_EQ(check.exitCode, 0) << check.out;
+}
+
 // Failures leave no output folder behind, and name what went wrong.
 TEST(Wrappers, RefusedRunsExitOneAndCreateNothing) {
     TempFolder folder;
