@@ -62,7 +62,8 @@ private:
     // one name instead of the whole path again; `path` is what messages say.
     void checkDocument(int parent, const char* name, const std::string& path,
                        const std::string& via) {
-        const int descriptor = openat(parent, name, O_RDONLY | O_CLOEXEC);
+        // Without blocking: a pipe would wait here for a writer.
+        const int descriptor = openat(parent, name, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
         if (descriptor < 0) {
             fail(path, errno);
             return;
@@ -73,6 +74,12 @@ private:
         // A folder named like a document is no document, and the reader reads nothing of it.
         if (S_ISDIR(status.st_mode)) {
             fail(path, EISDIR);
+            return;
+        }
+        // A pipe would wait for a writer and could be read only once, where a transfer reads
+        // twice; a device such as /dev/zero would never end.
+        if (!S_ISREG(status.st_mode)) {
+            fail(path, "not a regular file");
             return;
         }
         const auto [earlier, isNew] =
@@ -145,9 +152,10 @@ private:
     }
 
     // Answers the documents found: none.
-    size_t fail(const std::string& path, int error) {
+    size_t fail(const std::string& path, int error) { return fail(path, std::strerror(error)); }
+    size_t fail(const std::string& path, const char* cause) {
         CppLanguage::reportAt(ORLO_HERE, {}, "QEL_MM_INPUT_UNREADABLE",
-                              {{"PATH", path}, {"CAUSE", std::strerror(error)}});
+                              {{"PATH", path}, {"CAUSE", cause}});
         ++failures_;
         return 0;
     }

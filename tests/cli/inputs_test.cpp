@@ -66,6 +66,11 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
     std::filesystem::create_symlink(folder.file("nowhere"), folder.file("links/gone"));
     folder.write("loops/MetaModel.xml", "<metaModel file_no=\"4\"/>");
     std::filesystem::create_symlink(folder.file("loops/self"), folder.file("loops/self"));
+    // A pipe would block the run, a device never end.
+    std::filesystem::create_directory(folder.file("pipe"));
+    ASSERT_EQ(mkfifo(folder.file("pipe/MetaModel.xml").c_str(), 0644), 0);
+    std::filesystem::create_directory(folder.file("device"));
+    std::filesystem::create_symlink("/dev/zero", folder.file("device/MetaModel.xml"));
     const std::string installed =
         folder.write("configuration/Core/MetaModel.xml", "<metaModel file_no=\"9\"/>");
     // An installation whose folders cannot even be looked into.
@@ -99,6 +104,8 @@ TEST(Inputs, WhatWouldBeReadWronglyIsSaidInOneMessage) {
         {{"dump", "--", "-nowhere"}, "1 QEL_MM_ROOT_NOT_FOUND"}, // after "--" no option
         {{"dump", folder.file("links")}, "0"},
         {{"dump", folder.file("loops")}, unreadable, std::strerror(ELOOP)},
+        {{"check", folder.file("pipe/MetaModel.xml")}, unreadable, "not a regular file"},
+        {{"dump", folder.file("device/MetaModel.xml")}, unreadable, "not a regular file"},
         {{"dump", folder.file("set"), set}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"check", set, folder.file("set//MetaModel.xml")}, "1 QEL_MM_DOCUMENT_TWICE"},
         {{"export", folder.file("set/metamodel.xml")}, "1 QEL_MM_NOT_A_DOCUMENT_NAME"},
