@@ -20,8 +20,11 @@
 #include <memory>
 #include <optional>
 #include <pthread.h>
+#include <stdexcept>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
+#include <unordered_map>
 
 namespace Cli {
 
@@ -179,6 +182,43 @@ std::string finalTableCounts(void* connection) {
     return counts;
 }
 
+// A transfer reads its documents twice, and only the first reading is checked: a document
+// replaced between the two (while the run waits for the repository, say) would reach it
+// unchecked. Each document's file is noted when the first reading comes to it, and the second
+// reading may not go on with one that is no longer the same.
+class FirstReadingStamps {
+public:
+    // Throws, once it has said so, when the second reading meets a document changed since.
+    void observe(int pass, const std::string& path) {
+        const std::optional<Stamp> now = stampOf(path);
+        if (pass == 1) {
+            if (now)
+                stamps_[path] = *now;
+            return;
+        }
+        const auto first = stamps_.find(path);
+        if (first == stamps_.end() || now == first->second)
+            return;
+        CppLanguage::report(ORLO_HERE, "MM_DOCUMENT_CHANGED", {{"FILE", path}});
+        throw std::runtime_error("a document changed between the readings of a transfer");
+    }
+
+private:
+    // Which file and which of its states: a replaced file has another inode, a rewritten one
+    // another change time.
+    using Stamp = std::tuple<dev_t, ino_t, off_t, time_t, long, time_t, long>;
+    static std::optional<Stamp> stampOf(const std::string& path) {
+        struct stat status {};
+        if (stat(path.c_str(), &status) != 0)
+            return std::nullopt;
+        return Stamp{status.st_dev,         status.st_ino,          status.st_size,
+                     status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
+                     status.st_ctim.tv_nsec};
+    }
+
+    std::unordered_map<std::string, Stamp> stamps_;
+};
+
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Before the database is opened: a mistyped folder must not leave a new, empty one behind.
     if (!documentPathsReadable(arguments.operands))
@@ -198,6 +238,7 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     };
 
     ProgressLine progress(global.quiet);
+    FirstReadingStamps stamps;
     int pass = 0;
     size_t document = 0;
     size_t documents = 0;
@@ -212,7 +253,8 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     };
     const int result = MetaModel::TransferMetaModelFromXmlToDb(
         open, arguments.operands,
-        [&](int currentPass, const ORLO::String&, size_t number, size_t count) {
+        [&](int currentPass, const ORLO::String& path, size_t number, size_t count) {
+            stamps.observe(currentPass, path);
             pass = currentPass;
             document = number;
             documents = count;

@@ -33,6 +33,9 @@ constexpr MessageDefinition catalogue[] = {
     {"FILEOP_OUTPUT_IS_INPUT", SeverityError,
      "The output '{FILE}' is the input '{INPUT}' itself, which writing would destroy; name "
      "another output."},
+    {"MM_DOCUMENT_CHANGED", SeverityError,
+     "The document '{FILE}' changed after the transfer had checked it; the repository was left "
+     "as it was: run the transfer again."},
     {"MM_GRAPH_DOT_FAILED", SeverityError,
      "Graphviz's 'dot' could not draw the graph ({CAUSE}); the DOT text is what 'metamodel graph "
      "--format dot' writes."},

@@ -168,7 +168,9 @@ TEST(TransferKilled, AnInterruptedServerTransferIsCancelledNotCommittedLater) {
     const pid_t child = TestSupport::startTool(arguments, "", errors);
     close(errors);
     const auto waitingStatements = [&] {
-        return database.rows("SELECT query FROM pg_stat_activity WHERE wait_event_type = 'Lock'");
+        // The server is shared with other tests: only this database's sessions count.
+        return database.rows("SELECT query FROM pg_stat_activity WHERE datname = "
+                             "current_database() AND wait_event_type = 'Lock'");
     };
     const auto deadline = Clock::now() + std::chrono::seconds(30);
     while (waitingStatements().empty() && Clock::now() < deadline)

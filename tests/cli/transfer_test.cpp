@@ -203,7 +203,9 @@ TEST_P(TransferCommand, ASecondWriterWaitsForTheFirstAndThenWritesItsWholeSet) {
         // Until the server shows the second one waiting for the lock.
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (database_->rows("SELECT count(*) FROM pg_locks WHERE locktype = 'advisory' "
-                               "AND NOT granted") != std::vector<std::string>{"1"} &&
+                               "AND NOT granted AND database = (SELECT oid FROM pg_database "
+                               "WHERE datname = current_database())") !=
+                   std::vector<std::string>{"1"} &&
                std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         EXPECT_EQ(finalTables(), before) << "nothing is handed over while the first one writes";
@@ -298,6 +300,42 @@ TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {
     run = TestSupport::runToolOnTerminal({"-q", "transfer", "--db", repository, documents});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.err, "");
+}
+
+// A document replaced after the check, while the transfer waits for the repository, would
+// reach it unchecked: the transfer stops on it and leaves the repository as it was.
+TEST(TransferOnTheServer, ADocumentChangedBetweenTheReadingsStopsTheTransfer) {
+    TempFolder folder;
+    TestDatabase database(Backend::Postgres);
+    ASSERT_TRUE(database.ready()) << database.problem();
+    const std::string uri = database.connectionString();
+    copyDocument(folder, "first", "documents/first");
+    copyDocument(folder, "second", "documents/second");
+    const std::string documents = folder.file("documents");
+    ASSERT_EQ(runTool({"transfer", "--db", uri, documents}).exitCode, 0);
+    const TestSupport::RepositoryState before = TestSupport::repositoryState(database);
+
+    IUniqueConnection other(uri);
+    ASSERT_EQ(TABLINK::dblockwriters(other.GetHandle()), 1);
+    auto run = std::async(std::launch::async, [&] {
+        return runTool({"transfer", "--db", uri, documents});
+    });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    // The server is shared with other tests: only this database's sessions count.
+    while (database.rows("SELECT count(*) FROM pg_stat_activity WHERE datname = "
+                         "current_database() AND wait_event_type = 'Lock'") ==
+               std::vector<std::string>{"0"} &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    // Alone, the second document names categories of the first that it never declares.
+    folder.write("documents/first/MetaModel.xml", "<metaModel file_no=\"1\"/>");
+    ASSERT_EQ(TABLINK::dbunlockwriters(other.GetHandle()), 1);
+    const auto stopped = run.get();
+    EXPECT_EQ(stopped.exitCode, 1);
+    EXPECT_EQ(messageIds(stopped.err),
+              (std::vector<std::string>{"MM_DOCUMENT_CHANGED", "QEL_MM_XML2DB_ERR"}))
+        << stopped.err;
+    EXPECT_TRUE(TestSupport::repositoryState(database) == before);
 }
 
 } // namespace

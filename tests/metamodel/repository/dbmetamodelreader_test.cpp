@@ -199,8 +199,9 @@ TEST(RepositoryReaderOnTheServer, AReadingSeesTheTablesBeforeOrAfterAHandOverNev
     }
     auto reading = std::async(std::launch::async, [&] { return readBack(repository.handle()); });
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (repository.database.rows("SELECT count(*) FROM pg_locks WHERE NOT granted") ==
-               Lines{"0"} &&
+    while (repository.database.rows("SELECT count(*) FROM pg_locks WHERE NOT granted AND database "
+                                    "= (SELECT oid FROM pg_database WHERE datname = "
+                                    "current_database())") == Lines{"0"} &&
            std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     ASSERT_EQ(TABLINK::dbcallrequest(other.GetHandle(), "COMMIT"), 1);
