@@ -14,8 +14,10 @@
 #include "platform/orlofile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <future>
@@ -78,8 +80,11 @@ public:
         path_ = AppDataManager::TemporaryFolder() + "MetamodelWrapperGeneratedFiles.lock";
         descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
         if (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0) {
+            error_ = errno;
             close(descriptor_);
             descriptor_ = -1;
+        } else if (descriptor_ < 0) {
+            error_ = errno;
         }
     }
     ~WorkFolderLock() {
@@ -88,12 +93,18 @@ public:
     }
     WorkFolderLock(const WorkFolderLock&) = delete;
     WorkFolderLock& operator=(const WorkFolderLock&) = delete;
-    bool held() const { return descriptor_ >= 0; }
-    const std::string& path() const { return path_; }
+    // Reports, and answers false, when the lock is not held.
+    bool held() const {
+        if (descriptor_ < 0)
+            CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_WRITE",
+                                {{"FILE", path_}, {"REASON", std::strerror(error_)}});
+        return descriptor_ >= 0;
+    }
 
 private:
     std::string path_;
     int descriptor_ = -1;
+    int error_ = 0;
 };
 
 bool liesUnder(const std::string& folder, const std::string& root) {
@@ -249,10 +260,6 @@ std::optional<std::string> openFileInside(const fs::path& folder) {
     return std::nullopt;
 }
 
-void cannot(const char* what, const std::string& path) {
-    std::fprintf(stderr, "metamodel: error: cannot %s '%s'\n", what, path.c_str());
-}
-
 // The answer of a run from the output on disk and the tree rendered in memory, where these can
 // vouch for it; nothing where the generator must run.
 std::optional<int> settleInMemory(const GlobalOptions& global, bool check,
@@ -376,10 +383,8 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         output.pop_back();
     const bool check = arguments.has("check");
     WorkFolderLock lock;
-    if (!lock.held()) {
-        cannot("lock", lock.path());
+    if (!lock.held())
         return exitFailure;
-    }
     const std::string root = arguments.value("root", defaultRoot());
     std::optional<RecordKeeper> record;
     if (!source.fromRepository() && !arguments.has("no-cache")) {
@@ -439,7 +444,9 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         if (check) {
             scratch.emplace();
             if (scratch->path().empty()) {
-                cannot("create a folder in", AppDataManager::TemporaryFolder());
+                CppLanguage::report(
+                    ORLO_HERE, "FILEOP_CANNOT_CREATE_DIR",
+                    {{"DIR", AppDataManager::TemporaryFolder() + "metamodel-wrappers-XXXXXX"}});
                 return exitFailure;
             }
         }

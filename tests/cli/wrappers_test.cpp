@@ -392,9 +392,12 @@ TEST(Wrappers, AHeaderLeftShortInTheWorkFolderFailsTheRunAndIsNotRecorded) {
 TEST(Wrappers, RefusedRunsExitOneAndCreateNothing) {
     TempFolder folder;
     const std::string output = folder.file("out");
+    // A folder where the lock beside the work folder would be.
+    fs::create_directories(folder.file("tmp/MetamodelWrapperGeneratedFiles.lock"));
     const struct {
         std::vector<std::string> arguments;
         std::string expected;
+        std::string temporary = "";
     } cases[] = {
         // "Thing" lies at the top of the crafted set, above this root.
         {{"--root", crafted + "/Base", crafted},
@@ -402,11 +405,16 @@ TEST(Wrappers, RefusedRunsExitOneAndCreateNothing) {
              "/Base'"},
         {{"--root", folder.file("nowhere"), crafted}, "[FILEOP_INVALID_PATH]"},
         {{crafted + "/missing"}, "[QEL_MM_ROOT_NOT_FOUND]"},
+        {{"--root", crafted, crafted}, "[FILEOP_CANNOT_WRITE]", folder.file("tmp")},
     };
+    const std::string temporary = std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "";
     for (const auto& test : cases) {
         std::vector<std::string> arguments = {"wrappers", "-o", output};
         arguments.insert(arguments.end(), test.arguments.begin(), test.arguments.end());
+        if (!test.temporary.empty())
+            setenv("TMPDIR", test.temporary.c_str(), 1);
         const auto run = runTool(arguments);
+        temporary.empty() ? unsetenv("TMPDIR") : setenv("TMPDIR", temporary.c_str(), 1);
         EXPECT_EQ(run.exitCode, 1) << test.expected;
         EXPECT_NE(run.err.find(test.expected), std::string::npos) << run.err;
         EXPECT_FALSE(fs::exists(output)) << test.expected;
