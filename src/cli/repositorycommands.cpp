@@ -14,6 +14,7 @@
 #include "platform/database/uniqueconnection.h"
 #include "platform/messages.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -24,7 +25,7 @@
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
-#include <unordered_map>
+#include <vector>
 
 namespace Cli {
 
@@ -183,29 +184,57 @@ std::string finalTableCounts(void* connection) {
 }
 
 // A transfer reads its documents twice, and only the first reading is checked: a document
-// replaced between the two (while the run waits for the repository, say) would reach it
-// unchecked. Each document's file is noted when the first reading comes to it, and the second
-// reading may not go on with one that is no longer the same.
+// replaced, added or taken away between the two (while the run waits for the repository, say)
+// would reach it unchecked. Each document's file is noted when the first reading comes to it,
+// and the second reading may only go on over the same documents, each as it was.
 class FirstReadingStamps {
 public:
-    // Throws, once it has said so, when the second reading meets a document changed since.
-    void observe(int pass, const std::string& path) {
-        const std::optional<Stamp> now = stampOf(path);
+    // Throws, once it has said so, when the second reading meets other documents.
+    void observe(int pass, const std::string& path, size_t number, size_t count) {
         if (pass == 1) {
-            if (now)
-                stamps_[path] = *now;
+            first_.push_back({path, stampOf(path)});
             return;
         }
-        const auto first = stamps_.find(path);
-        if (first == stamps_.end() || now == first->second)
-            return;
-        CppLanguage::report(ORLO_HERE, "MM_DOCUMENT_CHANGED", {{"FILE", path}});
-        throw std::runtime_error("a document changed between the readings of a transfer");
+        secondStarted_ = true;
+        if (const std::optional<std::string> changed = differenceAt(path, number, count))
+            stop(*changed);
+    }
+    // Rows are told only while the second reading writes, the last time before the tables are
+    // handed over: a second reading that has met no document then found none at all.
+    void observeRows() const {
+        if (!secondStarted_ && !first_.empty())
+            stop(first_.front().path);
     }
 
 private:
+    [[noreturn]] static void stop(const std::string& changed) {
+        CppLanguage::report(ORLO_HERE, "MM_DOCUMENT_CHANGED", {{"FILE", changed}});
+        throw std::runtime_error("the documents changed between the readings of a transfer");
+    }
+
+    // The document by which the second reading's `number`th differs from the first's: the one
+    // added, the one taken away, or the one changed; nothing while they agree. Each is told
+    // before its document is played, and the last before the stream's end, which hands the
+    // tables over.
+    std::optional<std::string> differenceAt(const std::string& path, size_t number,
+                                            size_t count) const {
+        if (number > first_.size())
+            return path;
+        const Document& first = first_[number - 1];
+        if (first.path != path) {
+            const bool known = std::any_of(first_.begin(), first_.end(),
+                                           [&](const Document& seen) { return seen.path == path; });
+            return known ? first.path : path;
+        }
+        if (first.stamp != stampOf(path))
+            return path;
+        if (number == count && count < first_.size())
+            return first_[count].path;
+        return std::nullopt;
+    }
+
     // Which file and which of its states: a replaced file has another inode, a rewritten one
-    // another change time.
+    // another change time. Nothing for a file that cannot be looked at.
     using Stamp = std::tuple<dev_t, ino_t, off_t, time_t, long, time_t, long>;
     static std::optional<Stamp> stampOf(const std::string& path) {
         struct stat status {};
@@ -216,7 +245,12 @@ private:
                      status.st_ctim.tv_nsec};
     }
 
-    std::unordered_map<std::string, Stamp> stamps_;
+    struct Document {
+        std::string path;
+        std::optional<Stamp> stamp;
+    };
+    std::vector<Document> first_;
+    bool secondStarted_ = false;
 };
 
 int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
@@ -254,13 +288,14 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     const int result = MetaModel::TransferMetaModelFromXmlToDb(
         open, arguments.operands,
         [&](int currentPass, const ORLO::String& path, size_t number, size_t count) {
-            stamps.observe(currentPass, path);
+            stamps.observe(currentPass, path, number, count);
             pass = currentPass;
             document = number;
             documents = count;
             show();
         },
         [&](size_t written) {
+            stamps.observeRows();
             rows = written;
             show();
         });

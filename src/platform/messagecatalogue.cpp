@@ -34,8 +34,8 @@ constexpr MessageDefinition catalogue[] = {
      "The output '{FILE}' is the input '{INPUT}' itself, which writing would destroy; name "
      "another output."},
     {"MM_DOCUMENT_CHANGED", SeverityError,
-     "The document '{FILE}' changed after the transfer had checked it; the repository was left "
-     "as it was: run the transfer again."},
+     "The documents changed after the transfer had checked them ('{FILE}' was replaced, added "
+     "or taken away); the repository was left as it was: run the transfer again."},
     {"MM_GRAPH_DOT_FAILED", SeverityError,
      "Graphviz's 'dot' could not draw the graph ({CAUSE}); the DOT text is what 'metamodel graph "
      "--format dot' writes."},

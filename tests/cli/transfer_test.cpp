@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <thread>
 #include <utility>
@@ -302,9 +303,10 @@ TEST(TransferCommandOnATerminal, ShowsItsProgressUnlessQuiet) {
     EXPECT_EQ(run.err, "");
 }
 
-// A document replaced after the check, while the transfer waits for the repository, would
-// reach it unchecked: the transfer stops on it and leaves the repository as it was.
-TEST(TransferOnTheServer, ADocumentChangedBetweenTheReadingsStopsTheTransfer) {
+// A document replaced, added or taken away after the check, while the transfer waits for the
+// repository, would reach it unchecked: the transfer stops on it and leaves the repository as
+// it was.
+TEST(TransferOnTheServer, DocumentsChangedBetweenTheReadingsStopTheTransfer) {
     TempFolder folder;
     TestDatabase database(Backend::Postgres);
     ASSERT_TRUE(database.ready()) << database.problem();
@@ -315,27 +317,47 @@ TEST(TransferOnTheServer, ADocumentChangedBetweenTheReadingsStopsTheTransfer) {
     ASSERT_EQ(runTool({"transfer", "--db", uri, documents}).exitCode, 0);
     const TestSupport::RepositoryState before = TestSupport::repositoryState(database);
 
-    IUniqueConnection other(uri);
-    ASSERT_EQ(TABLINK::dblockwriters(other.GetHandle()), 1);
-    auto run = std::async(std::launch::async, [&] {
-        return runTool({"transfer", "--db", uri, documents});
-    });
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    // The server is shared with other tests: only this database's sessions count.
-    while (database.rows("SELECT count(*) FROM pg_stat_activity WHERE datname = "
-                         "current_database() AND wait_event_type = 'Lock'") ==
-               std::vector<std::string>{"0"} &&
-           std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    // Alone, the second document names categories of the first that it never declares.
-    folder.write("documents/first/MetaModel.xml", "<metaModel file_no=\"1\"/>");
-    ASSERT_EQ(TABLINK::dbunlockwriters(other.GetHandle()), 1);
-    const auto stopped = run.get();
-    EXPECT_EQ(stopped.exitCode, 1);
-    EXPECT_EQ(messageIds(stopped.err),
-              (std::vector<std::string>{"MM_DOCUMENT_CHANGED", "QEL_MM_XML2DB_ERR"}))
-        << stopped.err;
-    EXPECT_TRUE(TestSupport::repositoryState(database) == before);
+    const struct {
+        std::string name;
+        std::function<void()> change;
+    } changes[] = {
+        // Alone, the second document names categories of the first that it never declares.
+        {"first", [&] { folder.write("documents/first/MetaModel.xml", "<metaModel/>"); }},
+        {"first", [&] { std::filesystem::remove_all(folder.file("documents/first")); }},
+        {"first",
+         [&] {
+             std::filesystem::remove_all(folder.file("documents/first"));
+             std::filesystem::remove_all(folder.file("documents/second"));
+         }},
+        {"a", [&] { folder.write("documents/a/MetaModel.xml", "<metaModel file_no=\"7\"/>"); }},
+    };
+    for (const auto& [name, change] : changes) {
+        copyDocument(folder, "first", "documents/first");
+        copyDocument(folder, "second", "documents/second");
+        std::filesystem::remove_all(folder.file("documents/a"));
+        IUniqueConnection other(uri);
+        ASSERT_EQ(TABLINK::dblockwriters(other.GetHandle()), 1);
+        auto run = std::async(std::launch::async, [&] {
+            return runTool({"transfer", "--db", uri, documents});
+        });
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        // The server is shared with other tests: only this database's sessions count.
+        while (database.rows("SELECT count(*) FROM pg_stat_activity WHERE datname = "
+                             "current_database() AND wait_event_type = 'Lock'") ==
+                   std::vector<std::string>{"0"} &&
+               std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        change();
+        ASSERT_EQ(TABLINK::dbunlockwriters(other.GetHandle()), 1);
+        const auto stopped = run.get();
+        EXPECT_EQ(stopped.exitCode, 1);
+        EXPECT_EQ(messageIds(stopped.err),
+                  (std::vector<std::string>{"MM_DOCUMENT_CHANGED", "QEL_MM_XML2DB_ERR"}))
+            << stopped.err;
+        EXPECT_NE(stopped.err.find("documents/" + name + "/MetaModel.xml"), std::string::npos)
+            << stopped.err;
+        EXPECT_TRUE(TestSupport::repositoryState(database) == before) << name;
+    }
 }
 
 } // namespace
