@@ -357,20 +357,20 @@ public:
             return false;
         if (sqlite3_get_autocommit(database_.get()) == 0)
             return true;
-        if (!execute("BEGIN IMMEDIATE")) {
-            // A first transfer that made the file and then failed takes it away again. SQLite
-            // refuses to fill a file that nobody can find, as a disk error: a writer that
-            // waited for it meanwhile says what happened.
-            int moved = 0;
-            if (sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
-                    SQLITE_OK &&
-                moved)
-                error_ = "the database file was removed or replaced while this connection "
-                         "waited for it";
+        // A first transfer that made the file and then failed, or was interrupted, takes it
+        // away again. SQLite refuses to fill a file that nobody can find, as a read-only
+        // database, at the lock or only at the first write: a writer that waited for it
+        // meanwhile says what happened, before it writes anything.
+        const bool locked = execute("BEGIN IMMEDIATE");
+        if (fileMoved()) {
+            if (locked)
+                execute("ROLLBACK");
+            error_ = "the database file was removed or replaced while this connection waited "
+                     "for it";
             return false;
         }
-        writersLocked_ = true;
-        return true;
+        writersLocked_ = locked;
+        return locked;
     }
     bool unlockWriters() override {
         if (!std::exchange(writersLocked_, false))
@@ -454,6 +454,14 @@ public:
     sqlite3* database() const { return database_.get(); }
 
 private:
+    // Whether the file was unlinked or renamed since it was opened.
+    bool fileMoved() {
+        int moved = 0;
+        return sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
+                   SQLITE_OK &&
+               moved;
+    }
+
     DatabaseHandle database_;
     // The schema, as a prefix of its tables, of the procedure that is running.
     std::string procedurePrefix_;

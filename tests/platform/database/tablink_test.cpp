@@ -515,6 +515,13 @@ TEST(ConnectivityOnSqlite, AWriterWhoseFileWasTakenAwayWritesNothing) {
     ASSERT_EQ(unlink(database.connectionString().c_str()), 0);
     EXPECT_EQ(TABLINK::dblockwriters(waiting.GetHandle()), 0);
     EXPECT_THAT(TABLINK::dblasterror(waiting.GetHandle()), HasSubstr("removed or replaced"));
+    // A file that holds something yet takes the lock, and refuses only the first write.
+    TestSupport::TestDatabase filled(Backend::Sqlite);
+    filled.execute("CREATE TABLE t (x INTEGER)");
+    IUniqueConnection late(filled.connectionString());
+    ASSERT_EQ(unlink(filled.connectionString().c_str()), 0);
+    EXPECT_EQ(TABLINK::dblockwriters(late.GetHandle()), 0);
+    EXPECT_THAT(TABLINK::dblasterror(late.GetHandle()), HasSubstr("removed or replaced"));
 }
 
 } // namespace
