@@ -93,12 +93,11 @@ public:
     }
     WorkFolderLock(const WorkFolderLock&) = delete;
     WorkFolderLock& operator=(const WorkFolderLock&) = delete;
-    // Reports, and answers false, when the lock is not held.
-    bool held() const {
-        if (descriptor_ < 0)
-            CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_WRITE",
-                                {{"FILE", path_}, {"REASON", std::strerror(error_)}});
-        return descriptor_ >= 0;
+    bool held() const { return descriptor_ >= 0; }
+    // Why the lock is not held.
+    void reportFailure() const {
+        CppLanguage::report(ORLO_HERE, "FILEOP_CANNOT_WRITE",
+                            {{"FILE", path_}, {"REASON", std::strerror(error_)}});
     }
 
 private:
@@ -383,8 +382,10 @@ int generate(const GlobalOptions& global, const CommandArguments& arguments) {
         output.pop_back();
     const bool check = arguments.has("check");
     WorkFolderLock lock;
-    if (!lock.held())
+    if (!lock.held()) {
+        lock.reportFailure();
         return exitFailure;
+    }
     const std::string root = arguments.value("root", defaultRoot());
     std::optional<RecordKeeper> record;
     if (!source.fromRepository() && !arguments.has("no-cache")) {

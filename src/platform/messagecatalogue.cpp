@@ -43,7 +43,7 @@ constexpr MessageDefinition catalogue[] = {
      "Graphviz's 'dot' program is needed for SVG and was not found[ ({CAUSE})]; install the "
      "'graphviz' package, or write DOT with --format dot."},
     {"MM_OUT_OF_MEMORY", SeverityError,
-     "The run ran out of memory and was stopped; what it was writing was left as it was."},
+     "The run ran out of memory and was stopped before it had finished."},
     {"MM_SEVERAL_LANGUAGES", SeverityError,
      "Category '{CATEGORY_NAME}' derives from more than one language: {LANGUAGES_CATEGORIES}."},
     {"MM_WRP_GEN_FAILED", SeverityError,
