@@ -25,6 +25,7 @@
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace Cli {
@@ -53,8 +54,10 @@ public:
     // file for an empty database.
     void opening() {
         struct stat status {};
-        if (!path_ || lstat(path_->c_str(), &status) == 0)
+        if (!path_ || lstat(path_->c_str(), &status) == 0) {
+            opened_ = currentFile();
             return;
+        }
         // Made and named for removal with interruptions held back, which the run has no other
         // thread to take: one that came between the two would leave the file, or, named
         // first, take another run's file away. Held back, it takes this run's file.
@@ -78,6 +81,17 @@ public:
             interruption_.reset();
         }
         pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+        opened_ = currentFile();
+    }
+    // The file that the path named as the connection was opened: the connection may wait for
+    // its first lock, and so find another file, or none, by the time it is open.
+    const std::optional<std::pair<dev_t, ino_t>>& openedFile() const { return opened_; }
+    // Which file the path names now: nothing for a server, or when there is none.
+    std::optional<std::pair<dev_t, ino_t>> currentFile() const {
+        struct stat status {};
+        if (!path_ || stat(path_->c_str(), &status) != 0)
+            return std::nullopt;
+        return std::pair{status.st_dev, status.st_ino};
     }
     // Once the run has succeeded: the file is the user's.
     void keep() {
@@ -109,6 +123,7 @@ private:
     };
     std::optional<std::string> path_;
     std::optional<Identity> made_;
+    std::optional<std::pair<dev_t, ino_t>> opened_;
     std::optional<InterruptionGuard> interruption_;
     RemoveOnInterruption database_;
     RemoveOnInterruption journal_;
@@ -264,11 +279,24 @@ int transfer(const GlobalOptions& global, const CommandArguments& arguments) {
     // Closed before the file it may have made is taken away.
     std::unique_ptr<IUniqueConnection> connection;
     const auto open = [&]() -> IUniqueConnection& {
-        connection = openNoting(madeFile, arguments,
-                                arguments.has("create-schema") ? TABLINK::OpenMode::Create
-                                                               : TABLINK::OpenMode::CreateFile);
-        MetaModel::CreateRepository(connection->GetHandle());
-        return *connection;
+        const TABLINK::OpenMode mode = arguments.has("create-schema")
+                                           ? TABLINK::OpenMode::Create
+                                           : TABLINK::OpenMode::CreateFile;
+        // Once more when the file was taken away while this run waited for its lock (the
+        // first transfer that made it failed or was interrupted): it is made anew, as by a
+        // first transfer, rather than the run failing on a file that nobody can find.
+        for (bool again = true;; again = false) {
+            try {
+                connection = openNoting(madeFile, arguments, mode);
+                MetaModel::CreateRepository(connection->GetHandle());
+                return *connection;
+            } catch (const CppLanguage::CRuntimeException&) {
+                const auto opened = madeFile.openedFile();
+                if (!again || !opened || madeFile.currentFile() == opened)
+                    throw;
+                connection.reset();
+            }
+        }
     };
 
     ProgressLine progress(global.quiet);

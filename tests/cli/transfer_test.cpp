@@ -360,4 +360,27 @@ TEST(TransferOnTheServer, DocumentsChangedBetweenTheReadingsStopTheTransfer) {
     }
 }
 
+// The first transfer into a new file takes the file away when it fails or is interrupted; a
+// second one that waited for it meanwhile makes the file anew and writes its set there.
+TEST(TransferOnSqlite, AFileTakenAwayWhileTheTransferWaitedIsMadeAnew) {
+    TempFolder folder;
+    copyDocument(folder, "first", "documents/first");
+    copyDocument(folder, "second", "documents/second");
+    const std::string database = folder.file("repository.sqlite");
+    auto first = std::make_unique<IUniqueConnection>(database, "", TABLINK::OpenMode::Create);
+    ASSERT_EQ(TABLINK::dbcallrequest(first->GetHandle(), "BEGIN EXCLUSIVE"), 1);
+    TABLINK::dbendrequest(first->GetHandle());
+    auto second = std::async(std::launch::async, [&] {
+        return runTool({"-q", "transfer", "--db", database, folder.file("documents")});
+    });
+    // The embedded database does not show who waits: long enough for the checks to pass.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    ASSERT_EQ(unlink(database.c_str()), 0);
+    first.reset();
+    const auto run = second.get();
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(TestSupport::runSql(Backend::Sqlite, database, "SELECT count(*) FROM Cat"),
+              std::vector<std::string>{"0"});
+}
+
 } // namespace
