@@ -25,7 +25,6 @@
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace Cli {
@@ -49,15 +48,51 @@ public:
     ~MadeDatabaseFile() { removeIfMade(); }
     MadeDatabaseFile(const MadeDatabaseFile&) = delete;
     MadeDatabaseFile& operator=(const MadeDatabaseFile&) = delete;
-    // Right before the connection is opened. The file is made here, exclusively, so that of two
-    // first runs at once only the one that made it ever takes it away: SQLite takes an empty
-    // file for an empty database.
+
+    // A file by device and inode.
+    struct Identity {
+        dev_t device;
+        ino_t inode;
+        bool operator==(const Identity&) const = default;
+    };
+
+    // Right before the connection is opened.
     void opening() {
+        makeIfMissing();
+        opened_ = currentFile();
+    }
+    // The file that the path named as the connection was opened: the connection may wait for
+    // its first lock, and so find another file, or none, by the time it is open.
+    const std::optional<Identity>& openedFile() const { return opened_; }
+    // Which file the path names now: nothing for a server, or when there is none.
+    std::optional<Identity> currentFile() const {
         struct stat status {};
-        if (!path_ || lstat(path_->c_str(), &status) == 0) {
-            opened_ = currentFile();
-            return;
+        if (!path_ || stat(path_->c_str(), &status) != 0)
+            return std::nullopt;
+        return Identity{status.st_dev, status.st_ino};
+    }
+    // Once the run has succeeded: the file is the user's.
+    void keep() {
+        made_.reset();
+        forgetRemoval();
+    }
+    // After the connection is closed.
+    void removeIfMade() {
+        if (made_ && currentFile() == made_) {
+            unlink(path_->c_str());
+            unlink((*path_ + "-journal").c_str());
         }
+        made_.reset();
+        forgetRemoval();
+    }
+
+private:
+    // The file is made here, exclusively, so that of two first runs at once only the one that
+    // made it ever takes it away: SQLite takes an empty file for an empty database.
+    void makeIfMissing() {
+        struct stat status {};
+        if (!path_ || lstat(path_->c_str(), &status) == 0)
+            return;
         // Made and named for removal with interruptions held back, which the run has no other
         // thread to take: one that came between the two would leave the file, or, named
         // first, take another run's file away. Held back, it takes this run's file.
@@ -81,49 +116,17 @@ public:
             interruption_.reset();
         }
         pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-        opened_ = currentFile();
-    }
-    // The file that the path named as the connection was opened: the connection may wait for
-    // its first lock, and so find another file, or none, by the time it is open.
-    const std::optional<std::pair<dev_t, ino_t>>& openedFile() const { return opened_; }
-    // Which file the path names now: nothing for a server, or when there is none.
-    std::optional<std::pair<dev_t, ino_t>> currentFile() const {
-        struct stat status {};
-        if (!path_ || stat(path_->c_str(), &status) != 0)
-            return std::nullopt;
-        return std::pair{status.st_dev, status.st_ino};
-    }
-    // Once the run has succeeded: the file is the user's.
-    void keep() {
-        made_.reset();
-        forgetRemoval();
-    }
-    // After the connection is closed.
-    void removeIfMade() {
-        struct stat status {};
-        if (made_ && stat(path_->c_str(), &status) == 0 && status.st_dev == made_->device &&
-            status.st_ino == made_->inode) {
-            unlink(path_->c_str());
-            unlink((*path_ + "-journal").c_str());
-        }
-        made_.reset();
-        forgetRemoval();
     }
 
-private:
     void forgetRemoval() {
         database_.forget();
         journal_.forget();
         interruption_.reset();
     }
 
-    struct Identity {
-        dev_t device;
-        ino_t inode;
-    };
     std::optional<std::string> path_;
     std::optional<Identity> made_;
-    std::optional<std::pair<dev_t, ino_t>> opened_;
+    std::optional<Identity> opened_;
     std::optional<InterruptionGuard> interruption_;
     RemoveOnInterruption database_;
     RemoveOnInterruption journal_;

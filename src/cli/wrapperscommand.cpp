@@ -79,12 +79,11 @@ public:
     WorkFolderLock() {
         path_ = AppDataManager::TemporaryFolder() + "MetamodelWrapperGeneratedFiles.lock";
         descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-        if (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0) {
+        if (descriptor_ < 0 || flock(descriptor_, LOCK_EX) != 0) {
             error_ = errno;
-            close(descriptor_);
+            if (descriptor_ >= 0)
+                close(descriptor_);
             descriptor_ = -1;
-        } else if (descriptor_ < 0) {
-            error_ = errno;
         }
     }
     ~WorkFolderLock() {
