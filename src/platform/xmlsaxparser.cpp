@@ -100,16 +100,18 @@ public:
     };
 
     const Names& find(const xmlChar* prefix, const xmlChar* local) {
-        // The keys apart from the strings, so that the search runs through a cache line or two.
-        for (size_t index = 0; index < known_.size(); ++index)
-            if (keys_[index].local == local && keys_[index].prefix == prefix)
-                return known_[index];
+        // Open addressing on the local name's address: a name finds its slot at the first
+        // probe or so, where a scan compared pairs until it came to it.
+        size_t slot = slotOf(local);
+        for (; keys_[slot].local; slot = (slot + 1) % slots)
+            if (keys_[slot].local == local && keys_[slot].prefix == prefix)
+                return known_[keys_[slot].index];
         // Reserved whole so that no entry moves while the parse runs.
         if (known_.capacity() < capacity)
             known_.reserve(capacity);
         Names* names = &spare_;
         if (known_.size() < capacity) {
-            keys_[known_.size()] = Key{prefix, local};
+            keys_[slot] = Key{prefix, local, known_.size()};
             names = &known_.emplace_back();
         }
         names->localName.assign(view(local));
@@ -118,13 +120,22 @@ public:
     }
 
 private:
-    // Past this many distinct names a linear search costs more than the copy it saves.
+    // Past this many distinct names the rest are copied at each use: no schema document
+    // has that many element names.
     static constexpr size_t capacity = 32;
+    // Twice the names, so that the table stays at most half full.
+    static constexpr size_t slots = 64;
+    static_assert(slots >= 2 * capacity);
+    // The top six bits of a multiplicative hash: one of the 64 slots.
+    static size_t slotOf(const xmlChar* local) {
+        return size_t((reinterpret_cast<uintptr_t>(local) >> 3) * 0x9E3779B97F4A7C15ull >> 58);
+    }
     struct Key {
         const xmlChar* prefix;
         const xmlChar* local;
+        size_t index;
     };
-    std::array<Key, capacity> keys_{};
+    std::array<Key, slots> keys_{};
     std::vector<Names> known_;
     Names spare_;
 };
