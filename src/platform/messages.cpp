@@ -55,8 +55,16 @@ DocumentPositionScope::~DocumentPositionScope() {
     activePositionSource = previous_;
 }
 
+DocumentPlace currentDocumentPlace() {
+    return activePositionSource ? activePositionSource->currentPlace() : DocumentPlace{};
+}
+
+DocumentPosition positionOf(const DocumentPlace& place) {
+    return {std::string(place.document), place.line, place.column};
+}
+
 DocumentPosition currentDocumentPosition() {
-    return activePositionSource ? activePositionSource->currentPosition() : DocumentPosition{};
+    return positionOf(currentDocumentPlace());
 }
 
 void reportAt(const SourceSite& site, const DocumentPosition& where, const char* id,

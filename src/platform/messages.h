@@ -42,11 +42,23 @@ struct DocumentPosition {
     int column = 0;
 };
 
+// The same position with the document's name borrowed from whoever reads it: valid while that
+// reader stays on the document. Readers answer it for every element a sink looks at, so it
+// copies nothing.
+struct DocumentPlace {
+    std::string_view document;
+    int line = 0;
+    int column = 0;
+};
+
+// A copy that outlives the reader.
+DocumentPosition positionOf(const DocumentPlace& place);
+
 // Whatever is being read right now; a reader installs one for the length of a document so that
 // messages posted meanwhile name the document, line and column.
 class IDocumentPositionSource {
 public:
-    virtual DocumentPosition currentPosition() const = 0;
+    virtual DocumentPlace currentPlace() const = 0;
 
 protected:
     ~IDocumentPositionSource() = default;
@@ -65,6 +77,7 @@ private:
 
 // The position of the innermost scope, or an empty one.
 DocumentPosition currentDocumentPosition();
+DocumentPlace currentDocumentPlace();
 
 CAppMsg makeMessage(const SourceSite& site, const char* id, std::initializer_list<MsgArg> args,
                     const DocumentPosition& where);

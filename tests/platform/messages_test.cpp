@@ -25,7 +25,9 @@ using TestSupport::MessageCapture;
 class MovingPosition : public CppLanguage::IDocumentPositionSource {
 public:
     explicit MovingPosition(DocumentPosition start) : position(std::move(start)) {}
-    DocumentPosition currentPosition() const override { return position; }
+    CppLanguage::DocumentPlace currentPlace() const override {
+        return {position.document, position.line, position.column};
+    }
     DocumentPosition position;
 };
 

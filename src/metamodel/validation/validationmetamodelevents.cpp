@@ -60,7 +60,7 @@ bool CValidationMetaModelEvents::checkPropertyReservedName(const String& name, c
 }
 
 CValidationMetaModelEvents::Location CValidationMetaModelEvents::currentLocation() {
-    const CppLanguage::DocumentPosition position = CppLanguage::currentDocumentPosition();
+    const CppLanguage::DocumentPlace position = CppLanguage::currentDocumentPlace();
     const String& source = GetSource();
     Location location;
     location.line = position.line;
@@ -72,7 +72,7 @@ CValidationMetaModelEvents::Location CValidationMetaModelEvents::currentLocation
     return location;
 }
 
-int CValidationMetaModelEvents::documentIndex(const String& document) {
+int CValidationMetaModelEvents::documentIndex(std::string_view document) {
     if (document.empty())
         return -1;
     // Documents come one after another, so one of the last two seen (a document and the

@@ -126,7 +126,7 @@ private:
 
     Location currentLocation();
     CppLanguage::DocumentPosition positionOf(const Location& location) const;
-    int documentIndex(const String& document);
+    int documentIndex(std::string_view document);
     String sourceOf(const Location& location) const;
     void error(const Location& location, const char* id,
                std::initializer_list<CppLanguage::MsgArg> args);

@@ -72,7 +72,7 @@ private:
 class ReplayedPosition : public CppLanguage::IDocumentPositionSource {
 public:
     explicit ReplayedPosition(const String& document) : document_(document) {}
-    CppLanguage::DocumentPosition currentPosition() const override {
+    CppLanguage::DocumentPlace currentPlace() const override {
         return {document_, at.line, at.column};
     }
     CEventLog::Position at;

@@ -107,14 +107,14 @@ void CXMLMetaModelHandler::setDocumentLocator(ORLO::IXmlLocator* locator) {
     locator_ = locator;
 }
 
-CppLanguage::DocumentPosition CXMLMetaModelHandler::currentPosition() const {
-    CppLanguage::DocumentPosition position;
-    position.document = sourceName_;
+CppLanguage::DocumentPlace CXMLMetaModelHandler::currentPlace() const {
+    CppLanguage::DocumentPlace place;
+    place.document = sourceName_;
     if (locator_) {
-        position.line = locator_->getLineNumber();
-        position.column = locator_->getColumnNumber();
+        place.line = locator_->getLineNumber();
+        place.column = locator_->getColumnNumber();
     }
-    return position;
+    return place;
 }
 
 int CXMLMetaModelHandler::line() const {
@@ -139,7 +139,8 @@ void CXMLMetaModelHandler::AddCarryOver(const CarryOver& carried) {
 
 void CXMLMetaModelHandler::fail(const char* id,
                                 std::initializer_list<CppLanguage::MsgArg> args) const {
-    CppLanguage::raiseAt<CXMLMetaModelException>(ORLO_HERE, currentPosition(), id, args);
+    CppLanguage::raiseAt<CXMLMetaModelException>(ORLO_HERE, CppLanguage::positionOf(currentPlace()),
+                                                 id, args);
 }
 
 void CXMLMetaModelHandler::failParse(const ORLO::XmlException& problem) const {

@@ -42,7 +42,7 @@ public:
     void SetRootPath(const String& rootPath) { rootPath_ = rootPath; }
     void SetSourceName(const String& sourceName) { sourceName_ = sourceName; }
 
-    CppLanguage::DocumentPosition currentPosition() const override;
+    CppLanguage::DocumentPlace currentPlace() const override;
     int line() const override;
     int column() const override;
 
