@@ -226,6 +226,14 @@ public:
         assignQualified(name, tuples_[5 * index + 1], tuples_[5 * index]);
     }
 
+    std::string_view getPlainName(int index) const override {
+        if (index < 0 || index >= count_)
+            return {};
+        const Entry& entry = entries_[size_t(index)];
+        return entry.prefixSize ? std::string_view()
+                                : std::string_view(entry.local, entry.localSize);
+    }
+
     String getValue(std::string_view name) const override { return getValue(getIndex(name)); }
 
     String getValue(int index) const override {

@@ -37,6 +37,9 @@ public:
     virtual ~IXmlAttributes() = default;
     virtual int getLength() const = 0;
     virtual void getName(int index, String& name) const = 0;
+    // The name without a copy, when it has no prefix; empty for a prefixed name, which is not
+    // kept whole, and for an index out of range.
+    virtual std::string_view getPlainName(int index) const = 0;
     // Empty for an absent attribute. Names are views so that a lookup by a literal name
     // costs no copy.
     virtual String getValue(std::string_view name) const = 0;

@@ -182,12 +182,13 @@ TEST(XmlSAXParser, AttributeListAnswersByNameAndIndex) {
                    a.getValue(String("p:b")) + "|" + a.getValue(String("nope")) + "|" +
                    a.getValue(7) + "|" + std::string(a.getValueView(0)) + "|" +
                    std::string(a.getValueView(1)) + "|" + std::string(a.getValueView(2)) + "|" +
-                   first + "|" + below + above;
+                   first + "|" + below + above + "|" + std::string(a.getPlainName(0)) + "[" +
+                   std::string(a.getPlainName(1)) + std::string(a.getPlainName(2)) + "]";
         }
     } probe;
     ORLO::XmlSAXParser parser(&probe, ORLO::ParserSax, false);
     EXPECT_TRUE(parser.parseString("<e xmlns:p='urn:p' a='1 &amp; 2' p:b='two'/>", false, true));
-    EXPECT_EQ(probe.seen, "2|1|-1|-1-1-1-1|1 & 2|two|||1 & 2|two||a|");
+    EXPECT_EQ(probe.seen, "2|1|-1|-1-1-1-1|1 & 2|two|||1 & 2|two||a||a[]");
 }
 
 // Names are kept from one element to the next; many distinct names, and one local name

@@ -94,9 +94,21 @@ IMetaModelEvents::ElementStatus statusFromText(std::string_view text) {
     return IMetaModelEvents::EsActive;
 }
 
-bool hasAttribute(const ORLO::IXmlAttributes& attributes, const char* name) {
-    return attributes.getIndex(name) >= 0;
-}
+// The names of `CXMLMetaModelHandler::Known`, in its order.
+constexpr std::string_view knownNames[] = {"name",
+                                           "type",
+                                           "id",
+                                           "rid",
+                                           "status",
+                                           "merge",
+                                           "minimalCardinality",
+                                           "maximalCardinality",
+                                           "stringValue",
+                                           "intValue",
+                                           "parent",
+                                           "category",
+                                           "file_no",
+                                           "file_level"};
 
 } // namespace
 
@@ -216,26 +228,78 @@ String CXMLMetaModelHandler::renderTag(const String& localName,
     return tag;
 }
 
-void CXMLMetaModelHandler::forbidAttribute(const String& tag,
-                                           const ORLO::IXmlAttributes& attributes,
-                                           const char* name) const {
-    if (hasAttribute(attributes, name))
-        fail("QEL_MM_UNEXPECTED_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
+void CXMLMetaModelHandler::findKnown(const ORLO::IXmlAttributes& attributes) {
+    static_assert(std::size(knownNames) == size_t(Known::Count));
+    known_.fill(-1);
+    for (int i = 0, count = attributes.getLength(); i < count; ++i) {
+        // A prefixed name is none of the known ones.
+        const size_t name = size_t(knownOf(attributes.getPlainName(i)));
+        if (name < known_.size() && known_[name] < 0)
+            known_[name] = i;
+    }
 }
 
-// Every lookup is a scan of the tag's attributes: each name is looked up once, and its value
-// read by index.
+// The length, and a byte where two names are as long, leave one candidate; one comparison
+// settles it.
+CXMLMetaModelHandler::Known CXMLMetaModelHandler::knownOf(std::string_view name) {
+    Known candidate;
+    switch (name.size()) {
+    case 2:
+        candidate = Known::Id;
+        break;
+    case 3:
+        candidate = Known::Rid;
+        break;
+    case 4:
+        candidate = name[0] == 'n' ? Known::Name : Known::Type;
+        break;
+    case 5:
+        candidate = Known::Merge;
+        break;
+    case 6:
+        candidate = name[0] == 's' ? Known::Status : Known::Parent;
+        break;
+    case 7:
+        candidate = Known::FileNo;
+        break;
+    case 8:
+        candidate = name[0] == 'c' ? Known::Category : Known::IntValue;
+        break;
+    case 10:
+        candidate = Known::FileLevel;
+        break;
+    case 11:
+        candidate = Known::StringValue;
+        break;
+    case 18:
+        candidate = name[1] == 'i' ? Known::MinimalCardinality : Known::MaximalCardinality;
+        break;
+    default:
+        return Known::Count;
+    }
+    return name == knownNames[size_t(candidate)] ? candidate : Known::Count;
+}
+
+void CXMLMetaModelHandler::forbidAttribute(const String& tag,
+                                           const ORLO::IXmlAttributes& attributes,
+                                           Known name) const {
+    if (indexOf(name) >= 0)
+        fail("QEL_MM_UNEXPECTED_ATTR",
+             {{"TAG", renderTag(tag, attributes)}, {"ATTR", knownNames[size_t(name)]}});
+}
+
 int CXMLMetaModelHandler::requiredIndex(const String& tag, const ORLO::IXmlAttributes& attributes,
-                                        const char* name) const {
-    const int index = attributes.getIndex(name);
+                                        Known name) const {
+    const int index = indexOf(name);
     if (index < 0)
-        fail("QEL_MM_MISSING_ATTR", {{"TAG", renderTag(tag, attributes)}, {"ATTR", name}});
+        fail("QEL_MM_MISSING_ATTR",
+             {{"TAG", renderTag(tag, attributes)}, {"ATTR", knownNames[size_t(name)]}});
     return index;
 }
 
-String CXMLMetaModelHandler::stringAttribute(const ORLO::IXmlAttributes& attributes,
-                                             const char* name, const char* defaultValue) {
-    const int index = attributes.getIndex(name);
+String CXMLMetaModelHandler::stringAttribute(const ORLO::IXmlAttributes& attributes, Known name,
+                                             const char* defaultValue) const {
+    const int index = indexOf(name);
     return index < 0 ? String(defaultValue) : attributes.getValue(index);
 }
 
@@ -246,7 +310,7 @@ int CXMLMetaModelHandler::intAttribute(const ORLO::IXmlAttributes& attributes, i
 }
 
 void CXMLMetaModelHandler::pushStatus(const ORLO::IXmlAttributes& attributes) {
-    const int index = attributes.getIndex("status");
+    const int index = indexOf(Known::Status);
     statusStack_.push_back(index >= 0 ? statusFromText(attributes.getValueView(index))
                                       : IMetaModelEvents::EsActive);
 }
@@ -260,8 +324,8 @@ CXMLMetaModelHandler::ElementStatus CXMLMetaModelHandler::popStatus() {
 }
 
 int CXMLMetaModelHandler::readId(const String& tag, const ORLO::IXmlAttributes& attributes) const {
-    const int idIndex = attributes.getIndex("id");
-    const int ridIndex = attributes.getIndex("rid");
+    const int idIndex = indexOf(Known::Id);
+    const int ridIndex = indexOf(Known::Rid);
     if (idIndex < 0 && ridIndex < 0)
         fail("QEL_MM_MISSING_BOTH_ATTR",
              {{"TAG", renderTag(tag, attributes)}, {"ATTR2", "rid"}, {"ATTR1", "id"}});
@@ -285,8 +349,8 @@ int CXMLMetaModelHandler::readId(const String& tag, const ORLO::IXmlAttributes& 
 
 void CXMLMetaModelHandler::readFileHeader(const String& tag,
                                           const ORLO::IXmlAttributes& attributes) {
-    fileNumber_ = intAttribute(attributes, requiredIndex(tag, attributes, "file_no"), 0);
-    const String level = stringAttribute(attributes, "file_level", "client");
+    fileNumber_ = intAttribute(attributes, requiredIndex(tag, attributes, Known::FileNo), 0);
+    const String level = stringAttribute(attributes, Known::FileLevel, "client");
     for (const FileLevel& candidate : fileLevels)
         if (level == candidate.name) {
             fileLevel_ = candidate.level;
@@ -299,10 +363,10 @@ void CXMLMetaModelHandler::startPartial(const String& tag, const ORLO::IXmlAttri
                                         bool isType) {
     context_ = isType ? TypeBody : CategoryBody;
     descriptionState_ = NoDescription;
-    currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, "name")));
+    currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, Known::Name)));
     partial_ = true;
-    forbidAttribute(tag, attributes, "id");
-    forbidAttribute(tag, attributes, "rid");
+    forbidAttribute(tag, attributes, Known::Id);
+    forbidAttribute(tag, attributes, Known::Rid);
     pushStatus(attributes);
     const ElementStatus status = popStatus();
     if (isType)
@@ -318,7 +382,7 @@ void CXMLMetaModelHandler::startTopElement(const String& tag,
     } else if (tag == "category"sv || tag == "primitiveType"sv) {
         context_ = CategoryBody;
         descriptionState_ = ExpectDescription;
-        const int nameIndex = requiredIndex(tag, attributes, "name");
+        const int nameIndex = requiredIndex(tag, attributes, Known::Name);
         pushStatus(attributes);
         currentName_.assign(attributes.getValueView(nameIndex));
         currentId_ = readId(tag, attributes);
@@ -326,7 +390,7 @@ void CXMLMetaModelHandler::startTopElement(const String& tag,
         context_ = TypeBody;
         descriptionState_ = ExpectDescription;
         keyClassSeen_ = false;
-        currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, "name")));
+        currentName_.assign(attributes.getValueView(requiredIndex(tag, attributes, Known::Name)));
         currentId_ = readId(tag, attributes);
         pushStatus(attributes);
     } else if (tag == "partial_category"sv || tag == "partialCategory"sv) {
@@ -341,14 +405,13 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
                                          const ORLO::IXmlAttributes& attributes) {
     context_ = context_ == CategoryBody ? CategoryProperty : TypeProperty;
     descriptionState_ = ExpectDescription;
-    const int nameIndex = requiredIndex(tag, attributes, "name");
-    propertyType_.assign(attributes.getValueView(requiredIndex(tag, attributes, "type")));
+    const int nameIndex = requiredIndex(tag, attributes, Known::Name);
+    propertyType_.assign(attributes.getValueView(requiredIndex(tag, attributes, Known::Type)));
     propertyName_.assign(attributes.getValueView(nameIndex));
 
-    const std::string_view minimal =
-        attributes.getValueView(attributes.getIndex("minimalCardinality"));
+    const std::string_view minimal = attributes.getValueView(indexOf(Known::MinimalCardinality));
     minimalCardinality_ = minimal.empty() ? 0 : toDecimalInt(minimal);
-    if (const int maximalIndex = attributes.getIndex("maximalCardinality"); maximalIndex >= 0) {
+    if (const int maximalIndex = indexOf(Known::MaximalCardinality); maximalIndex >= 0) {
         const std::string_view maximal = attributes.getValueView(maximalIndex);
         maximalCardinality_ = maximal == "*"sv ? -1 : toDecimalInt(maximal);
     } else if (isListForm(propertyType_) || minimalCardinality_ > 1) {
@@ -360,15 +423,15 @@ void CXMLMetaModelHandler::startProperty(const String& tag,
         propertyType_.resize(propertyType_.size() - 4);
 
     propertyId_ = readId(tag, attributes);
-    propertyMerge_ = stringAttribute(attributes, "merge", "no");
+    propertyMerge_ = stringAttribute(attributes, Known::Merge, "no");
     pushStatus(attributes);
 }
 
 void CXMLMetaModelHandler::attributeStep(const String& tag,
                                          const ORLO::IXmlAttributes& attributes) {
-    const int nameIndex = requiredIndex(tag, attributes, "name");
-    const int stringIndex = attributes.getIndex("stringValue");
-    const int intIndex = attributes.getIndex("intValue");
+    const int nameIndex = requiredIndex(tag, attributes, Known::Name);
+    const int stringIndex = indexOf(Known::StringValue);
+    const int intIndex = indexOf(Known::IntValue);
     if (stringIndex < 0 && intIndex < 0)
         fail(
             "QEL_MM_MISSING_BOTH_ATTR",
@@ -398,14 +461,14 @@ void CXMLMetaModelHandler::startBodyElement(const String& tag, const String& par
                  {{"PARENT", parent}, {"TAG", renderTag(tag, attributes)}});
         attributeStep(tag, attributes);
     } else if (tag == "tree"sv) {
-        const int parentIndex = requiredIndex(tag, attributes, "parent");
-        const int categoryIndex = requiredIndex(tag, attributes, "category");
+        const int parentIndex = requiredIndex(tag, attributes, Known::Parent);
+        const int categoryIndex = requiredIndex(tag, attributes, Known::Category);
         pushStatus(attributes);
         scratch_[0].assign(attributes.getValueView(parentIndex));
         scratch_[1].assign(attributes.getValueView(categoryIndex));
         sink_->Tree(scratch_[0], scratch_[1], popStatus());
     } else if (tag == "inheritedCategory"sv) {
-        const int nameIndex = requiredIndex(tag, attributes, "name");
+        const int nameIndex = requiredIndex(tag, attributes, Known::Name);
         pushStatus(attributes);
         scratch_[0].assign(attributes.getValueView(nameIndex));
         sink_->InheritedCategory(scratch_[0], popStatus());
@@ -440,6 +503,7 @@ void CXMLMetaModelHandler::startElement(const String&, const String& localName, 
         return;
     }
 
+    findKnown(attributes);
     switch (context_) {
     case Top:
         startTopElement(localName, attributes);

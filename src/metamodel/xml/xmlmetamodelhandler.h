@@ -5,6 +5,7 @@
 #include "platform/messages.h"
 #include "platform/xmlsaxparser.h"
 
+#include <array>
 #include <initializer_list>
 #include <vector>
 
@@ -72,16 +73,40 @@ private:
     };
     enum DescriptionState { NoDescription = 0, ExpectDescription = 1, InDescription = 2 };
 
+    // The attributes the handler reads. Their indices are found in one pass over each start
+    // tag: a lookup by name scanned the tag's attributes again for each name asked.
+    enum class Known : unsigned char {
+        Name,
+        Type,
+        Id,
+        Rid,
+        Status,
+        Merge,
+        MinimalCardinality,
+        MaximalCardinality,
+        StringValue,
+        IntValue,
+        Parent,
+        Category,
+        FileNo,
+        FileLevel,
+        Count
+    };
+    void findKnown(const ORLO::IXmlAttributes& attributes);
+    // Known::Count for a name the handler does not read.
+    static Known knownOf(std::string_view name);
+    // The index of the attribute in the tag being handled, negative when it is absent.
+    int indexOf(Known name) const { return known_[size_t(name)]; }
+
     [[noreturn]] void fail(const char* id, std::initializer_list<CppLanguage::MsgArg> args) const;
     [[noreturn]] void failParse(const ORLO::XmlException& problem) const;
 
     // The index of an attribute the tag must have.
-    int requiredIndex(const String& tag, const ORLO::IXmlAttributes& attributes,
-                      const char* name) const;
+    int requiredIndex(const String& tag, const ORLO::IXmlAttributes& attributes, Known name) const;
     void forbidAttribute(const String& tag, const ORLO::IXmlAttributes& attributes,
-                         const char* name) const;
-    static String stringAttribute(const ORLO::IXmlAttributes& attributes, const char* name,
-                                  const char* defaultValue);
+                         Known name) const;
+    String stringAttribute(const ORLO::IXmlAttributes& attributes, Known name,
+                           const char* defaultValue) const;
     static int intAttribute(const ORLO::IXmlAttributes& attributes, int index, int defaultValue);
     void pushStatus(const ORLO::IXmlAttributes& attributes);
     ElementStatus popStatus();
@@ -147,6 +172,7 @@ private:
     // fresh allocation on every element.
     String scratch_[2];
     bool keyClassSeen_ = false;
+    std::array<int, size_t(Known::Count)> known_{};
 };
 
 } // namespace MetaModel
