@@ -33,6 +33,15 @@ TEST(AttributedItem, TheLatestAttributeOfANameHidesTheOthersWhichStayListed) {
     EXPECT_EQ(copy.GetAttributes().size(), 20u);
     EXPECT_NE(copy.GetAttribute("A3"), item.GetAttribute("A3"));
     EXPECT_EQ(copy.GetAttribute("A3")->GetIntegerValue(), 15);
+
+    // Given again, a hidden attribute is the one its name answers, also on an item with too
+    // few attributes to keep an index of their names.
+    QEL::CAttributedItem few;
+    QEL::IAttribute* const hidden = few.AddAttribute("N", "first");
+    few.AddAttribute("N", 2);
+    few.AddAttribute(hidden);
+    EXPECT_EQ(few.GetAttribute("N"), hidden);
+    EXPECT_EQ(few.GetAttributes().size(), 2u);
 }
 
 TEST(AttributedItem, AModelPropertyKeepsItsAttributesAndACopyOwnsItsOwn) {
